@@ -1,1 +1,136 @@
-int main() { return 0; }
+// The omtext command: loads an output document and writes it as plain text.
+// Exit status 0 on success, 1 for a bad document or a failed read or write,
+// 2 for a usage error.
+#include <csignal>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <system_error>
+#include <chrono>
+#include <cerrno>
+#include <sys/stat.h>
+
+#include "cli/CommandLine.h"
+#include "cli/OutputFile.h"
+#include "export/OmTextExport.h"
+#include "export/OmTextExportOptions.h"
+#include "host/OmDocumentLoader.h"
+#include "host/OmPlatform.h"
+
+namespace {
+
+using omtext::cli::CommandLine;
+
+constexpr const char* kVersion = "omtext 0.1.0";
+
+int Fail(const std::string& message) {
+  std::cerr << "omtext: " << message << '\n';
+  return 1;
+}
+
+double SecondsSince(std::chrono::steady_clock::time_point start) {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+void SetOptions(const CommandLine& commandLine, OmTextExportOptions& options) {
+  options.TabSeparated(commandLine.tabSeparated);
+  if (commandLine.width) options.MaxLineWidth(*commandLine.width);
+  if (commandLine.widthRestriction) options.WidthRestriction(*commandLine.widthRestriction);
+  options.NumLinesPerPage(commandLine.pageLength.value_or(2147483647));
+  options.InsertPageBreak(commandLine.pageBreaks);
+  if (commandLine.columnSeparator) options.ColumnSeparator(*commandLine.columnSeparator);
+  if (commandLine.rowSeparator) options.RowSeparator(*commandLine.rowSeparator);
+  options.HideEmptyRowsAndColumns(!commandLine.showEmpty);
+  options.RowDimensionLabelsInCorner(!commandLine.labelsInHeading);
+  options.KeepFootNotesAndCaption(!commandLine.noFootnotes);
+  options.ExportAllLayers(!commandLine.currentLayer);
+  options.ShowNotes(commandLine.showNotes);
+  options.AlphabeticFootNotes(!commandLine.numericFootnotes);
+  options.ShowUnselected(!commandLine.selectedOnly);
+}
+
+// Loads the document named on the command line; "-" is standard input.
+OmOutputTree LoadInput(const std::string& input) {
+  if (input == "-") return OmDocumentLoader::Load(std::cin);
+  struct stat info {};
+  if (::stat(input.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
+    throw std::system_error(EISDIR, std::generic_category());
+  }
+  std::ifstream file(input, std::ios::binary);
+  if (!file) throw std::system_error(errno, std::generic_category());
+  return OmDocumentLoader::Load(file);
+}
+
+int Run(const CommandLine& commandLine) {
+  const std::string name = commandLine.input;
+  OmSetEncoding(commandLine.encoding);
+  const auto loadStart = std::chrono::steady_clock::now();
+  OmOutputTree tree;
+  try {
+    tree = LoadInput(name);
+  } catch (const OmDocumentError& error) {
+    return Fail(name + ":" + error.what());
+  } catch (const std::system_error& error) {
+    return Fail(name + ": " + error.code().message());
+  } catch (const std::bad_alloc&) {
+    return Fail(name + ": out of memory while loading the document");
+  } catch (const std::exception& error) {
+    return Fail(name + ": " + error.what());
+  }
+  const double loadSeconds = SecondsSince(loadStart);
+
+  if (commandLine.destination) {
+    return Fail("--destination is not supported yet");
+  }
+
+  const auto renderStart = std::chrono::steady_clock::now();
+  std::unique_ptr<omtext::cli::OutputFile> output;
+  try {
+    output = commandLine.output ? std::make_unique<omtext::cli::OutputFile>(*commandLine.output)
+                                : std::make_unique<omtext::cli::OutputFile>();
+  } catch (const std::system_error& error) {
+    return Fail(*commandLine.output + ": " + error.code().message());
+  }
+  try {
+    OmTextExportOptions options;
+    SetOptions(commandLine, options);
+    OmTextExport exporter(options, output->Stream());
+    exporter.Export(tree.Begin(), tree.End());
+    output->Commit();
+  } catch (const std::ios_base::failure&) {
+    return Fail("write error: " + output->Error());
+  } catch (const std::system_error& error) {
+    return Fail(std::string(error.what()));
+  } catch (const std::bad_alloc&) {
+    return Fail(name + ": out of memory while rendering");
+  }
+  if (commandLine.stats) {
+    std::cerr << "omtext: load " << loadSeconds << " s, render " << SecondsSince(renderStart)
+              << " s\n";
+  }
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // A closed pipe is reported as a write error like any other.
+  std::signal(SIGPIPE, SIG_IGN);
+  std::ios::sync_with_stdio(false);
+  CommandLine commandLine;
+  try {
+    commandLine = omtext::cli::ParseCommandLine(std::vector<std::string>(argv + 1, argv + argc));
+  } catch (const omtext::cli::UsageError& error) {
+    std::cerr << "omtext: " << error.what() << '\n' << omtext::cli::UsageText();
+    return 2;
+  }
+  if (commandLine.help) {
+    std::cout << omtext::cli::UsageText();
+    return std::cout.flush() ? 0 : 1;
+  }
+  if (commandLine.version) {
+    std::cout << kVersion << '\n';
+    return std::cout.flush() ? 0 : 1;
+  }
+  return Run(commandLine);
+}

@@ -112,6 +112,12 @@ class ListTree {
   void MoveRange(Node first, Node last, ListTree& other) {
     other.mList.splice(other.mList.end(), mList, first.mIt, last.mIt);
   }
+  // Moves every node of other to the end of this tree, adding shift to each
+  // node's level.
+  void MoveAllShifted(ListTree& other, std::int32_t shift) {
+    for (Entry& entry : other.mList) entry.level += shift;
+    mList.splice(mList.end(), other.mList);
+  }
 
  private:
   List mList;

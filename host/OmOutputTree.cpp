@@ -40,6 +40,18 @@ OmOutputTree::Node OmOutputTree::Append(std::unique_ptr<OmOutputPart> part, std:
   return node;
 }
 
+void OmOutputTree::AppendTree(OmOutputTree&& other, std::int32_t shift) {
+  if (other.Empty()) return;
+  const std::int64_t firstLevel = static_cast<std::int64_t>(other.Begin().Level()) + shift;
+  if (firstLevel < 1 || firstLevel > static_cast<std::int64_t>(mLastLevel) + 1) {
+    throw std::invalid_argument("output tree level " + std::to_string(firstLevel) +
+                                " does not follow the tree order");
+  }
+  mLastLevel = other.mLastLevel + shift;
+  other.mLastLevel = 0;
+  MoveAllShifted(other, shift);
+}
+
 OmOutputTree OmOutputTree::ExtractFirst() {
   OmOutputTree first;
   if (Empty()) return first;

@@ -23,6 +23,11 @@ class OmOutputTree : public ListTree<OmOutputPart*> {
   // std::invalid_argument and the part is destroyed.
   Node Append(std::unique_ptr<OmOutputPart> part, std::int32_t level);
 
+  // Moves every node of other to the end of this tree, adding shift to each
+  // level. other's first node must be at a level that Append would accept
+  // once shifted; otherwise throws std::invalid_argument and nothing moves.
+  void AppendTree(OmOutputTree&& other, std::int32_t shift);
+
   // Removes the first node and its descendants and returns them as a tree of
   // their own, keeping their levels. An empty tree gives an empty tree.
   OmOutputTree ExtractFirst();

@@ -1,0 +1,163 @@
+// Parsing of the omtext command line.
+#include "cli/CommandLine.h"
+
+#include <charconv>
+#include <functional>
+#include <limits>
+
+namespace omtext::cli {
+namespace {
+
+std::int32_t ParseInt32(const std::string& option, const std::string& text) {
+  std::int64_t value = 0;
+  const char* first = text.data();
+  const char* last = text.data() + text.size();
+  // from_chars takes no leading plus; accept one as the usual decimal habit.
+  if (first != last && *first == '+' && last - first > 1 && first[1] != '-') ++first;
+  const auto [end, error] = std::from_chars(first, last, value);
+  if (text.empty() || error != std::errc() || end != last ||
+      value < std::numeric_limits<std::int32_t>::min() ||
+      value > std::numeric_limits<std::int32_t>::max()) {
+    throw UsageError("option " + option + " needs a 32-bit integer, not '" + text + "'");
+  }
+  return static_cast<std::int32_t>(value);
+}
+
+OmEncoding ParseEncoding(const std::string& text) {
+  if (text == "utf-8") return OmEncoding::Utf8;
+  if (text == "single-byte") return OmEncoding::SingleByte;
+  if (text == "double-byte") return OmEncoding::DoubleByte;
+  throw UsageError("option --encoding needs utf-8, single-byte or double-byte, not '" + text +
+                   "'");
+}
+
+struct OptionSpec {
+  const char* name;
+  bool takesValue;
+  std::function<void(CommandLine&, const std::string& value)> apply;
+};
+
+const std::vector<OptionSpec>& Options() {
+  static const std::vector<OptionSpec> options = {
+      {"--help", false, [](CommandLine& c, const std::string&) { c.help = true; }},
+      {"--version", false, [](CommandLine& c, const std::string&) { c.version = true; }},
+      {"--stats", false, [](CommandLine& c, const std::string&) { c.stats = true; }},
+      {"--tab-separated", false,
+       [](CommandLine& c, const std::string&) { c.tabSeparated = true; }},
+      {"--width", true,
+       [](CommandLine& c, const std::string& v) { c.width = ParseInt32("--width", v); }},
+      {"--width-restriction", true,
+       [](CommandLine& c, const std::string& v) {
+         c.widthRestriction = ParseInt32("--width-restriction", v);
+       }},
+      {"--page-length", true,
+       [](CommandLine& c, const std::string& v) {
+         c.pageLength = ParseInt32("--page-length", v);
+       }},
+      {"--page-breaks", false, [](CommandLine& c, const std::string&) { c.pageBreaks = true; }},
+      {"--column-separator", true,
+       [](CommandLine& c, const std::string& v) { c.columnSeparator = v; }},
+      {"--row-separator", true,
+       [](CommandLine& c, const std::string& v) { c.rowSeparator = v; }},
+      {"--show-empty", false, [](CommandLine& c, const std::string&) { c.showEmpty = true; }},
+      {"--labels-in-heading", false,
+       [](CommandLine& c, const std::string&) { c.labelsInHeading = true; }},
+      {"--no-footnotes", false, [](CommandLine& c, const std::string&) { c.noFootnotes = true; }},
+      {"--current-layer", false,
+       [](CommandLine& c, const std::string&) { c.currentLayer = true; }},
+      {"--show-notes", false, [](CommandLine& c, const std::string&) { c.showNotes = true; }},
+      {"--numeric-footnotes", false,
+       [](CommandLine& c, const std::string&) { c.numericFootnotes = true; }},
+      {"--selected-only", false,
+       [](CommandLine& c, const std::string&) { c.selectedOnly = true; }},
+      {"--encoding", true,
+       [](CommandLine& c, const std::string& v) { c.encoding = ParseEncoding(v); }},
+      {"--output", true, [](CommandLine& c, const std::string& v) { c.output = v; }},
+      {"--destination", true, [](CommandLine& c, const std::string& v) { c.destination = v; }},
+  };
+  return options;
+}
+
+void SetInput(CommandLine& commandLine, bool& haveInput, const std::string& file) {
+  if (haveInput) throw UsageError("only one FILE may be given, not also '" + file + "'");
+  commandLine.input = file;
+  haveInput = true;
+}
+
+}  // namespace
+
+CommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
+  CommandLine commandLine;
+  bool haveInput = false;
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    const std::string& argument = arguments[i];
+    if (argument == "--") {
+      for (++i; i < arguments.size(); ++i) SetInput(commandLine, haveInput, arguments[i]);
+      break;
+    }
+    if (argument.size() < 2 || argument[0] != '-') {
+      SetInput(commandLine, haveInput, argument);
+      continue;
+    }
+    std::string name = argument;
+    std::optional<std::string> value;
+    if (argument.compare(0, 2, "--") == 0) {
+      const std::size_t equals = argument.find('=');
+      if (equals != std::string::npos) {
+        name = argument.substr(0, equals);
+        value = argument.substr(equals + 1);
+      }
+    } else if (argument[1] == 'o' || argument[1] == 'h') {
+      // The short forms -o FILE (or -oFILE) and -h.
+      name = argument[1] == 'o' ? "--output" : "--help";
+      if (argument.size() > 2) {
+        if (argument[1] == 'h') throw UsageError("unknown option '" + argument + "'");
+        value = argument.substr(2);
+      }
+    } else {
+      throw UsageError("unknown option '" + argument + "'");
+    }
+    const OptionSpec* spec = nullptr;
+    for (const OptionSpec& candidate : Options()) {
+      if (name == candidate.name) spec = &candidate;
+    }
+    if (spec == nullptr) throw UsageError("unknown option '" + name + "'");
+    if (spec->takesValue && !value) {
+      if (i + 1 >= arguments.size()) throw UsageError("option " + name + " needs a value");
+      value = arguments[++i];
+    } else if (!spec->takesValue && value) {
+      throw UsageError("option " + name + " takes no value");
+    }
+    spec->apply(commandLine, value.value_or(""));
+  }
+  return commandLine;
+}
+
+const char* UsageText() {
+  return "usage: omtext [OPTIONS] [FILE]\n"
+         "Renders an output document (JSON) as plain text. Reads FILE, or standard\n"
+         "input when FILE is absent or '-', and writes to standard output.\n"
+         "\n"
+         "  --tab-separated           tables as tab-separated lines\n"
+         "  --width N                 maximum line width of tables (-1: none)\n"
+         "  --width-restriction N     widest a folded cell line may grow (-1: none)\n"
+         "  --page-length N           lines per page (default 2147483647)\n"
+         "  --page-breaks             break pages before procedures and tables\n"
+         "  --column-separator S      text between columns (default '|')\n"
+         "  --row-separator S         text of horizontal rules (default '_'; may be empty)\n"
+         "  --show-empty              keep empty rows and columns\n"
+         "  --labels-in-heading       row dimension labels in the heading, not the corner\n"
+         "  --no-footnotes            no footnote markers, footnote list or caption\n"
+         "  --current-layer           only the current layer of layered tables\n"
+         "  --show-notes              print notes tables\n"
+         "  --numeric-footnotes       mark footnotes 1, 2, 3 instead of a, b, c\n"
+         "  --selected-only           skip parts that are not selected\n"
+         "  --encoding E              utf-8 (default), single-byte or double-byte\n"
+         "  -o, --output FILE         write to FILE (replaced only on success)\n"
+         "  --destination FILE        write as the output-management text destination\n"
+         "  --stats                   report load and render times on standard error\n"
+         "  -h, --help                show this help\n"
+         "  --version                 show the version\n";
+}
+
+}  // namespace omtext::cli

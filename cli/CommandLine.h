@@ -1,0 +1,53 @@
+// The omtext command's arguments: options that set the export options, the
+// input document, and where the text goes.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "host/OmPlatform.h"
+
+namespace omtext::cli {
+
+// A malformed command line; the message is one line without the program name.
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+struct CommandLine {
+  bool help = false;
+  bool version = false;
+  bool stats = false;
+  bool tabSeparated = false;
+  std::optional<std::int32_t> width;
+  std::optional<std::int32_t> widthRestriction;
+  std::optional<std::int32_t> pageLength;
+  bool pageBreaks = false;
+  std::optional<std::string> columnSeparator;
+  std::optional<std::string> rowSeparator;
+  bool showEmpty = false;
+  bool labelsInHeading = false;
+  bool noFootnotes = false;
+  bool currentLayer = false;
+  bool showNotes = false;
+  bool numericFootnotes = false;
+  bool selectedOnly = false;
+  OmEncoding encoding = OmEncoding::Utf8;
+  std::optional<std::string> output;
+  std::optional<std::string> destination;
+  // The document to read; "-" for standard input.
+  std::string input = "-";
+};
+
+// Parses the arguments after the program name. Throws UsageError for an
+// unknown option, a missing or malformed value, or a second FILE.
+CommandLine ParseCommandLine(const std::vector<std::string>& arguments);
+
+// The usage text printed by --help and after a usage error.
+const char* UsageText();
+
+}  // namespace omtext::cli

@@ -1,0 +1,177 @@
+// Buffered output to a file descriptor, and replacement of a named file.
+#include "cli/OutputFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <streambuf>
+#include <system_error>
+#include <vector>
+
+namespace omtext::cli {
+namespace {
+
+// Writes through a 1 MiB buffer; a failed write makes every later one fail
+// too and keeps the errno of the first.
+class FdStreamBuf : public std::streambuf {
+ public:
+  explicit FdStreamBuf(int fd) : mFd(fd), mBuffer(1 << 20) {
+    setp(mBuffer.data(), mBuffer.data() + mBuffer.size());
+  }
+
+  int ErrorNumber() const { return mError; }
+  bool Flush() { return FlushBuffer(); }
+
+ protected:
+  int_type overflow(int_type ch) override {
+    if (!FlushBuffer()) return traits_type::eof();
+    if (!traits_type::eq_int_type(ch, traits_type::eof())) {
+      *pptr() = traits_type::to_char_type(ch);
+      pbump(1);
+    }
+    return traits_type::not_eof(ch);
+  }
+
+  std::streamsize xsputn(const char* text, std::streamsize count) override {
+    const std::streamsize room = epptr() - pptr();
+    if (count <= room) {
+      std::memcpy(pptr(), text, static_cast<std::size_t>(count));
+      pbump(static_cast<int>(count));
+      return count;
+    }
+    if (!FlushBuffer()) return 0;
+    if (count >= static_cast<std::streamsize>(mBuffer.size())) {
+      return WriteAll(text, static_cast<std::size_t>(count)) ? count : 0;
+    }
+    std::memcpy(pptr(), text, static_cast<std::size_t>(count));
+    pbump(static_cast<int>(count));
+    return count;
+  }
+
+  int sync() override { return FlushBuffer() ? 0 : -1; }
+
+ private:
+  bool FlushBuffer() {
+    const std::size_t pending = static_cast<std::size_t>(pptr() - pbase());
+    setp(mBuffer.data(), mBuffer.data() + mBuffer.size());
+    return WriteAll(mBuffer.data(), pending);
+  }
+
+  bool WriteAll(const char* text, std::size_t count) {
+    if (mError != 0) return false;
+    while (count > 0) {
+      const ssize_t written = ::write(mFd, text, count);
+      if (written < 0) {
+        if (errno == EINTR) continue;
+        mError = errno;
+        return false;
+      }
+      text += written;
+      count -= static_cast<std::size_t>(written);
+    }
+    return true;
+  }
+
+  int mFd;
+  std::vector<char> mBuffer;
+  int mError = 0;
+};
+
+[[noreturn]] void ThrowSystem(const std::string& what) {
+  throw std::system_error(errno, std::generic_category(), what);
+}
+
+}  // namespace
+
+struct OutputFile::Data {
+  explicit Data(int fileDescriptor) : fd(fileDescriptor), buffer(fileDescriptor), stream(&buffer) {
+    stream.exceptions(std::ios_base::badbit | std::ios_base::failbit);
+  }
+
+  int fd;
+  FdStreamBuf buffer;
+  std::ostream stream;
+  // For a named file: the final path and the temporary one ("" when the
+  // file is written in place, as a device or a pipe must be).
+  std::string path;
+  std::string temporary;
+  bool ownsFd = false;
+  bool committed = false;
+};
+
+OutputFile::OutputFile() : mData(std::make_unique<Data>(STDOUT_FILENO)) {}
+
+OutputFile::OutputFile(const std::string& path) {
+  std::string target = path;
+  struct stat info {};
+  if (::stat(path.c_str(), &info) == 0) {
+    // Replace what a link points to, not the link.
+    if (char* resolved = ::realpath(path.c_str(), nullptr)) {
+      target = resolved;
+      std::free(resolved);
+    }
+    if (!S_ISREG(info.st_mode)) {
+      // Devices, pipes and the like cannot be replaced; write to them.
+      const int fd = ::open(target.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
+      if (fd < 0) ThrowSystem(path);
+      mData = std::make_unique<Data>(fd);
+      mData->ownsFd = true;
+      mData->path = target;
+      return;
+    }
+  }
+  const std::size_t slash = target.rfind('/');
+  const std::string directory = slash == std::string::npos ? "" : target.substr(0, slash + 1);
+  std::string temporary = directory + ".omtext-XXXXXX";
+  const int fd = ::mkstemp(temporary.data());
+  if (fd < 0) ThrowSystem(path);
+  mode_t mode = 0;
+  if (::stat(target.c_str(), &info) == 0) {
+    mode = info.st_mode & 07777;
+  } else {
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    mode = 0666 & ~mask;
+  }
+  ::fchmod(fd, mode);
+  mData = std::make_unique<Data>(fd);
+  mData->ownsFd = true;
+  mData->path = target;
+  mData->temporary = temporary;
+}
+
+OutputFile::~OutputFile() {
+  if (mData->ownsFd && mData->fd >= 0) ::close(mData->fd);
+  if (!mData->committed && !mData->temporary.empty()) ::unlink(mData->temporary.c_str());
+}
+
+std::ostream& OutputFile::Stream() { return mData->stream; }
+
+void OutputFile::Commit() {
+  if (!mData->buffer.Flush()) {
+    errno = mData->buffer.ErrorNumber();
+    ThrowSystem("write error");
+  }
+  if (mData->ownsFd) {
+    const int fd = mData->fd;
+    mData->fd = -1;
+    if (::close(fd) != 0) ThrowSystem("write error");
+  }
+  if (!mData->temporary.empty() &&
+      ::rename(mData->temporary.c_str(), mData->path.c_str()) != 0) {
+    ThrowSystem(mData->path);
+  }
+  mData->committed = true;
+}
+
+std::string OutputFile::Error() const {
+  const int error = mData->buffer.ErrorNumber();
+  return error == 0 ? std::string() : std::string(std::strerror(error));
+}
+
+}  // namespace omtext::cli
