@@ -92,9 +92,10 @@ void KeySet::Mark(int k, std::string_view key, Position at) {
 namespace {
 
 // The reader's input: the document in chunks, with the line and column of
-// the start of the latest token. The start is caught by the first byte that
-// is taken after Arm() and is neither white space nor a comma or colon, which
-// is exactly where the next value, key or closing bracket begins.
+// the start of the latest token. After Arm(1) the start is caught by the
+// first byte taken that is neither white space nor a comma or colon, which is
+// exactly where the next value or key begins. The reader reports brackets
+// before it takes them; Arm(2) then lets the bracket itself pass.
 class TrackingStream {
  public:
   using Ch = char;
@@ -113,9 +114,8 @@ class TrackingStream {
   Ch Take() {
     const Ch c = *mCurrent;
     if (mCurrent == mLast) return c;
-    if (mArmed && c != ' ' && c != '\n' && c != '\r' && c != '\t' && c != ',' && c != ':') {
-      mArmed = false;
-      mToken = Here();
+    if (mArmed != 0 && c != ' ' && c != '\n' && c != '\r' && c != '\t' && c != ',' && c != ':') {
+      if (--mArmed == 0) mToken = Here();
     }
     ++mCurrent;
     if (c == '\n') {
@@ -137,7 +137,7 @@ class TrackingStream {
   void Flush() {}
   std::size_t PutEnd(Ch*) { return 0; }
 
-  void Arm() { mArmed = true; }
+  void Arm(int skip) { mArmed = skip; }
   Position Token() const { return mToken; }
   Position Here() const {
     return Position{mLine, static_cast<std::int64_t>(Tell() - mLineStart) + 1};
@@ -182,7 +182,7 @@ class TrackingStream {
   bool mNul = false;
   std::int64_t mLine = 1;
   std::size_t mLineStart = 0;
-  bool mArmed = true;
+  int mArmed = 1;
   Position mToken;
 };
 
@@ -230,12 +230,12 @@ class Loader {
     return true;
   }
   bool StartObject() {
-    const Position at = Next();
+    const Position at = NextBracket();
     Push(Top().OnObject(*this, at));
     return true;
   }
   bool StartArray() {
-    const Position at = Next();
+    const Position at = NextBracket();
     Push(Top().OnArray(*this, at));
     return true;
   }
@@ -250,14 +250,21 @@ class Loader {
 
  private:
   Frame& Top() { return *mStack.back(); }
+  // The position of a scalar or key, which the reader has taken whole.
   Position Next() {
     const Position at = mStream.Token();
-    mStream.Arm();
+    mStream.Arm(1);
+    return at;
+  }
+  // The position of a bracket, which the reader has not taken yet.
+  Position NextBracket() {
+    const Position at = mStream.Here();
+    mStream.Arm(2);
     return at;
   }
   void Push(std::unique_ptr<Frame> frame) { mStack.push_back(std::move(frame)); }
   bool End() {
-    Top().OnEnd(*this, Next());
+    Top().OnEnd(*this, NextBracket());
     mStack.pop_back();
     return true;
   }
