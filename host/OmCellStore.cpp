@@ -227,13 +227,22 @@ std::string OmCellStore::LayerKey(const std::int32_t* index) const {
   return key;
 }
 
-const OmCellStore::Layer* OmCellStore::FindLayer(const std::int32_t* index) const {
+bool OmCellStore::IsLastLayer(const std::int32_t* index) const {
+  if (mLastLayer == nullptr) return false;
+  for (std::size_t i = 0; i < mLayerDims.size(); ++i) {
+    if (index[mLayerDims[i]] != mLastPositions[i]) return false;
+  }
+  return true;
+}
+
+OmCellStore::Layer* OmCellStore::FindLayer(const std::int32_t* index) const {
   if (mLayerDims.empty()) return mSingle.get();
-  std::string key = LayerKey(index);
-  if (mLastLayer != nullptr && key == mLastKey) return mLastLayer;
+  if (IsLastLayer(index)) return mLastLayer;
+  const std::string key = LayerKey(index);
   const auto it = mLayers.find(key);
   if (it == mLayers.end()) return nullptr;
-  mLastKey = std::move(key);
+  mLastPositions.resize(mLayerDims.size());
+  for (std::size_t i = 0; i < mLayerDims.size(); ++i) mLastPositions[i] = index[mLayerDims[i]];
   mLastLayer = it->second.get();
   return mLastLayer;
 }
@@ -244,21 +253,12 @@ const OmCellText* OmCellStore::Find(const std::int32_t* index) const {
 }
 
 bool OmCellStore::Insert(const std::int32_t* index, const OmCellText* cell) {
-  Layer* layer = nullptr;
-  if (mLayerDims.empty()) {
-    if (!mSingle) mSingle = std::make_unique<Layer>(*mShape);
-    layer = mSingle.get();
-  } else {
-    std::unique_ptr<Layer>& slot = mLayers[LayerKey(index)];
-    if (!slot) {
-      try {
-        slot = std::make_unique<Layer>(*mShape);
-      } catch (...) {
-        mLayers.erase(LayerKey(index));
-        throw;
-      }
-    }
-    layer = slot.get();
+  if (mLayerDims.empty() && !mSingle) mSingle = std::make_unique<Layer>(*mShape);
+  Layer* layer = FindLayer(index);
+  if (layer == nullptr) {
+    auto made = std::make_unique<Layer>(*mShape);
+    layer = made.get();
+    mLayers.emplace(LayerKey(index), std::move(made));
   }
   if (!layer->Insert(index, cell)) return false;
   ++mCount;

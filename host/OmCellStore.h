@@ -47,7 +47,9 @@ class OmCellStore {
 
  private:
   std::string LayerKey(const std::int32_t* index) const;
-  const Layer* FindLayer(const std::int32_t* index) const;
+  // The layer of index; null when it has no cells.
+  Layer* FindLayer(const std::int32_t* index) const;
+  bool IsLastLayer(const std::int32_t* index) const;
 
   std::unique_ptr<Shape> mShape;
   std::vector<std::int32_t> mLayerDims;
@@ -57,6 +59,8 @@ class OmCellStore {
   // are found by the bytes of their positions.
   std::unique_ptr<Layer> mSingle;
   std::unordered_map<std::string, std::unique_ptr<Layer>> mLayers;
-  mutable std::string mLastKey;
-  mutable const Layer* mLastLayer = nullptr;
+  // The layer found last and its positions: an exporter asks for the cells
+  // of one layer after another.
+  mutable std::vector<std::int32_t> mLastPositions;
+  mutable Layer* mLastLayer = nullptr;
 };
