@@ -6,11 +6,11 @@
 
 namespace {
 
-// Entries a grid may hold in one list before it gives up with
-// std::bad_alloc: a quarter of a billion, a gigabyte of positions. Past that
-// a heading is far beyond anything that can be printed, and failing early
-// beats being killed for lack of memory later.
-constexpr std::uint64_t kMaxEntries = std::uint64_t{1} << 28;
+// Entries a grid may hold (combinations times heading positions, or leaves
+// times a block's width) before it gives up with std::bad_alloc: 64 million.
+// Past that a heading is far beyond anything that can be printed, and
+// failing early beats being killed for lack of memory later.
+constexpr std::uint64_t kMaxEntries = std::uint64_t{1} << 26;
 // The combinations of an axis are marked in a bitmap when there are at most
 // this many, or at most eight per stored cell; otherwise the combinations
 // that hold cells are sorted.
@@ -52,6 +52,7 @@ OmAxisGrid::OmAxisGrid(const OmPivotTable& table, OmAxis axis,
   } else {
     SortedCombinations(table, layerIndex);
   }
+  CheckEntries(static_cast<std::uint64_t>(mNCombinations) * static_cast<std::uint64_t>(mNPositions));
 }
 
 void OmAxisGrid::BuildBlocks(const OmPivotTable& table, const std::vector<std::int32_t>& dims,
