@@ -45,13 +45,70 @@ void Frame::Mismatch(Position at, std::string_view found) const {
   Fail(at, "expected " + Expected() + ", found " + std::string(found));
 }
 
-void Frame::OnKey(Loader&, std::string_view, Position at) { Mismatch(at, "a key"); }
-std::unique_ptr<Frame> Frame::OnObject(Loader&, Position at) { Mismatch(at, "an object"); }
-std::unique_ptr<Frame> Frame::OnArray(Loader&, Position at) { Mismatch(at, "a list"); }
-void Frame::OnString(Loader&, std::string_view, Position at) { Mismatch(at, "a string"); }
-void Frame::OnNumber(Loader&, std::string_view, Position at) { Mismatch(at, "a number"); }
-void Frame::OnBool(Loader&, bool, Position at) { Mismatch(at, "a boolean"); }
-void Frame::OnNull(Loader&, Position at) { Mismatch(at, "null"); }
+void Frame::OnKey(std::string_view, Position at) { Mismatch(at, "a key"); }
+Frame* Frame::OnObject(Position at) { Mismatch(at, "an object"); }
+Frame* Frame::OnArray(Position at) { Mismatch(at, "a list"); }
+void Frame::OnString(std::string_view, Position at) { Mismatch(at, "a string"); }
+void Frame::OnNumber(std::string_view, Position at) { Mismatch(at, "a number"); }
+void Frame::OnBool(bool, Position at) { Mismatch(at, "a boolean"); }
+void Frame::OnNull(Position at) { Mismatch(at, "null"); }
+
+void EventLog::Replay(Frame& target) const {
+  Dispatcher dispatcher(target);
+  for (const Event& event : mEvents) {
+    switch (event.type) {
+      case Type::Key:
+        dispatcher.Key(event.text, event.at);
+        break;
+      case Type::String:
+        dispatcher.String(event.text, event.at);
+        break;
+      case Type::Number:
+        dispatcher.Number(event.text, event.at);
+        break;
+      case Type::Bool:
+        dispatcher.Bool(event.flag, event.at);
+        break;
+      case Type::Null:
+        dispatcher.Null(event.at);
+        break;
+      case Type::StartObject:
+        dispatcher.StartObject(event.at);
+        break;
+      case Type::StartArray:
+        dispatcher.StartArray(event.at);
+        break;
+      case Type::End:
+        dispatcher.End(event.at);
+        break;
+    }
+  }
+}
+
+void RecorderFrame::OnKey(std::string_view key, Position at) {
+  mLog.Add(EventLog::Type::Key, at, key);
+}
+Frame* RecorderFrame::OnObject(Position at) {
+  mLog.Add(EventLog::Type::StartObject, at);
+  if (!mChild) mChild = std::make_unique<RecorderFrame>(at, mLog);
+  return mChild.get();
+}
+Frame* RecorderFrame::OnArray(Position at) {
+  mLog.Add(EventLog::Type::StartArray, at);
+  if (!mChild) mChild = std::make_unique<RecorderFrame>(at, mLog);
+  return mChild.get();
+}
+void RecorderFrame::OnString(std::string_view text, Position at) {
+  mLog.Add(EventLog::Type::String, at, text);
+}
+void RecorderFrame::OnNumber(std::string_view raw, Position at) {
+  mLog.Add(EventLog::Type::Number, at, raw);
+}
+void RecorderFrame::OnBool(bool value, Position at) {
+  mLog.Add(EventLog::Type::Bool, at, {}, value);
+}
+void RecorderFrame::OnNull(Position at) { mLog.Add(EventLog::Type::Null, at); }
+void RecorderFrame::OnEnd(Position at) { mLog.Add(EventLog::Type::End, at); }
 
 std::int64_t ParseInteger(std::string_view raw, Position at, std::int64_t low, std::int64_t high,
                           std::string_view what) {
@@ -197,50 +254,50 @@ void CheckDecodedUtf8(std::string_view text, Position at) {
   }
 }
 
-}  // namespace
-
-// Routes the reader's events to the frame on top of the stack.
-class Loader {
+// Turns the reader's events, with their positions, into dispatcher calls.
+class SaxHandler {
  public:
-  Loader(TrackingStream& stream, std::unique_ptr<Frame> root) : mStream(stream) {
-    mStack.push_back(std::move(root));
-  }
+  SaxHandler(TrackingStream& stream, Frame& root) : mStream(stream), mDispatcher(root) {}
 
   bool Null() {
-    Top().OnNull(*this, Next());
+    mDispatcher.Null(Next());
     return true;
   }
   bool Bool(bool value) {
-    Top().OnBool(*this, value, Next());
+    mDispatcher.Bool(value, Next());
     return true;
   }
   bool RawNumber(const char* text, rapidjson::SizeType length, bool) {
-    Top().OnNumber(*this, std::string_view(text, length), Next());
+    mDispatcher.Number(std::string_view(text, length), Next());
     return true;
   }
   bool String(const char* text, rapidjson::SizeType length, bool) {
     const Position at = Next();
     const std::string_view value(text, length);
     CheckDecodedUtf8(value, at);
-    Top().OnString(*this, value, at);
+    mDispatcher.String(value, at);
     return true;
   }
   bool Key(const char* text, rapidjson::SizeType length, bool) {
-    Top().OnKey(*this, std::string_view(text, length), Next());
+    mDispatcher.Key(std::string_view(text, length), Next());
     return true;
   }
   bool StartObject() {
-    const Position at = NextBracket();
-    Push(Top().OnObject(*this, at));
+    mDispatcher.StartObject(NextBracket());
     return true;
   }
   bool StartArray() {
-    const Position at = NextBracket();
-    Push(Top().OnArray(*this, at));
+    mDispatcher.StartArray(NextBracket());
     return true;
   }
-  bool EndObject(rapidjson::SizeType) { return End(); }
-  bool EndArray(rapidjson::SizeType) { return End(); }
+  bool EndObject(rapidjson::SizeType) {
+    mDispatcher.End(NextBracket());
+    return true;
+  }
+  bool EndArray(rapidjson::SizeType) {
+    mDispatcher.End(NextBracket());
+    return true;
+  }
   // Numbers arrive as raw text only (the reader is told so).
   bool Int(int) { return false; }
   bool Uint(unsigned) { return false; }
@@ -249,7 +306,6 @@ class Loader {
   bool Double(double) { return false; }
 
  private:
-  Frame& Top() { return *mStack.back(); }
   // The position of a scalar or key, which the reader has taken whole.
   Position Next() {
     const Position at = mStream.Token();
@@ -262,50 +318,14 @@ class Loader {
     mStream.Arm(2);
     return at;
   }
-  void Push(std::unique_ptr<Frame> frame) { mStack.push_back(std::move(frame)); }
-  bool End() {
-    Top().OnEnd(*this, NextBracket());
-    mStack.pop_back();
-    return true;
-  }
 
   TrackingStream& mStream;
-  std::vector<std::unique_ptr<Frame>> mStack;
+  Dispatcher mDispatcher;
 };
-
-namespace {
 
 // Parts may nest this deep, counting top-level parts as 1; deeper trees are
 // refused rather than walked, since nothing real needs them.
 constexpr int kMaxPartDepth = 1000;
-
-// Whoever receives a list of parts: the document or a part's children.
-class PartListOwner {
- public:
-  virtual void TakeParts(OmOutputTree parts) = 0;
-
- protected:
-  ~PartListOwner() = default;
-};
-
-// A list of strings, such as a text block's lines.
-class StringListFrame : public Frame {
- public:
-  StringListFrame(Position start, std::vector<std::string>& target, std::string what)
-      : Frame(start), mTarget(target), mWhat(std::move(what)) {}
-
-  void OnString(Loader&, std::string_view text, Position) override {
-    mTarget.emplace_back(text);
-  }
-  void OnEnd(Loader&, Position) override {}
-
- protected:
-  std::string Expected() const override { return "a string in " + mWhat; }
-
- private:
-  std::vector<std::string>& mTarget;
-  std::string mWhat;
-};
 
 enum class PartKind {
   kProcedure,
@@ -333,216 +353,228 @@ constexpr std::array<KindName, 9> kKindNames{{{"procedure", PartKind::kProcedure
                                               {"interactive", PartKind::kInteractive},
                                               {"pivot-table", PartKind::kPivotTable}}};
 
-// The keys a part object may have, and which kinds allow each.
-enum PartKey {
-  kType,
-  kSelected,
-  kChildren,
-  kText,
-  kLines,
-  kSubtitle,
-  kTitle,
-  kShowTitle,
-  kCaption,
-  kNotes,
-  kFootnotes,
-  kDimensions,
-  kCells,
-  kData,
-  kPartKeyCount
+std::string KindLabel(std::string_view name) { return "a " + Quote(name) + " part"; }
+
+// The body of every part but a pivot table: a text, lines, a title and
+// subtitle as its kind allows.
+class SimplePartBody : public PartBody {
+ public:
+  SimplePartBody(Position start, PartKind kind, std::string_view kindName)
+      : PartBody(start), mKind(kind), mKindName(kindName) {}
+
+  void OnKey(std::string_view key, Position at) override {
+    mKey = -1;
+    for (int k = 0; k < kKeyCount; ++k) {
+      if (kKeyNames[static_cast<std::size_t>(k)] == key) mKey = k;
+    }
+    if (mKey < 0 || !Allows(mKey)) {
+      Fail(at, "key " + Quote(key) + " is not allowed in " + KindLabel(mKindName));
+    }
+    mKeys.Mark(mKey, key, at);
+  }
+
+  Frame* OnArray(Position at) override {
+    if (mKey != kLines) Mismatch(at, "a list");
+    mLinesFrame = std::make_unique<StringListFrame>(at, mLines, "\"lines\"");
+    return mLinesFrame.get();
+  }
+
+  void OnString(std::string_view text, Position at) override {
+    if (mKey == kLines) Mismatch(at, "a string");
+    mStrings[static_cast<std::size_t>(mKey)] = std::string(text);
+  }
+
+  void OnEnd(Position) override {}
+
+  std::unique_ptr<OmOutputPart> MakePart() override {
+    switch (mKind) {
+      case PartKind::kProcedure:
+        return std::make_unique<OmProcedure>(Required(kText));
+      case PartKind::kHeading:
+        return std::make_unique<OmHeading>(Required(kText));
+      case PartKind::kText:
+        Required(kLines);
+        return std::make_unique<OmTextBlock>(std::move(mLines));
+      case PartKind::kPageTitle:
+        return std::make_unique<OmPageTitle>(Required(kText), mStrings[kSubtitle]);
+      case PartKind::kChart:
+        return std::make_unique<OmChart>(mStrings[kTitle]);
+      case PartKind::kModel:
+        return std::make_unique<OmModel>(mStrings[kTitle]);
+      case PartKind::kAnswerTree:
+        return std::make_unique<OmAnswerTree>(mStrings[kTitle]);
+      case PartKind::kInteractive:
+      case PartKind::kPivotTable:
+        break;
+    }
+    return std::make_unique<OmInteractive>(mStrings[kTitle]);
+  }
+
+ protected:
+  std::string Expected() const override {
+    if (mKey == kLines) return "a list of strings for \"lines\"";
+    return "a string for " + Quote(kKeyNames[static_cast<std::size_t>(mKey)]);
+  }
+
+ private:
+  enum Key { kText, kLines, kSubtitle, kTitle, kKeyCount };
+  static constexpr std::array<std::string_view, kKeyCount> kKeyNames{"text", "lines", "subtitle",
+                                                                     "title"};
+
+  bool Allows(int key) const {
+    switch (key) {
+      case kText:
+        return mKind == PartKind::kProcedure || mKind == PartKind::kHeading ||
+               mKind == PartKind::kPageTitle;
+      case kLines:
+        return mKind == PartKind::kText;
+      case kSubtitle:
+        return mKind == PartKind::kPageTitle;
+      default:
+        return mKind == PartKind::kChart || mKind == PartKind::kModel ||
+               mKind == PartKind::kAnswerTree || mKind == PartKind::kInteractive;
+    }
+  }
+
+  const std::string& Required(int key) const {
+    if (!mKeys.Has(key)) {
+      Fail(Start(), "missing key " + Quote(kKeyNames[static_cast<std::size_t>(key)]) + " in " +
+                        KindLabel(mKindName));
+    }
+    return mStrings[static_cast<std::size_t>(key)];
+  }
+
+  PartKind mKind;
+  std::string_view mKindName;
+  int mKey = -1;
+  KeySet mKeys;
+  std::array<std::string, kKeyCount> mStrings;
+  std::vector<std::string> mLines;
+  std::unique_ptr<StringListFrame> mLinesFrame;
 };
-constexpr std::array<std::string_view, kPartKeyCount> kPartKeyNames{
-    "type",     "selected", "children",  "text",       "lines", "subtitle", "title",
-    "show-title", "caption", "notes", "footnotes", "dimensions", "cells", "data"};
-
-bool Allows(PartKind kind, int key) {
-  switch (key) {
-    case kType:
-    case kSelected:
-    case kChildren:
-      return true;
-    case kText:
-      return kind == PartKind::kProcedure || kind == PartKind::kHeading ||
-             kind == PartKind::kPageTitle;
-    case kLines:
-      return kind == PartKind::kText;
-    case kSubtitle:
-      return kind == PartKind::kPageTitle;
-    case kTitle:
-      return kind == PartKind::kChart || kind == PartKind::kModel ||
-             kind == PartKind::kAnswerTree || kind == PartKind::kInteractive ||
-             kind == PartKind::kPivotTable;
-    default:
-      return kind == PartKind::kPivotTable;
-  }
-}
-
-std::string KindLabel(PartKind kind) {
-  for (const KindName& entry : kKindNames) {
-    if (entry.kind == kind) return "a " + Quote(entry.name) + " part";
-  }
-  return "a part";
-}
 
 class PartListFrame;
 
+// A part object. It keeps "type", "selected" and "children" itself and
+// hands the other keys to the body of its kind; keys that arrive before
+// "type" are recorded and replayed into the body when the type is known.
 class PartFrame : public Frame {
  public:
   PartFrame(Position start, PartListFrame& owner, int depth)
       : Frame(start), mOwner(owner), mDepth(depth) {}
 
-  void OnKey(Loader&, std::string_view key, Position at) override {
-    mKey = -1;
-    for (int k = 0; k < kPartKeyCount; ++k) {
-      if (kPartKeyNames[static_cast<std::size_t>(k)] == key) mKey = k;
-    }
-    if (mKey < 0) Fail(at, "unknown key " + Quote(key) + " in a part");
-    mKeys.Mark(mKey, key, at);
-    mKeyAt[static_cast<std::size_t>(mKey)] = at;
-    if (mKind) {
-      CheckAllowed(mKey);
-    } else if (mKey != kTitle && !Allows(PartKind::kProcedure, mKey) &&
-               !Allows(PartKind::kText, mKey) && !Allows(PartKind::kPageTitle, mKey)) {
-      Unsupported(at);
-    }
-  }
-
-  std::unique_ptr<Frame> OnArray(Loader&, Position at) override {
-    if (mKey == kChildren) {
-      if (mDepth >= kMaxPartDepth) {
-        Fail(at, "parts are nested more than " + std::to_string(kMaxPartDepth) + " levels deep");
+  void OnKey(std::string_view key, Position at) override {
+    if (key == "type") {
+      mKeys.Mark(kType, key, at);
+      mSlot = Slot::kType;
+    } else if (key == "selected") {
+      mKeys.Mark(kSelected, key, at);
+      mSlot = Slot::kSelected;
+    } else if (key == "children") {
+      mKeys.Mark(kChildren, key, at);
+      mSlot = Slot::kChildren;
+    } else if (mBody) {
+      mSlot = Slot::kBody;
+      mBody->OnKey(key, at);
+    } else {
+      if (key != "text" && key != "lines" && key != "subtitle" && key != "title" &&
+          !IsPivotTableKey(key)) {
+        Fail(at, "unknown key " + Quote(key) + " in a part");
       }
-      return MakeChildList(at);
+      mSlot = Slot::kRecord;
+      mLog.Add(EventLog::Type::Key, at, key);
     }
-    if (mKey == kLines) return std::make_unique<StringListFrame>(at, mLines, "\"lines\"");
-    Mismatch(at, "a list");
   }
 
-  std::unique_ptr<Frame> OnObject(Loader&, Position at) override {
-    if (mKey == kTitle && !mKind) Unsupported(at);
+  Frame* OnObject(Position at) override {
+    if (mSlot == Slot::kBody) return mBody->OnObject(at);
+    if (mSlot == Slot::kRecord) return Record(EventLog::Type::StartObject, at);
     Mismatch(at, "an object");
   }
 
-  void OnString(Loader&, std::string_view text, Position at) override {
-    switch (mKey) {
-      case kType:
-        SetKind(text, at);
-        return;
-      case kText:
-        mText = std::string(text);
-        return;
-      case kSubtitle:
-        mSubtitle = std::string(text);
-        return;
-      case kTitle:
-        mTitle = std::string(text);
-        return;
-      default:
-        Mismatch(at, "a string");
-    }
+  Frame* OnArray(Position at) override;
+
+  void OnString(std::string_view text, Position at) override {
+    if (mSlot == Slot::kType) return SetKind(text, at);
+    if (mSlot == Slot::kBody) return mBody->OnString(text, at);
+    if (mSlot == Slot::kRecord) return mLog.Add(EventLog::Type::String, at, text);
+    Mismatch(at, "a string");
   }
 
-  void OnNumber(Loader&, std::string_view, Position at) override {
-    if (mKey == kTitle && !mKind) Unsupported(at);
+  void OnNumber(std::string_view raw, Position at) override {
+    if (mSlot == Slot::kBody) return mBody->OnNumber(raw, at);
+    if (mSlot == Slot::kRecord) return mLog.Add(EventLog::Type::Number, at, raw);
     Mismatch(at, "a number");
   }
 
-  void OnBool(Loader&, bool value, Position at) override {
-    if (mKey != kSelected) Mismatch(at, "a boolean");
-    mSelected = value;
+  void OnBool(bool value, Position at) override {
+    if (mSlot == Slot::kSelected) {
+      mSelected = value;
+      return;
+    }
+    if (mSlot == Slot::kBody) return mBody->OnBool(value, at);
+    if (mSlot == Slot::kRecord) return mLog.Add(EventLog::Type::Bool, at, {}, value);
+    Mismatch(at, "a boolean");
   }
 
-  void OnEnd(Loader&, Position) override;
+  void OnNull(Position at) override {
+    if (mSlot == Slot::kBody) return mBody->OnNull(at);
+    if (mSlot == Slot::kRecord) return mLog.Add(EventLog::Type::Null, at);
+    Mismatch(at, "null");
+  }
+
+  void OnEnd(Position at) override;
 
   void TakeChildren(OmOutputTree children) { mChildren = std::move(children); }
 
  protected:
   std::string Expected() const override {
-    switch (mKey) {
-      case kType:
+    switch (mSlot) {
+      case Slot::kType:
         return "a string for \"type\"";
-      case kSelected:
+      case Slot::kSelected:
         return "a boolean for \"selected\"";
-      case kChildren:
-        return "a list of parts for \"children\"";
-      case kLines:
-        return "a list of strings for \"lines\"";
       default:
-        return "a string for " + Quote(kPartKeyNames[static_cast<std::size_t>(mKey)]);
+        return "a list of parts for \"children\"";
     }
   }
 
  private:
-  std::unique_ptr<Frame> MakeChildList(Position at);
+  enum class Slot { kNone, kType, kSelected, kChildren, kBody, kRecord };
+  enum Key { kType, kSelected, kChildren };
+
+  Frame* Record(EventLog::Type type, Position at) {
+    mLog.Add(type, at);
+    if (!mRecorder) mRecorder = std::make_unique<RecorderFrame>(at, mLog);
+    return mRecorder.get();
+  }
 
   void SetKind(std::string_view name, Position at) {
+    const KindName* found = nullptr;
     for (const KindName& entry : kKindNames) {
-      if (entry.name == name) mKind = entry.kind;
+      if (entry.name == name) found = &entry;
     }
-    if (!mKind) Fail(at, "unknown part type " + Quote(name));
-    if (*mKind == PartKind::kPivotTable) Unsupported(at);
-    for (int k = 0; k < kPartKeyCount; ++k) {
-      if (mKeys.Has(k)) CheckAllowed(k);
+    if (found == nullptr) Fail(at, "unknown part type " + Quote(name));
+    if (found->kind == PartKind::kPivotTable) {
+      mBody = MakePivotTableBody(Start());
+    } else {
+      mBody = std::make_unique<SimplePartBody>(Start(), found->kind, found->name);
     }
-  }
-
-  void CheckAllowed(int key) const {
-    if (!Allows(*mKind, key)) {
-      Fail(mKeyAt[static_cast<std::size_t>(key)],
-           "key " + Quote(kPartKeyNames[static_cast<std::size_t>(key)]) +
-               " is not allowed in " + KindLabel(*mKind));
+    if (!mLog.Empty()) {
+      mLog.Replay(*mBody);
+      mLog.Clear();
     }
-  }
-
-  [[noreturn]] static void Unsupported(Position at) {
-    Fail(at, "pivot tables are not supported yet");
-  }
-
-  void Require(int key, std::string_view name) const {
-    if (!mKeys.Has(key)) {
-      Fail(Start(), "missing key " + Quote(name) + " in " + KindLabel(*mKind));
-    }
-  }
-
-  std::unique_ptr<OmOutputPart> MakePart() const {
-    switch (*mKind) {
-      case PartKind::kProcedure:
-        Require(kText, "text");
-        return std::make_unique<OmProcedure>(mText);
-      case PartKind::kHeading:
-        Require(kText, "text");
-        return std::make_unique<OmHeading>(mText);
-      case PartKind::kText:
-        Require(kLines, "lines");
-        return std::make_unique<OmTextBlock>(mLines);
-      case PartKind::kPageTitle:
-        Require(kText, "text");
-        return std::make_unique<OmPageTitle>(mText, mSubtitle);
-      case PartKind::kChart:
-        return std::make_unique<OmChart>(mTitle);
-      case PartKind::kModel:
-        return std::make_unique<OmModel>(mTitle);
-      case PartKind::kAnswerTree:
-        return std::make_unique<OmAnswerTree>(mTitle);
-      case PartKind::kInteractive:
-        return std::make_unique<OmInteractive>(mTitle);
-      case PartKind::kPivotTable:
-        break;
-    }
-    Unsupported(Start());
   }
 
   PartListFrame& mOwner;
   int mDepth;
-  int mKey = -1;
+  Slot mSlot = Slot::kNone;
   KeySet mKeys;
-  std::array<Position, kPartKeyCount> mKeyAt{};
-  std::optional<PartKind> mKind;
   bool mSelected = true;
-  std::string mText;
-  std::string mSubtitle;
-  std::string mTitle;
-  std::vector<std::string> mLines;
+  std::unique_ptr<PartBody> mBody;
+  EventLog mLog;
+  std::unique_ptr<RecorderFrame> mRecorder;
+  std::unique_ptr<PartListFrame> mChildList;
   OmOutputTree mChildren;
 };
 
@@ -551,11 +583,12 @@ class PartFrame : public Frame {
 // levels count from 1 and are shifted when the list is handed over.
 class PartListFrame : public Frame {
  public:
-  PartListFrame(Position start, PartListOwner* documentOwner, PartFrame* partOwner, int depth)
-      : Frame(start), mDocumentOwner(documentOwner), mPartOwner(partOwner), mDepth(depth) {}
+  PartListFrame(Position start, OmOutputTree& result, int depth)
+      : Frame(start), mResult(result), mDepth(depth) {}
 
-  std::unique_ptr<Frame> OnObject(Loader&, Position at) override {
-    return std::make_unique<PartFrame>(at, *this, mDepth);
+  Frame* OnObject(Position at) override {
+    mPart = std::make_unique<PartFrame>(at, *this, mDepth);
+    return mPart.get();
   }
 
   void Add(std::unique_ptr<OmOutputPart> part, OmOutputTree children) {
@@ -563,49 +596,53 @@ class PartListFrame : public Frame {
     mParts.AppendTree(std::move(children), 1);
   }
 
-  void OnEnd(Loader&, Position) override {
-    if (mPartOwner != nullptr) {
-      mPartOwner->TakeChildren(std::move(mParts));
-    } else {
-      mDocumentOwner->TakeParts(std::move(mParts));
-    }
-  }
+  void OnEnd(Position) override { mResult = std::move(mParts); }
 
  protected:
   std::string Expected() const override { return "a part (an object)"; }
 
  private:
-  PartListOwner* mDocumentOwner;
-  PartFrame* mPartOwner;
+  OmOutputTree& mResult;
   int mDepth;
   OmOutputTree mParts;
+  std::unique_ptr<PartFrame> mPart;
 };
 
-std::unique_ptr<Frame> PartFrame::MakeChildList(Position at) {
-  return std::make_unique<PartListFrame>(at, nullptr, this, mDepth + 1);
+Frame* PartFrame::OnArray(Position at) {
+  if (mSlot == Slot::kChildren) {
+    if (mDepth >= kMaxPartDepth) {
+      Fail(at, "parts are nested more than " + std::to_string(kMaxPartDepth) + " levels deep");
+    }
+    mChildList = std::make_unique<PartListFrame>(at, mChildren, mDepth + 1);
+    return mChildList.get();
+  }
+  if (mSlot == Slot::kBody) return mBody->OnArray(at);
+  if (mSlot == Slot::kRecord) return Record(EventLog::Type::StartArray, at);
+  Mismatch(at, "a list");
 }
 
-void PartFrame::OnEnd(Loader&, Position) {
-  if (!mKind) Fail(Start(), "missing key \"type\" in a part");
-  std::unique_ptr<OmOutputPart> part = MakePart();
+void PartFrame::OnEnd(Position at) {
+  if (!mBody) Fail(Start(), "missing key \"type\" in a part");
+  mBody->OnEnd(at);
+  std::unique_ptr<OmOutputPart> part = mBody->MakePart();
   part->selected = mSelected;
   mOwner.Add(std::move(part), std::move(mChildren));
 }
 
 // The document object: {"output": [PART, ...]}.
-class DocumentFrame : public Frame, public PartListOwner {
+class DocumentFrame : public Frame {
  public:
   DocumentFrame(Position start, OmOutputTree& result) : Frame(start), mResult(result) {}
 
-  void OnKey(Loader&, std::string_view key, Position at) override {
+  void OnKey(std::string_view key, Position at) override {
     if (key != "output") Fail(at, "unknown key " + Quote(key) + " in the document");
     mKeys.Mark(0, key, at);
   }
-  std::unique_ptr<Frame> OnArray(Loader&, Position at) override {
-    return std::make_unique<PartListFrame>(at, this, nullptr, 1);
+  Frame* OnArray(Position at) override {
+    mList = std::make_unique<PartListFrame>(at, mResult, 1);
+    return mList.get();
   }
-  void TakeParts(OmOutputTree parts) override { mResult = std::move(parts); }
-  void OnEnd(Loader&, Position) override {
+  void OnEnd(Position) override {
     if (!mKeys.Has(0)) Fail(Start(), "missing key \"output\" in the document");
   }
 
@@ -615,22 +652,25 @@ class DocumentFrame : public Frame, public PartListOwner {
  private:
   OmOutputTree& mResult;
   KeySet mKeys;
+  std::unique_ptr<PartListFrame> mList;
 };
 
 // Stands below the document: the whole text must be one object.
 class RootFrame : public Frame {
  public:
   explicit RootFrame(OmOutputTree& result) : Frame(Position{}), mResult(result) {}
-  std::unique_ptr<Frame> OnObject(Loader&, Position at) override {
-    return std::make_unique<DocumentFrame>(at, mResult);
+  Frame* OnObject(Position at) override {
+    mDocument = std::make_unique<DocumentFrame>(at, mResult);
+    return mDocument.get();
   }
-  void OnEnd(Loader&, Position) override {}
+  void OnEnd(Position) override {}
 
  protected:
   std::string Expected() const override { return "the document object {\"output\": [...]}"; }
 
  private:
   OmOutputTree& mResult;
+  std::unique_ptr<DocumentFrame> mDocument;
 };
 
 std::string ReaderMessage(rapidjson::ParseErrorCode code) {
@@ -649,12 +689,13 @@ OmOutputTree OmDocumentLoader::Load(std::istream& in) {
   using namespace omtext::loader;
   OmOutputTree result;
   TrackingStream stream(in);
-  Loader loader(stream, std::make_unique<RootFrame>(result));
+  RootFrame root(result);
+  SaxHandler handler(stream, root);
   rapidjson::Reader reader;
   constexpr unsigned kFlags = rapidjson::kParseIterativeFlag |
                               rapidjson::kParseValidateEncodingFlag |
                               rapidjson::kParseNumbersAsStringsFlag;
-  const rapidjson::ParseResult parsed = reader.Parse<kFlags>(stream, loader);
+  const rapidjson::ParseResult parsed = reader.Parse<kFlags>(stream, handler);
   if (stream.StoppedAtNul()) Fail(stream.Here(), "the document holds a NUL byte");
   if (parsed.IsError()) Fail(stream.At(parsed.Offset()), ReaderMessage(parsed.Code()));
   return result;
