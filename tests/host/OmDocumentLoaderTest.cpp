@@ -110,7 +110,7 @@ TEST(OmDocumentLoader, RejectsSchemaErrorsAtTheOffendingValue) {
   EXPECT_EQ(Rejection(R"({"output": [{"type": "chart", "selected": "yes"}]})"),
             "1:43: expected a boolean for \"selected\", found a string");
   EXPECT_EQ(Rejection(R"({"output": [{"type": "chart", "colour": 1}]})"),
-            "1:31: unknown key \"colour\" in a part");
+            "1:31: key \"colour\" is not allowed in a \"chart\" part");
   EXPECT_EQ(Rejection(R"({"output": [{"type": "heading", "text": "a", "text": "b"}]})"),
             "1:46: repeated key \"text\"");
 }
