@@ -20,8 +20,10 @@ struct OmCellStore::Shape {
 namespace {
 
 constexpr std::uint64_t kEmptyKey = std::numeric_limits<std::uint64_t>::max();
-// Layers with at most this many slots are dense from their first cell.
-constexpr std::uint64_t kSmallSpan = 1U << 16;
+// Layers with at most this many slots are dense from their first cell; no
+// larger than an empty hash table, so that a table of many thin layers
+// costs memory in proportion to its cells.
+constexpr std::uint64_t kSmallSpan = 32;
 
 struct Slot {
   std::uint64_t key;

@@ -268,6 +268,8 @@ INSTANTIATE_TEST_SUITE_P(
     Forms, CellStoreForms,
     ::testing::Values(
         // Small layers: dense from the start.
+        std::vector<std::int32_t>{3, 4, 5},
+        // Layers hashed and made dense as they fill.
         std::vector<std::int32_t>{3, 40, 50},
         // A large layer filled to more than a quarter: hashed, then dense.
         std::vector<std::int32_t>{1, 300, 300},
