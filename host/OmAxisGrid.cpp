@@ -12,9 +12,10 @@ namespace {
 // failing early beats being killed for lack of memory later.
 constexpr std::uint64_t kMaxEntries = std::uint64_t{1} << 26;
 // The combinations of an axis are marked in a bitmap when there are at most
-// this many, or at most eight per stored cell; otherwise the combinations
-// that hold cells are sorted.
-constexpr std::uint64_t kBitmapFloor = std::uint64_t{1} << 22;
+// this many more than eight per cell of the layer; otherwise the
+// combinations that hold cells are sorted. Either way a layer costs time in
+// proportion to its own cells, however many layers the table has.
+constexpr std::uint64_t kBitmapFloor = 4096;
 
 void CheckEntries(std::uint64_t count) {
   if (count > kMaxEntries) throw std::bad_alloc();
@@ -46,8 +47,8 @@ OmAxisGrid::OmAxisGrid(const OmPivotTable& table, OmAxis axis,
   if (!hideEmpty) {
     if (!fits || span > INT32_MAX) throw std::bad_alloc();
     AllCombinations(sizes, span);
-  } else if (fits && span <= std::max(kBitmapFloor,
-                                      8 * static_cast<std::uint64_t>(table.NCells()))) {
+  } else if (fits && span <= kBitmapFloor + 8 * static_cast<std::uint64_t>(
+                                                   table.NCellsInLayer(layerIndex))) {
     MarkedCombinations(table, layerIndex, sizes, span);
   } else {
     SortedCombinations(table, layerIndex);

@@ -90,6 +90,8 @@ class OmCellStore::Layer {
     return false;
   }
 
+  std::size_t Count() const { return mCount; }
+
   // Visits every cell; index is the full index whose layer entries the
   // caller has set, and whose other entries are written here.
   void ForEach(std::int32_t* index, Visit visit, const void* context) const {
@@ -265,6 +267,11 @@ bool OmCellStore::Insert(const std::int32_t* index, const OmCellText* cell) {
   if (!layer->Insert(index, cell)) return false;
   ++mCount;
   return true;
+}
+
+std::int64_t OmCellStore::CountInLayer(const std::int32_t* layerIndex) const {
+  const Layer* layer = FindLayer(layerIndex);
+  return layer == nullptr ? 0 : static_cast<std::int64_t>(layer->Count());
 }
 
 void OmCellStore::ForEach(const std::int32_t* layerIndex, Visit visit, const void* context) const {

@@ -32,6 +32,9 @@ class OmCellStore {
   bool Insert(const std::int32_t* index, const OmCellText* cell);
   // The number of cells stored.
   std::int64_t Count() const { return mCount; }
+  // The number of cells in the layer whose positions layerIndex holds (one
+  // entry per dimension; only the layer dimensions' entries are read).
+  std::int64_t CountInLayer(const std::int32_t* layerIndex) const;
 
   // Calls visit(context, index, cell) for every cell whose layer positions
   // are those of layerIndex (one entry per dimension; only the layer

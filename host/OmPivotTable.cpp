@@ -218,6 +218,11 @@ const OmCellText* OmPivotTable::Cell(const std::vector<std::int32_t>& index) con
 
 std::int64_t OmPivotTable::NCells() const { return mData->store ? mData->store->Count() : 0; }
 
+std::int64_t OmPivotTable::NCellsInLayer(const std::vector<std::int32_t>& layerIndex) const {
+  if (!mData->store || layerIndex.size() != mData->sizes.size()) return 0;
+  return mData->store->CountInLayer(layerIndex.data());
+}
+
 void OmPivotTable::ForEachCellInLayer(
     const std::vector<std::int32_t>& layerIndex,
     const std::function<void(const std::int32_t* index, const OmCellText& cell)>& visit) const {

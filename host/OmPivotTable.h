@@ -97,6 +97,10 @@ class OmPivotTable : public OmOutputPart {
   const OmCellText* Cell(const std::vector<std::int32_t>& index) const;
   // The number of cells stored.
   std::int64_t NCells() const;
+  // The number of cells in the layer whose positions layerIndex holds (one
+  // entry per dimension; only the layer dimensions' entries are read); 0
+  // for a layerIndex of the wrong length.
+  std::int64_t NCellsInLayer(const std::vector<std::int32_t>& layerIndex) const;
 
   // Calls visit(index, cell) for every cell whose layer positions equal
   // those of layerIndex (one entry per dimension; only the layer

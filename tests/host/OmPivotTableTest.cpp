@@ -195,6 +195,9 @@ TEST(OmPivotTable, ForEachCellInLayerVisitsOnlyThatLayer) {
     seen[Index{index[0], index[1]}] = cell.GetText();
   });
   EXPECT_EQ(seen, (std::map<Index, std::string>{{{1, 1}, "2"}, {{1, 4}, "3"}}));
+  EXPECT_EQ(table.NCellsInLayer({1, 0}), 2);
+  EXPECT_EQ(table.NCellsInLayer({0, 3}), 1);
+  EXPECT_EQ(table.NCellsInLayer({1}), 0);
   int visits = 0;
   table.ForEachCellInLayer({1}, [&](const std::int32_t*, const OmCellText&) { ++visits; });
   EXPECT_EQ(visits, 0);
