@@ -1,0 +1,68 @@
+// Fits the folded lines of one cell to the rows the cell must fill by joining
+// the neighbouring pair whose join is shortest, again and again. Works on
+// line lengths only and reports which input lines make up each output line,
+// so the caller builds every output string once. Used by OmWinStringFolder;
+// an object keeps its working storage between calls.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+class OmLineJoiner {
+ public:
+  // How the shortest pair is found. Scan walks all lines for every join
+  // (quadratic, cheapest for a few lines); Queue keeps the candidates in a
+  // tournament tree (about n log n). Both give the same result; Auto picks
+  // Scan for short inputs.
+  enum class Method { Auto, Scan, Queue };
+
+  OmLineJoiner();
+  ~OmLineJoiner();
+  OmLineJoiner(const OmLineJoiner&) = delete;
+  OmLineJoiner& operator=(const OmLineJoiner&) = delete;
+
+  // Joins lines of the given byte lengths (two joined lines become one line
+  // of both lengths plus one joining blank) while more than rows lines are
+  // left that are not break lines. breakLines holds the indices of the empty
+  // lines that line breaks produced; they are never shifted after a join:
+  // line j is passed over exactly while its current index is a listed one,
+  // and the candidate after it pairs the last line not passed over with the
+  // listed line itself. Joining stops early when the shortest join is longer
+  // than widthRestriction (unless that is -1). Returns the length of the
+  // last join's candidate, or width when nothing was joined.
+  //
+  // When no pair is a candidate the first two lines are joined with length 0;
+  // when there is only one line joining stops (a case that arises only with
+  // rows below 1). breakLines that are not strictly ascending indices of
+  // lines are honoured as given, always by Scan.
+  //
+  // Cost: Scan is O(lines x joins); Queue is O(lines + joins x (1 + k) x
+  // log lines), k being the number of break lines after the joined pair.
+  std::int64_t Join(const std::vector<std::int64_t>& lengths,
+                    const std::vector<std::int32_t>& breakLines, std::int32_t rows,
+                    std::int32_t widthRestriction, std::int64_t width,
+                    Method method = Method::Auto);
+
+  // After Join: for every output line, the index of its first input line
+  // (ascending; output line i is made of the input lines from Starts()[i]
+  // up to the next start), and its length.
+  const std::vector<std::int32_t>& Starts() const { return mStarts; }
+  const std::vector<std::int64_t>& Lengths() const { return mLengths; }
+
+  // Frees the working storage when it has grown beyond what ordinary cells
+  // need.
+  void Trim();
+
+ private:
+  struct Queue;
+
+  std::int64_t JoinByScan(const std::vector<std::int64_t>& lengths,
+                          const std::vector<std::int32_t>& breakLines, std::int32_t rows,
+                          std::int32_t widthRestriction, std::int64_t width);
+
+  std::vector<std::int32_t> mStarts;
+  std::vector<std::int64_t> mLengths;
+  std::unique_ptr<Queue> mQueue;
+};

@@ -1,0 +1,48 @@
+// Fold-point scan and trailing-blank trimming of a node's text.
+#include "fold/OmWinFormattedNode.h"
+
+#include <cstddef>
+#include <limits>
+#include <utility>
+#include <vector>
+
+#include "host/OmPlatform.h"
+
+OmWinFormattedNode::OmWinFormattedNode(std::string text, std::int32_t columns,
+                                       std::int32_t rows, std::int32_t extraWidth,
+                                       std::int32_t length)
+    : OmFormattedNode(std::move(text), columns, rows, extraWidth, length) {
+  std::string& s = String();
+  const std::size_t size = s.size();
+  if (size == 0) return;
+  std::vector<std::int32_t>& folds = FoldPoints();
+  // Offsets are 32-bit; in a text longer than that the bytes beyond simply
+  // offer no fold points, so only the recorded ones of a trailing run go.
+  constexpr std::size_t kMaxOffset = std::numeric_limits<std::int32_t>::max();
+  std::size_t trailing = 0;
+  std::size_t trailingFolds = 0;
+  const char* const bytes = s.data();
+  for (std::size_t p = 0; p < size;) {
+    const char c = bytes[p];
+    const bool foldable = c == ' ' || c == '\n' || c == '\r';
+    if (c == ' ') {
+      ++trailing;
+    } else {
+      trailing = 0;
+      trailingFolds = 0;
+    }
+    if (foldable && p <= kMaxOffset) {
+      folds.push_back(static_cast<std::int32_t>(p));
+      if (c == ' ') ++trailingFolds;
+    }
+    const int charLength = VELDMBmbclen_A(bytes + p);
+    p += charLength > 1 ? static_cast<std::size_t>(charLength) : 1;
+  }
+  if (trailing == 0) return;
+  // A text of blanks only keeps its blanks (and so is not empty) but still
+  // loses their fold points.
+  if (size > trailing) s.resize(size - trailing);
+  folds.resize(folds.size() - trailingFolds);
+}
+
+OmWinFormattedNode::~OmWinFormattedNode() = default;

@@ -1,0 +1,306 @@
+// Measuring and word-wrapping cell text. Folding works on spans of the
+// node's text and on line lengths; each output string is built once, at the
+// end, so folding stays linear in the text however many words it has.
+#include "fold/OmWinStringFolder.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "fold/OmFormattedNode.h"
+#include "fold/OmWinFormattedNode.h"
+#include "fold/OmWinStringFolderPrivate.h"
+#include "host/OmPlatform.h"
+
+namespace {
+
+constexpr std::int64_t kInt32Max = std::numeric_limits<std::int32_t>::max();
+constexpr std::int64_t kInt32Min = std::numeric_limits<std::int32_t>::min();
+
+// Scratch storage above this many entries is released after a fold.
+constexpr std::size_t kKeepEntries = 4096;
+
+std::int32_t ClampToInt32(std::int64_t value) {
+  return static_cast<std::int32_t>(std::clamp(value, kInt32Min, kInt32Max));
+}
+
+bool IsLineBreak(char c) { return c == '\n' || c == '\r'; }
+
+// The byte length of the character at p; never 0, so no walk can stall.
+std::size_t CharLength(const char* p) {
+  const int length = VELDMBmbclen_A(p);
+  return length > 1 ? static_cast<std::size_t>(length) : 1;
+}
+
+// The number of bytes of the first n whole characters of the size bytes at
+// s. A character whose length runs past the end is not taken. Reads only
+// inside the bytes.
+std::size_t HeadBytes(const char* s, std::size_t size, std::int64_t n) {
+  if (size == 0 || n < 0) return 0;
+  std::size_t p = 0;
+  std::int64_t c = 0;
+  for (;;) {
+    const std::size_t length = CharLength(s + p);
+    p += length;
+    ++c;
+    if (p < size && c <= n) continue;
+    if (p == size && c <= n) return size;
+    return p - length;
+  }
+}
+
+template <typename T>
+void ReleaseIfLarge(std::vector<T>& v) {
+  if (v.capacity() > kKeepEntries) std::vector<T>().swap(v);
+}
+
+}  // namespace
+
+OmWinStringFolder::Data::Data(const OmStringFolder::Options& options)
+    : columnSeparator(options.columnSeparator),
+      rowSeparator(options.rowSeparator),
+      widthRestriction(options.widthRestriction) {}
+
+std::int32_t OmWinStringFolder::Data::GetStringLength(const std::string& s) const {
+  return static_cast<std::int32_t>(std::min<std::size_t>(s.size(), kInt32Max));
+}
+
+std::int32_t OmWinStringFolder::Data::GetNumChars(const std::string& s) const {
+  const std::size_t size = s.size();
+  if (size == 0) return 0;
+  std::int64_t count = 0;
+  std::int64_t blanks = 0;
+  for (std::size_t p = 0; p < size; p += CharLength(s.data() + p)) {
+    ++count;
+    if (s[p] == ' ') {
+      ++blanks;
+    } else if (p != size - 1) {
+      // A character in the very last byte leaves the run of blanks standing.
+      blanks = 0;
+    }
+  }
+  if (blanks == 0 || count - blanks <= 0) return ClampToInt32(count);
+  return ClampToInt32(count - blanks);
+}
+
+void OmWinStringFolder::Data::SplitAtLength(std::string s, std::int32_t n, std::string& head,
+                                            std::string& tail) const {
+  const std::size_t p = HeadBytes(s.data(), s.size(), n);
+  if (p == s.size()) {
+    head = std::move(s);
+    tail.clear();
+    return;
+  }
+  head.assign(s, 0, p);
+  tail.assign(s, p, std::string::npos);
+}
+
+std::int32_t OmWinStringFolder::Data::AdjustNumberOfStrings(OmFormattedNode& node,
+                                                            std::int32_t width,
+                                                            std::vector<std::string>& lines,
+                                                            std::vector<std::int32_t> breaks) {
+  lineLengths.clear();
+  for (const std::string& line : lines) lineLengths.push_back(static_cast<std::int64_t>(line.size()));
+  const std::int64_t result =
+      joiner.Join(lineLengths, breaks, node.NRows(), widthRestriction, width);
+  const std::vector<std::int32_t>& starts = joiner.Starts();
+  const std::size_t count = starts.size();
+  if (count < lines.size()) {
+    // Output line i starts at input line starts[i] >= i, so the lines can be
+    // joined in place from the front.
+    for (std::size_t i = 0; i < count; ++i) {
+      const auto first = static_cast<std::size_t>(starts[i]);
+      const std::size_t end =
+          i + 1 < count ? static_cast<std::size_t>(starts[i + 1]) : lines.size();
+      if (first != i) lines[i] = std::move(lines[first]);
+      if (end - first < 2) continue;
+      lines[i].reserve(static_cast<std::size_t>(joiner.Lengths()[i]));
+      for (std::size_t j = first + 1; j < end; ++j) {
+        lines[i].push_back(' ');
+        lines[i].append(lines[j]);
+      }
+    }
+    lines.resize(count);
+  }
+  const std::int32_t rows = node.NRows();
+  if (static_cast<std::int64_t>(lines.size()) < rows) lines.resize(static_cast<std::size_t>(rows));
+  return ClampToInt32(result);
+}
+
+std::int64_t OmWinStringFolder::Data::Fold(OmFormattedNode& node, std::int32_t width) {
+  const std::string& text = node.String();
+  const std::vector<std::int32_t>& folds = node.FoldPoints();
+  const std::size_t size = text.size();
+  spans.clear();
+  lineFirstSpan.clear();
+  lineLengths.clear();
+  breakLines.clear();
+  auto newLine = [this](std::size_t offset, std::size_t length) {
+    lineFirstSpan.push_back(static_cast<std::int32_t>(spans.size()));
+    lineLengths.push_back(static_cast<std::int64_t>(length));
+    spans.push_back(Span{offset, length});
+  };
+
+  std::int64_t w = width;
+  if (size == 0 || (size == 1 && text[0] == ' ')) {
+    // The text is its own only line; the width is not restricted.
+    newLine(0, size);
+  } else {
+    if (widthRestriction != -1) w = std::min<std::int64_t>(w, widthRestriction);
+    const std::int64_t separator = GetStringLength(columnSeparator);
+    std::int64_t avail = (std::int64_t{node.NColumns()} - 1) * separator + node.ExtraWidth() + w;
+    const auto end = static_cast<std::int64_t>(size);
+    std::int64_t prev = -1;
+    std::int64_t lastLength = 0;
+    const std::size_t k = folds.size();
+    for (std::size_t i = 0; i <= k; ++i) {
+      std::int64_t stop = end;
+      if (i < k) {
+        stop = folds[i];
+        if (stop <= prev || stop >= end) continue;
+      }
+      const std::int64_t start = prev + 1;
+      const bool afterBreak = prev >= 0 && IsLineBreak(text[static_cast<std::size_t>(prev)]);
+      prev = stop;
+      if (start == stop) {
+        // Runs of blanks collapse; a break right after a break is an empty
+        // line, remembered by its index.
+        if (afterBreak) {
+          breakLines.push_back(static_cast<std::int32_t>(lineLengths.size()));
+          newLine(static_cast<std::size_t>(start), 0);
+        }
+        continue;
+      }
+      const std::int64_t wl = stop - start;
+      if (!afterBreak && lastLength + wl < avail) {
+        if (lineLengths.empty()) {
+          newLine(static_cast<std::size_t>(start), static_cast<std::size_t>(wl));
+        } else {
+          spans.push_back(Span{static_cast<std::size_t>(start), static_cast<std::size_t>(wl)});
+          lineLengths.back() += 1 + wl;
+        }
+      } else if (widthRestriction != -1 && wl > avail) {
+        const std::int64_t grow = std::min<std::int64_t>(wl, widthRestriction) - w;
+        if (grow > 0) {
+          w += grow;
+          avail += grow;
+        }
+        // Cut the word into pieces of at most avail characters. Every piece
+        // takes at least one character, so a width below 1 or a truncated
+        // character at the end still moves on.
+        const std::int64_t n = std::min(avail, kInt32Max);
+        auto pos = static_cast<std::size_t>(start);
+        const auto wordEnd = static_cast<std::size_t>(stop);
+        while (pos < wordEnd) {
+          std::size_t head = HeadBytes(text.data() + pos, wordEnd - pos, n);
+          if (head == 0) head = std::min(CharLength(text.data() + pos), wordEnd - pos);
+          newLine(pos, head);
+          pos += head;
+        }
+      } else {
+        newLine(static_cast<std::size_t>(start), static_cast<std::size_t>(wl));
+      }
+      lastLength = lineLengths.back();
+    }
+  }
+  node.NNewLines(ClampToInt32(static_cast<std::int64_t>(breakLines.size())));
+  const std::int64_t result =
+      joiner.Join(lineLengths, breakLines, node.NRows(), widthRestriction, w);
+  extraLines = std::max<std::int64_t>(
+      0, std::int64_t{node.NRows()} - static_cast<std::int64_t>(joiner.Starts().size()));
+  return result;
+}
+
+void OmWinStringFolder::Data::AppendFoldedLines(const std::string& text, std::int64_t full,
+                                                bool pad, std::vector<std::string>& lines) const {
+  const std::vector<std::int32_t>& starts = joiner.Starts();
+  const std::vector<std::int64_t>& lengths = joiner.Lengths();
+  const std::size_t count = starts.size();
+  const std::size_t padTo = pad && full > 0 ? static_cast<std::size_t>(full) : 0;
+  const std::size_t closing = pad ? columnSeparator.size() : 0;
+  lines.reserve(lines.size() + count + static_cast<std::size_t>(extraLines));
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto firstLine = static_cast<std::size_t>(starts[i]);
+    const std::size_t endLine =
+        i + 1 < count ? static_cast<std::size_t>(starts[i + 1]) : lineFirstSpan.size();
+    const auto firstSpan = static_cast<std::size_t>(lineFirstSpan[firstLine]);
+    const std::size_t endSpan =
+        endLine < lineFirstSpan.size() ? static_cast<std::size_t>(lineFirstSpan[endLine])
+                                       : spans.size();
+    const auto length = static_cast<std::size_t>(lengths[i]);
+    std::string line;
+    line.reserve(std::max(length, padTo) + closing);
+    for (std::size_t s = firstSpan; s < endSpan; ++s) {
+      if (s != firstSpan) line.push_back(' ');
+      line.append(text, spans[s].offset, spans[s].length);
+    }
+    if (pad) {
+      if (line.size() < padTo) line.append(padTo - line.size(), ' ');
+      line.append(columnSeparator);
+    }
+    lines.push_back(std::move(line));
+  }
+  for (std::int64_t i = 0; i < extraLines; ++i) {
+    std::string line;
+    if (pad) {
+      line.reserve(padTo + closing);
+      line.append(padTo, ' ');
+      line.append(columnSeparator);
+    }
+    lines.push_back(std::move(line));
+  }
+}
+
+void OmWinStringFolder::Data::TrimStorage() {
+  ReleaseIfLarge(spans);
+  ReleaseIfLarge(lineFirstSpan);
+  ReleaseIfLarge(lineLengths);
+  ReleaseIfLarge(breakLines);
+  joiner.Trim();
+}
+
+OmWinStringFolder::OmWinStringFolder(const OmStringFolder::Options& options)
+    : mData(std::make_unique<Data>(options)) {}
+
+OmWinStringFolder::~OmWinStringFolder() = default;
+
+std::unique_ptr<OmFormattedNode> OmWinStringFolder::MakeNode() {
+  return std::make_unique<OmFormattedNode>();
+}
+
+std::unique_ptr<OmFormattedNode> OmWinStringFolder::MakeNode(std::string text,
+                                                             std::int32_t columns,
+                                                             std::int32_t rows,
+                                                             std::int32_t extraWidth) {
+  const std::int32_t length = mData->GetStringLength(text);
+  return std::make_unique<OmWinFormattedNode>(std::move(text), columns, rows, extraWidth,
+                                              length);
+}
+
+std::int32_t OmWinStringFolder::GetStringLength(std::string text) {
+  return mData->GetStringLength(text);
+}
+
+std::int32_t OmWinStringFolder::GetMinimumColumnWidth(OmFormattedNode& node,
+                                                      std::int32_t width) {
+  mData->Fold(node, width);
+  std::int64_t widest = 0;
+  for (const std::int64_t length : mData->joiner.Lengths()) widest = std::max(widest, length);
+  const std::int64_t separator = mData->GetStringLength(mData->columnSeparator);
+  const std::int64_t result =
+      std::min(widest, kInt32Max) - node.ExtraWidth() - (std::int64_t{node.NColumns()} - 1) * separator;
+  mData->TrimStorage();
+  return ClampToInt32(result);
+}
+
+std::int32_t OmWinStringFolder::SplitString(OmFormattedNode& node, std::int32_t width,
+                                            std::vector<std::string>& lines, bool pad) {
+  const std::int32_t w = ClampToInt32(mData->Fold(node, width));
+  const std::int64_t separator = mData->GetStringLength(mData->columnSeparator);
+  const std::int64_t full =
+      (std::int64_t{node.NColumns()} - 1) * separator + node.ExtraWidth() + w;
+  const std::size_t before = lines.size();
+  mData->AppendFoldedLines(node.String(), full, pad, lines);
+  mData->TrimStorage();
+  return ClampToInt32(static_cast<std::int64_t>(lines.size() - before));
+}
