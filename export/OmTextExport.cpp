@@ -7,10 +7,7 @@
 
 #include "export/OmTextExportOptions.h"
 #include "export/OmTextExportTreeVisitor.h"
-#if __has_include("fold/OmWinStringFolder.h")  // TEMPORARY until the folder lands
 #include "fold/OmWinStringFolder.h"
-#define OMTEXT_HAVE_FOLDER 1
-#endif
 #include "host/OmCellText.h"
 #include "host/OmOutputTree.h"
 #include "host/OmTextBlock.h"
@@ -26,13 +23,11 @@ struct OmTextExport::Data {
 
 OmTextExport::OmTextExport(const OmTextExportOptions& options, std::ostream& stream)
     : mData(std::make_unique<Data>(options, stream)) {
-#ifdef OMTEXT_HAVE_FOLDER
   if (!options.TabSeparated() && options.MaxLineWidth() != -1) {
     OmStringFolder::Options folderOptions;
     folderOptions.widthRestriction = options.MaxLineWidth();
     mData->visitor.SetStringFolder(std::make_unique<OmWinStringFolder>(folderOptions));
   }
-#endif
 }
 
 OmTextExport::~OmTextExport() = default;

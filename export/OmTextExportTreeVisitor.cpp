@@ -5,11 +5,7 @@
 #include <ostream>
 
 #include "export/OmTextExportOptions.h"
-#if __has_include("fold/OmStringFolder.h")  // TEMPORARY until the folder lands
 #include "fold/OmStringFolder.h"
-#else
-class OmStringFolder { public: virtual ~OmStringFolder() = default; };
-#endif
 #include "host/OmHeading.h"
 #include "host/OmTextBlock.h"
 

@@ -1,0 +1,49 @@
+// Prints one layer of a pivot table as plain text: the layer's heading lines,
+// its body (a formatted grid folded to the line width, or tab-separated
+// lines) and its footer (caption and footnotes). A formatted layer is planned
+// whole when the exporter is made; the print operations only write. The
+// layer heading, options and stream are held by reference and must outlive
+// the exporter.
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <memory>
+
+class OmDisplayLayerHeading;
+class OmTextExportOptions;
+
+class OmPivotTableTxtExport {
+ public:
+  // Builds the layer's headings and, unless the export is tab-separated,
+  // plans the whole layer. linesOnPage is the count of lines already on the
+  // current page. Allocation failures propagate with nothing leaked.
+  OmPivotTableTxtExport(OmDisplayLayerHeading& layer, const OmTextExportOptions& options,
+                        std::ostream& out, std::int32_t linesOnPage);
+  ~OmPivotTableTxtExport();
+  OmPivotTableTxtExport(const OmPivotTableTxtExport&) = delete;
+  OmPivotTableTxtExport& operator=(const OmPivotTableTxtExport&) = delete;
+
+  // The lines written on the current page so far.
+  std::int32_t GetNumLinesOnPage() const;
+  void setLinesOnPage(std::int32_t lines);
+  // The lines the layer will print: its planned body, the title line, one
+  // line per layer dimension and, when footnotes and captions are kept, the
+  // footnote count plus 2.
+  std::int32_t GetNumLines() const;
+
+  // Starts a new page (without repeating the column heading).
+  void PrintPageBreak() const;
+  // The title line and one line per layer dimension.
+  void PrintLayerHeading() const;
+  // The body: the planned grid, or tab-separated lines.
+  void PrintLayer() const;
+  // The caption and the footnote list.
+  void PrintLayerFooter() const;
+
+  // The layer's state and planning; defined in OmPivotTableTxtExportPrivate.h.
+  struct Data;
+
+ private:
+  std::unique_ptr<Data> mData;
+};

@@ -1,0 +1,118 @@
+// The state of one layer's export and its operations. The operations are
+// defined across several source files, one per concern: the record itself
+// (OmPivotTableTxtExport.cpp), width planning (…Planning.cpp), column
+// pre-formatting (…PreFormat.cpp), heading spans (…Spans.cpp), column filling
+// (…Fill.cpp), formatted printing (…Print.cpp), tab-separated printing
+// (…Tab.cpp) and cell texts with footnotes (…Text.cpp). Not installed: tests
+// include it to check the operations one by one.
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "export/OmTextExportOptions.h"
+#include "fold/OmFormattedNode.h"
+#include "fold/OmStringFolder.h"
+#include "host/OmDisplayColumnHeading.h"
+#include "host/OmDisplayLayerHeading.h"
+#include "host/OmDisplayRowHeading.h"
+#include "host/OmFootnoter.h"
+#include "host/OmMemoryRegion.h"
+#include "host/OmPivotTable.h"
+#include "host/OmVector.h"
+#include "pivot/OmPivotTableTxtExport.h"
+#include "pivot/OmTextMatrix.h"
+
+class OmCellText;
+
+struct OmPivotTableTxtExport::Data {
+  // The formatted nodes of one matrix column, top to bottom.
+  using NodeList = std::vector<std::unique_ptr<OmFormattedNode>>;
+
+  // Builds the headings and, for a formatted layer, plans the layer.
+  Data(OmDisplayLayerHeading& layer, const OmTextExportOptions& options, std::ostream& out,
+       std::int32_t linesOnPage);
+  ~Data();
+  Data(const Data&) = delete;
+  Data& operator=(const Data&) = delete;
+
+  // The layer's state, in construction order.
+  OmDisplayLayerHeading& mLayerHeading;
+  OmDisplayColumnHeading mColumnHeading;
+  OmDisplayRowHeading mRowHeading;
+  const OmTextExportOptions& mOptions;
+  std::ostream& mStream;
+  OmFootnoter mFootnoter;
+  std::int32_t mLinesOnPage;
+  OmTextMatrix mMatrix;
+  std::vector<std::int32_t> mColumnWidths;
+  std::vector<std::int32_t> mRowHeights;
+  OmMemoryRegion mMemoryRegion;
+  OmVector<OmNodeColumn> mRowHeadColumns;
+  OmVector<OmNodeColumn> mColHeadColumns;
+  std::unique_ptr<OmStringFolder> mStringFolder;
+
+  // Width planning (OmPivotTableTxtExportPlanning.cpp).
+  void PrepareFormatting();
+  void PreCalculateColumnWidths();
+  void SortColumns(std::vector<std::uint64_t>& order) const;
+
+  // Column pre-formatting (OmPivotTableTxtExportPreFormat.cpp). A null node
+  // list measures only.
+  void PreFormatCornerText(std::int32_t col, std::int32_t& width, NodeList* nodes);
+  void PreFormatRowHeadColumn(std::int32_t col, std::int32_t& width, NodeList* nodes);
+  void PreFormatColHeadColumn(std::int32_t col, std::int32_t& width,
+                              std::vector<std::int32_t>& cellIndex, NodeList* nodes);
+  std::int32_t PreFormatTableColumn(std::int32_t col, NodeList* nodes);
+
+  // Heading spans (OmPivotTableTxtExportSpans.cpp): read-only queries.
+  // 1 when the row separator is not empty, else 0.
+  std::int32_t SeparatorFlag() const;
+  bool SkipNodesInColumnHead(std::int32_t level, std::int32_t a, std::int32_t b) const;
+  bool SkipNodesInRowHead(std::int32_t column, std::int32_t a, std::int32_t b) const;
+  bool IsColumnHeadingCellPrinted(const OmNodeColumn& nodes, std::int32_t matrixColumn,
+                                  std::int32_t level) const;
+  bool IsRowHeadingCellPrinted(std::int32_t column, std::int32_t row) const;
+  std::int32_t GetNumberOfColumnsAvailableInColHead(std::int32_t matrixColumn, std::int32_t level,
+                                                    std::int32_t& extra) const;
+  std::int32_t GetNumberOfRowsAvailableInColHead(std::int32_t matrixColumn,
+                                                 std::int32_t level) const;
+  std::int32_t GetNumberOfColumnsAvailableInRowHead(std::int32_t column, std::int32_t row,
+                                                    std::int32_t& extra) const;
+  std::int32_t GetNumberOfRowsAvailableInRowHead(std::int32_t column, std::int32_t row) const;
+  std::int32_t GetNumberOfRowsAvailableInCorner(const std::vector<const OmCellText*>& texts,
+                                                std::int32_t column) const;
+  std::int32_t GetRowIndexInMatrix(std::int32_t rows) const;
+
+  // Column filling (OmPivotTableTxtExportFill.cpp).
+  void FillColumn(std::int32_t column);
+  void FillRowHeadingColumn(std::int32_t column);
+  void FillTableColumn(std::int32_t column);
+  void FillRowSeparator(NodeList& nodes, std::int32_t line, std::int32_t band,
+                        std::int32_t column);
+  void InsertExtraRows(std::int32_t band, std::int32_t firstLine, std::int32_t column,
+                       std::int32_t lines, std::int32_t plannedLines);
+
+  // Formatted printing (OmPivotTableTxtExportPrint.cpp).
+  void FrmtExport();
+  void PrintPageBreak(bool repeatHeading);
+
+  // Tab-separated printing (OmPivotTableTxtExportTab.cpp).
+  void TabExport();
+  void PrintCells(std::vector<std::int32_t>& index);
+
+  // Cell texts, layer headings and footnotes (OmPivotTableTxtExportText.cpp).
+  std::string GetCellText(const OmCellText* cell);
+  std::int32_t GetFootnoteMarker(std::string& out, const OmCellText& cell);
+  void CreateLayerHeadingFootnotes();
+  void PrintFootnotes();
+
+  // Counts one printed line; saturates rather than overflow on a page of
+  // more than 2^31 lines (the count is only compared with the page length).
+  void CountLine() {
+    if (mLinesOnPage < 2147483647) ++mLinesOnPage;
+  }
+};
