@@ -2,54 +2,26 @@
 // exit status for options, inputs and failures.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "CommandRunner.h"
+
 namespace {
 
-struct Result {
-  int status = -1;
-  std::string out;
-  std::string err;
-};
-
-std::string ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-void WriteFile(const std::string& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary) << text;
-}
-
-std::string ShellQuote(const std::string& text) {
-  std::string quoted = "'";
-  for (char c : text) {
-    if (c == '\'') {
-      quoted += "'\\''";
-    } else {
-      quoted += c;
-    }
-  }
-  return quoted + "'";
-}
+using omtext::testing::CommandResult;
+using omtext::testing::ReadFile;
+using omtext::testing::ShellQuote;
+using omtext::testing::WriteFile;
+using Result = CommandResult;
 
 class Command : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/omtext-command-XXXXXX";
-    ASSERT_NE(::mkdtemp(pattern), nullptr);
-    dir = pattern;
-  }
-  void TearDown() override { std::system(("rm -rf " + ShellQuote(dir)).c_str()); }
+  void SetUp() override { dir = omtext::testing::MakeScratchDirectory(); }
+  void TearDown() override { omtext::testing::RemoveDirectory(dir); }
 
   std::string Path(const std::string& name) const { return dir + "/" + name; }
 
@@ -57,16 +29,7 @@ class Command : public ::testing::Test {
   Result Run(const std::vector<std::string>& arguments, const std::string& input = "",
              const std::string& redirect = "") {
     WriteFile(Path("stdin"), input);
-    std::string command = ShellQuote(OMTEXT_COMMAND);
-    for (const std::string& argument : arguments) command += " " + ShellQuote(argument);
-    command += " < " + ShellQuote(Path("stdin")) + " 2> " + ShellQuote(Path("stderr"));
-    command += redirect.empty() ? " > " + ShellQuote(Path("stdout")) : " " + redirect;
-    const int raw = std::system(command.c_str());
-    Result result;
-    result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    result.out = ReadFile(Path("stdout"));
-    result.err = ReadFile(Path("stderr"));
-    return result;
+    return omtext::testing::RunCommand(arguments, Path("stdin"), dir, redirect);
   }
 
   std::string dir;
