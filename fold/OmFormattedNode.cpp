@@ -27,12 +27,30 @@ OmFormattedNode::OmFormattedNode(std::string text, std::int32_t columns, std::in
 
 OmFormattedNode::~OmFormattedNode() = default;
 
-bool OmFormattedNode::IsEmpty() const { return mData->text.empty(); }
-std::int32_t OmFormattedNode::NRows() const { return mData->rows; }
-std::int32_t OmFormattedNode::NColumns() const { return mData->columns; }
-std::int32_t OmFormattedNode::ExtraWidth() const { return mData->extraWidth; }
-std::int32_t OmFormattedNode::NNewLines() const { return mData->newLines; }
-void OmFormattedNode::NNewLines(std::int32_t count) { mData->newLines = count; }
-std::vector<std::int32_t>& OmFormattedNode::FoldPoints() { return mData->foldPoints; }
-std::string& OmFormattedNode::String() { return mData->text; }
-std::int32_t OmFormattedNode::Length() const { return mData->length; }
+bool OmFormattedNode::IsEmpty() const {
+  return mData->text.empty();
+}
+std::int32_t OmFormattedNode::NRows() const {
+  return mData->rows;
+}
+std::int32_t OmFormattedNode::NColumns() const {
+  return mData->columns;
+}
+std::int32_t OmFormattedNode::ExtraWidth() const {
+  return mData->extraWidth;
+}
+std::int32_t OmFormattedNode::NNewLines() const {
+  return mData->newLines;
+}
+void OmFormattedNode::NNewLines(std::int32_t count) {
+  mData->newLines = count;
+}
+std::vector<std::int32_t>& OmFormattedNode::FoldPoints() {
+  return mData->foldPoints;
+}
+std::string& OmFormattedNode::String() {
+  return mData->text;
+}
+std::int32_t OmFormattedNode::Length() const {
+  return mData->length;
+}

@@ -19,7 +19,8 @@ constexpr std::int64_t kNoCandidate = std::numeric_limits<std::int64_t>::max();
 bool IsStrictlyAscendingIndexList(const std::vector<std::int32_t>& list, std::size_t count) {
   std::int64_t previous = -1;
   for (const std::int32_t index : list) {
-    if (index <= previous || static_cast<std::size_t>(index) >= count) return false;
+    if (index <= previous || static_cast<std::size_t>(index) >= count)
+      return false;
     previous = index;
   }
   return true;
@@ -27,7 +28,8 @@ bool IsStrictlyAscendingIndexList(const std::vector<std::int32_t>& list, std::si
 
 template <typename T>
 void ReleaseIfLarge(std::vector<T>& v) {
-  if (v.capacity() > kKeepEntries) std::vector<T>().swap(v);
+  if (v.capacity() > kKeepEntries)
+    std::vector<T>().swap(v);
 }
 
 }  // namespace
@@ -38,7 +40,8 @@ void ReleaseIfLarge(std::vector<T>& v) {
 // indices between them (the last group is unbounded). Every block but the
 // last one holding lines is full. A join removes one line from a block and
 // each later block then hands its first line to the block before it, which
-// is all that moving past fixed indices amounts to.
+// is all that moving past fixed indices amounts to. Blocks fill in order, so
+// a block without lines has none after it either.
 //
 // The candidate of a line in a group is the line before it plus one plus the
 // line itself; the first line of a group after a slot pairs instead with the
@@ -62,10 +65,8 @@ struct OmLineJoiner::Queue {
   std::vector<std::int32_t> front;
   std::vector<std::int32_t> back;
   std::vector<std::int64_t> count;
-  std::vector<std::int64_t> capacity;
   std::vector<char> isSlot;
   std::vector<std::int32_t> prevGroup;
-  std::vector<std::int32_t> nextGroup;
   // Tournament tree: leaves at size + id, the winner at 1.
   std::vector<Key> tree;
   std::size_t size = 0;
@@ -76,26 +77,25 @@ struct OmLineJoiner::Queue {
   }
 
   void Setup(const std::vector<std::int64_t>& lengths, const std::vector<std::int32_t>& breaks);
-  void AddBlock(bool slot, std::int64_t cap, std::int32_t first, std::int32_t end);
+  void AddBlock(bool slot, std::int32_t first, std::int32_t end);
   std::int64_t CandidateOf(std::int32_t id) const;
   void Update(std::int32_t id, std::int64_t value);
   void Refresh(std::int32_t id) {
-    if (id >= 0) Update(id, CandidateOf(id));
+    if (id >= 0)
+      Update(id, CandidateOf(id));
   }
-  void TouchGroupDependants(std::int32_t b);
   void JoinPair(std::int32_t x, std::int32_t y);
   void Trim();
 };
 
-void OmLineJoiner::Queue::AddBlock(bool slot, std::int64_t cap, std::int32_t first,
-                                   std::int32_t end) {
+void OmLineJoiner::Queue::AddBlock(bool slot, std::int32_t first, std::int32_t end) {
   const auto b = static_cast<std::int32_t>(front.size());
   front.push_back(first < end ? first : -1);
   back.push_back(first < end ? end - 1 : -1);
   count.push_back(end - first);
-  capacity.push_back(cap);
   isSlot.push_back(slot ? 1 : 0);
-  for (std::int32_t id = first; id < end; ++id) block[static_cast<std::size_t>(id)] = b;
+  for (std::int32_t id = first; id < end; ++id)
+    block[static_cast<std::size_t>(id)] = b;
 }
 
 void OmLineJoiner::Queue::Setup(const std::vector<std::int64_t>& lengths,
@@ -112,30 +112,25 @@ void OmLineJoiner::Queue::Setup(const std::vector<std::int64_t>& lengths,
   front.clear();
   back.clear();
   count.clear();
-  capacity.clear();
   isSlot.clear();
   std::int32_t groupStart = 0;
   for (const std::int32_t slot : breaks) {
     // A group without room can never hold a line; leaving it out keeps runs
     // of break lines as neighbouring slots.
-    if (slot > groupStart) AddBlock(false, slot - groupStart, groupStart, slot);
-    AddBlock(true, 1, slot, slot + 1);
+    if (slot > groupStart)
+      AddBlock(false, groupStart, slot);
+    AddBlock(true, slot, slot + 1);
     groupStart = slot + 1;
   }
-  AddBlock(false, std::numeric_limits<std::int64_t>::max(), groupStart, n);
+  AddBlock(false, groupStart, n);
 
   const auto blocks = static_cast<std::int32_t>(front.size());
   prevGroup.assign(front.size(), -1);
-  nextGroup.assign(front.size(), -1);
   std::int32_t lastGroup = -1;
   for (std::int32_t b = 0; b < blocks; ++b) {
     prevGroup[static_cast<std::size_t>(b)] = lastGroup;
-    if (!isSlot[static_cast<std::size_t>(b)]) lastGroup = b;
-  }
-  lastGroup = -1;
-  for (std::int32_t b = blocks - 1; b >= 0; --b) {
-    nextGroup[static_cast<std::size_t>(b)] = lastGroup;
-    if (!isSlot[static_cast<std::size_t>(b)]) lastGroup = b;
+    if (!isSlot[static_cast<std::size_t>(b)])
+      lastGroup = b;
   }
 
   size = lengths.size();
@@ -154,9 +149,12 @@ std::int64_t OmLineJoiner::Queue::CandidateOf(std::int32_t id) const {
   const auto i = static_cast<std::size_t>(id);
   const std::int32_t b = block[i];
   const auto bi = static_cast<std::size_t>(b);
-  if (isSlot[bi]) return kNoCandidate;
-  if (front[bi] != id) return length[static_cast<std::size_t>(prev[i])] + 1 + length[i];
-  if (b == 0) return kNoCandidate;
+  if (isSlot[bi])
+    return kNoCandidate;
+  if (front[bi] != id)
+    return length[static_cast<std::size_t>(prev[i])] + 1 + length[i];
+  if (b == 0)
+    return kNoCandidate;
   const std::int32_t g = prevGroup[bi];
   const std::int64_t before =
       g >= 0 && back[static_cast<std::size_t>(g)] >= 0
@@ -175,15 +173,6 @@ void OmLineJoiner::Queue::Update(std::int32_t id, std::int64_t value) {
   }
 }
 
-void OmLineJoiner::Queue::TouchGroupDependants(std::int32_t b) {
-  const auto bi = static_cast<std::size_t>(b);
-  touched.push_back(front[bi]);
-  if (isSlot[bi]) return;
-  // The first line of the next group pairs with this group's last line.
-  const std::int32_t g = nextGroup[bi];
-  if (g >= 0) touched.push_back(front[static_cast<std::size_t>(g)]);
-}
-
 void OmLineJoiner::Queue::JoinPair(std::int32_t x, std::int32_t y) {
   touched.clear();
   const auto xi = static_cast<std::size_t>(x);
@@ -191,39 +180,51 @@ void OmLineJoiner::Queue::JoinPair(std::int32_t x, std::int32_t y) {
   length[xi] += 1 + length[yi];
   const std::int32_t after = next[yi];
   next[xi] = after;
-  if (after >= 0) prev[static_cast<std::size_t>(after)] = x;
+  if (after >= 0)
+    prev[static_cast<std::size_t>(after)] = x;
 
   const std::int32_t t = block[yi];
   const auto ti = static_cast<std::size_t>(t);
   --count[ti];
-  if (front[ti] == y) front[ti] = count[ti] > 0 ? after : -1;
-  if (back[ti] == y) back[ti] = count[ti] > 0 ? x : -1;
+  if (front[ti] == y)
+    front[ti] = count[ti] > 0 ? after : -1;
+  if (back[ti] == y)
+    back[ti] = count[ti] > 0 ? x : -1;
   Update(y, kNoCandidate);
 
-  // Every later block hands its first line to the block before it, until a
-  // block with room to spare or no lines is reached.
+  // Every later block hands its first line to the block before it, up to
+  // the last block holding lines.
   const auto blocks = static_cast<std::int32_t>(front.size());
   std::int32_t u = t + 1;
   for (; u < blocks; ++u) {
     const auto ui = static_cast<std::size_t>(u);
     const auto pi = ui - 1;
-    if (count[ui] == 0 || count[pi] >= capacity[pi]) break;
+    if (count[ui] == 0)
+      break;
     const std::int32_t moved = front[ui];
     --count[ui];
     front[ui] = count[ui] > 0 ? next[static_cast<std::size_t>(moved)] : -1;
-    if (count[ui] == 0) back[ui] = -1;
+    if (count[ui] == 0)
+      back[ui] = -1;
     block[static_cast<std::size_t>(moved)] = u - 1;
-    if (count[pi] == 0) front[pi] = moved;
+    if (count[pi] == 0)
+      front[pi] = moved;
     back[pi] = moved;
     ++count[pi];
     touched.push_back(moved);
   }
 
+  // Candidates change for the moved lines, the new first lines of blocks,
+  // and the lines after x, whose length changed. The first line of a group
+  // also pairs with the last line of the group before; when that last line
+  // changes, the cascade has passed through the later group too (or it has
+  // no lines), so its first line is among the new first lines.
   touched.push_back(x);
   touched.push_back(after);
-  const std::int32_t first = std::min(block[xi], t);
-  for (std::int32_t b = first; b < u && b < blocks; ++b) TouchGroupDependants(b);
-  for (const std::int32_t id : touched) Refresh(id);
+  for (std::int32_t b = t; b < u && b < blocks; ++b)
+    touched.push_back(front[static_cast<std::size_t>(b)]);
+  for (const std::int32_t id : touched)
+    Refresh(id);
 }
 
 void OmLineJoiner::Queue::Trim() {
@@ -234,10 +235,8 @@ void OmLineJoiner::Queue::Trim() {
   ReleaseIfLarge(front);
   ReleaseIfLarge(back);
   ReleaseIfLarge(count);
-  ReleaseIfLarge(capacity);
   ReleaseIfLarge(isSlot);
   ReleaseIfLarge(prevGroup);
-  ReleaseIfLarge(nextGroup);
   ReleaseIfLarge(tree);
   ReleaseIfLarge(touched);
 }
@@ -247,23 +246,25 @@ OmLineJoiner::~OmLineJoiner() = default;
 
 std::int64_t OmLineJoiner::Join(const std::vector<std::int64_t>& lengths,
                                 const std::vector<std::int32_t>& breakLines, std::int32_t rows,
-                                std::int32_t widthRestriction, std::int64_t width,
-                                Method method) {
+                                std::int32_t widthRestriction, std::int64_t width, Method method) {
   const std::size_t n = lengths.size();
   const auto b = static_cast<std::int64_t>(breakLines.size());
   std::int64_t excess = static_cast<std::int64_t>(n) - b;
   if (excess <= rows) {
     // Nothing to join, the common case: every line stays as it is.
     mStarts.resize(n);
-    for (std::size_t i = 0; i < n; ++i) mStarts[i] = static_cast<std::int32_t>(i);
+    for (std::size_t i = 0; i < n; ++i)
+      mStarts[i] = static_cast<std::int32_t>(i);
     mLengths.assign(lengths.begin(), lengths.end());
     return width;
   }
   const bool useScan = method == Method::Scan || (method == Method::Auto && n <= kScanLimit) ||
                        n < 2 || !IsStrictlyAscendingIndexList(breakLines, n);
-  if (useScan) return JoinByScan(lengths, breakLines, rows, widthRestriction, width);
+  if (useScan)
+    return JoinByScan(lengths, breakLines, rows, widthRestriction, width);
 
-  if (!mQueue) mQueue = std::make_unique<Queue>();
+  if (!mQueue)
+    mQueue = std::make_unique<Queue>();
   Queue& q = *mQueue;
   q.Setup(lengths, breakLines);
   std::int64_t result = width;
@@ -275,14 +276,16 @@ std::int64_t OmLineJoiner::Join(const std::vector<std::int64_t>& lengths,
     std::int64_t joined = best.length;
     if (joined == kNoCandidate) {
       // Only reachable with rows below 1; see the header.
-      if (current < 2) break;
+      if (current < 2)
+        break;
       y = q.next[0];
       joined = 0;
     } else {
       y = best.id;
       x = q.prev[static_cast<std::size_t>(y)];
     }
-    if (widthRestriction != -1 && joined > widthRestriction) break;
+    if (widthRestriction != -1 && joined > widthRestriction)
+      break;
     q.JoinPair(x, y);
     --current;
     --excess;
@@ -304,7 +307,8 @@ std::int64_t OmLineJoiner::JoinByScan(const std::vector<std::int64_t>& lengths,
   const std::size_t n = lengths.size();
   const std::size_t b = breakLines.size();
   mStarts.resize(n);
-  for (std::size_t i = 0; i < n; ++i) mStarts[i] = static_cast<std::int32_t>(i);
+  for (std::size_t i = 0; i < n; ++i)
+    mStarts[i] = static_cast<std::int32_t>(i);
   mLengths.assign(lengths.begin(), lengths.end());
   std::int64_t excess = static_cast<std::int64_t>(n) - static_cast<std::int64_t>(b);
   std::int64_t result = width;
@@ -316,7 +320,8 @@ std::int64_t OmLineJoiner::JoinByScan(const std::vector<std::int64_t>& lengths,
     std::int64_t prevLength = 0;
     for (std::size_t j = 0; j < current; ++j) {
       if (b > 0 && static_cast<std::int64_t>(breakLines[q]) == static_cast<std::int64_t>(j)) {
-        if (q + 1 < b) ++q;
+        if (q + 1 < b)
+          ++q;
         continue;
       }
       const std::int64_t lj = mLengths[j];
@@ -330,8 +335,10 @@ std::int64_t OmLineJoiner::JoinByScan(const std::vector<std::int64_t>& lengths,
       prevLength = lj;
     }
     // With one line left there is no pair to join (only with rows below 1).
-    if (best == 0 && current < 2) break;
-    if (widthRestriction != -1 && best > widthRestriction) break;
+    if (best == 0 && current < 2)
+      break;
+    if (widthRestriction != -1 && best > widthRestriction)
+      break;
     mLengths[at] += 1 + mLengths[at + 1];
     mLengths.erase(mLengths.begin() + static_cast<std::ptrdiff_t>(at + 1));
     mStarts.erase(mStarts.begin() + static_cast<std::ptrdiff_t>(at + 1));
@@ -344,5 +351,6 @@ std::int64_t OmLineJoiner::JoinByScan(const std::vector<std::int64_t>& lengths,
 void OmLineJoiner::Trim() {
   ReleaseIfLarge(mStarts);
   ReleaseIfLarge(mLengths);
-  if (mQueue) mQueue->Trim();
+  if (mQueue)
+    mQueue->Trim();
 }

@@ -31,8 +31,7 @@ class OmStringFolder {
   // A new node for text spanning the given columns and rows, with its fold
   // points found and trailing blanks trimmed.
   virtual std::unique_ptr<OmFormattedNode> MakeNode(std::string text, std::int32_t columns,
-                                                    std::int32_t rows,
-                                                    std::int32_t extraWidth) = 0;
+                                                    std::int32_t rows, std::int32_t extraWidth) = 0;
   // The display width of text: its byte length in the host's encoding.
   virtual std::int32_t GetStringLength(std::string text) = 0;
   // The width one base column needs so that the node, folded at width, fits:

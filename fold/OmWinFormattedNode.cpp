@@ -8,13 +8,13 @@
 
 #include "host/OmPlatform.h"
 
-OmWinFormattedNode::OmWinFormattedNode(std::string text, std::int32_t columns,
-                                       std::int32_t rows, std::int32_t extraWidth,
-                                       std::int32_t length)
+OmWinFormattedNode::OmWinFormattedNode(std::string text, std::int32_t columns, std::int32_t rows,
+                                       std::int32_t extraWidth, std::int32_t length)
     : OmFormattedNode(std::move(text), columns, rows, extraWidth, length) {
   std::string& s = String();
   const std::size_t size = s.size();
-  if (size == 0) return;
+  if (size == 0)
+    return;
   std::vector<std::int32_t>& folds = FoldPoints();
   // Offsets are 32-bit; in a text longer than that the bytes beyond simply
   // offer no fold points, so only the recorded ones of a trailing run go.
@@ -33,15 +33,18 @@ OmWinFormattedNode::OmWinFormattedNode(std::string text, std::int32_t columns,
     }
     if (foldable && p <= kMaxOffset) {
       folds.push_back(static_cast<std::int32_t>(p));
-      if (c == ' ') ++trailingFolds;
+      if (c == ' ')
+        ++trailingFolds;
     }
     const int charLength = VELDMBmbclen_A(bytes + p);
     p += charLength > 1 ? static_cast<std::size_t>(charLength) : 1;
   }
-  if (trailing == 0) return;
+  if (trailing == 0)
+    return;
   // A text of blanks only keeps its blanks (and so is not empty) but still
   // loses their fold points.
-  if (size > trailing) s.resize(size - trailing);
+  if (size > trailing)
+    s.resize(size - trailing);
   folds.resize(folds.size() - trailingFolds);
 }
 

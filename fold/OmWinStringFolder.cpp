@@ -24,7 +24,9 @@ std::int32_t ClampToInt32(std::int64_t value) {
   return static_cast<std::int32_t>(std::clamp(value, kInt32Min, kInt32Max));
 }
 
-bool IsLineBreak(char c) { return c == '\n' || c == '\r'; }
+bool IsLineBreak(char c) {
+  return c == '\n' || c == '\r';
+}
 
 // The byte length of the character at p; never 0, so no walk can stall.
 std::size_t CharLength(const char* p) {
@@ -36,22 +38,26 @@ std::size_t CharLength(const char* p) {
 // s. A character whose length runs past the end is not taken. Reads only
 // inside the bytes.
 std::size_t HeadBytes(const char* s, std::size_t size, std::int64_t n) {
-  if (size == 0 || n < 0) return 0;
+  if (size == 0 || n < 0)
+    return 0;
   std::size_t p = 0;
   std::int64_t c = 0;
   for (;;) {
     const std::size_t length = CharLength(s + p);
     p += length;
     ++c;
-    if (p < size && c <= n) continue;
-    if (p == size && c <= n) return size;
+    if (p < size && c <= n)
+      continue;
+    if (p == size && c <= n)
+      return size;
     return p - length;
   }
 }
 
 template <typename T>
 void ReleaseIfLarge(std::vector<T>& v) {
-  if (v.capacity() > kKeepEntries) std::vector<T>().swap(v);
+  if (v.capacity() > kKeepEntries)
+    std::vector<T>().swap(v);
 }
 
 }  // namespace
@@ -67,7 +73,8 @@ std::int32_t OmWinStringFolder::Data::GetStringLength(const std::string& s) cons
 
 std::int32_t OmWinStringFolder::Data::GetNumChars(const std::string& s) const {
   const std::size_t size = s.size();
-  if (size == 0) return 0;
+  if (size == 0)
+    return 0;
   std::int64_t count = 0;
   std::int64_t blanks = 0;
   for (std::size_t p = 0; p < size; p += CharLength(s.data() + p)) {
@@ -79,7 +86,8 @@ std::int32_t OmWinStringFolder::Data::GetNumChars(const std::string& s) const {
       blanks = 0;
     }
   }
-  if (blanks == 0 || count - blanks <= 0) return ClampToInt32(count);
+  if (blanks == 0 || count - blanks <= 0)
+    return ClampToInt32(count);
   return ClampToInt32(count - blanks);
 }
 
@@ -100,7 +108,8 @@ std::int32_t OmWinStringFolder::Data::AdjustNumberOfStrings(OmFormattedNode& nod
                                                             std::vector<std::string>& lines,
                                                             std::vector<std::int32_t> breaks) {
   lineLengths.clear();
-  for (const std::string& line : lines) lineLengths.push_back(static_cast<std::int64_t>(line.size()));
+  for (const std::string& line : lines)
+    lineLengths.push_back(static_cast<std::int64_t>(line.size()));
   const std::int64_t result =
       joiner.Join(lineLengths, breaks, node.NRows(), widthRestriction, width);
   const std::vector<std::int32_t>& starts = joiner.Starts();
@@ -112,8 +121,10 @@ std::int32_t OmWinStringFolder::Data::AdjustNumberOfStrings(OmFormattedNode& nod
       const auto first = static_cast<std::size_t>(starts[i]);
       const std::size_t end =
           i + 1 < count ? static_cast<std::size_t>(starts[i + 1]) : lines.size();
-      if (first != i) lines[i] = std::move(lines[first]);
-      if (end - first < 2) continue;
+      if (first != i)
+        lines[i] = std::move(lines[first]);
+      if (end - first < 2)
+        continue;
       lines[i].reserve(static_cast<std::size_t>(joiner.Lengths()[i]));
       for (std::size_t j = first + 1; j < end; ++j) {
         lines[i].push_back(' ');
@@ -123,7 +134,8 @@ std::int32_t OmWinStringFolder::Data::AdjustNumberOfStrings(OmFormattedNode& nod
     lines.resize(count);
   }
   const std::int32_t rows = node.NRows();
-  if (static_cast<std::int64_t>(lines.size()) < rows) lines.resize(static_cast<std::size_t>(rows));
+  if (static_cast<std::int64_t>(lines.size()) < rows)
+    lines.resize(static_cast<std::size_t>(rows));
   return ClampToInt32(result);
 }
 
@@ -146,7 +158,8 @@ std::int64_t OmWinStringFolder::Data::Fold(OmFormattedNode& node, std::int32_t w
     // The text is its own only line; the width is not restricted.
     newLine(0, size);
   } else {
-    if (widthRestriction != -1) w = std::min<std::int64_t>(w, widthRestriction);
+    if (widthRestriction != -1)
+      w = std::min<std::int64_t>(w, widthRestriction);
     const std::int64_t separator = GetStringLength(columnSeparator);
     std::int64_t avail = (std::int64_t{node.NColumns()} - 1) * separator + node.ExtraWidth() + w;
     const auto end = static_cast<std::int64_t>(size);
@@ -157,7 +170,8 @@ std::int64_t OmWinStringFolder::Data::Fold(OmFormattedNode& node, std::int32_t w
       std::int64_t stop = end;
       if (i < k) {
         stop = folds[i];
-        if (stop <= prev || stop >= end) continue;
+        if (stop <= prev || stop >= end)
+          continue;
       }
       const std::int64_t start = prev + 1;
       const bool afterBreak = prev >= 0 && IsLineBreak(text[static_cast<std::size_t>(prev)]);
@@ -193,7 +207,8 @@ std::int64_t OmWinStringFolder::Data::Fold(OmFormattedNode& node, std::int32_t w
         const auto wordEnd = static_cast<std::size_t>(stop);
         while (pos < wordEnd) {
           std::size_t head = HeadBytes(text.data() + pos, wordEnd - pos, n);
-          if (head == 0) head = std::min(CharLength(text.data() + pos), wordEnd - pos);
+          if (head == 0)
+            head = std::min(CharLength(text.data() + pos), wordEnd - pos);
           newLine(pos, head);
           pos += head;
         }
@@ -224,18 +239,20 @@ void OmWinStringFolder::Data::AppendFoldedLines(const std::string& text, std::in
     const std::size_t endLine =
         i + 1 < count ? static_cast<std::size_t>(starts[i + 1]) : lineFirstSpan.size();
     const auto firstSpan = static_cast<std::size_t>(lineFirstSpan[firstLine]);
-    const std::size_t endSpan =
-        endLine < lineFirstSpan.size() ? static_cast<std::size_t>(lineFirstSpan[endLine])
-                                       : spans.size();
+    const std::size_t endSpan = endLine < lineFirstSpan.size()
+                                    ? static_cast<std::size_t>(lineFirstSpan[endLine])
+                                    : spans.size();
     const auto length = static_cast<std::size_t>(lengths[i]);
     std::string line;
     line.reserve(std::max(length, padTo) + closing);
     for (std::size_t s = firstSpan; s < endSpan; ++s) {
-      if (s != firstSpan) line.push_back(' ');
+      if (s != firstSpan)
+        line.push_back(' ');
       line.append(text, spans[s].offset, spans[s].length);
     }
     if (pad) {
-      if (line.size() < padTo) line.append(padTo - line.size(), ' ');
+      if (line.size() < padTo)
+        line.append(padTo - line.size(), ' ');
       line.append(columnSeparator);
     }
     lines.push_back(std::move(line));
@@ -268,27 +285,25 @@ std::unique_ptr<OmFormattedNode> OmWinStringFolder::MakeNode() {
   return std::make_unique<OmFormattedNode>();
 }
 
-std::unique_ptr<OmFormattedNode> OmWinStringFolder::MakeNode(std::string text,
-                                                             std::int32_t columns,
+std::unique_ptr<OmFormattedNode> OmWinStringFolder::MakeNode(std::string text, std::int32_t columns,
                                                              std::int32_t rows,
                                                              std::int32_t extraWidth) {
   const std::int32_t length = mData->GetStringLength(text);
-  return std::make_unique<OmWinFormattedNode>(std::move(text), columns, rows, extraWidth,
-                                              length);
+  return std::make_unique<OmWinFormattedNode>(std::move(text), columns, rows, extraWidth, length);
 }
 
 std::int32_t OmWinStringFolder::GetStringLength(std::string text) {
   return mData->GetStringLength(text);
 }
 
-std::int32_t OmWinStringFolder::GetMinimumColumnWidth(OmFormattedNode& node,
-                                                      std::int32_t width) {
+std::int32_t OmWinStringFolder::GetMinimumColumnWidth(OmFormattedNode& node, std::int32_t width) {
   mData->Fold(node, width);
   std::int64_t widest = 0;
-  for (const std::int64_t length : mData->joiner.Lengths()) widest = std::max(widest, length);
+  for (const std::int64_t length : mData->joiner.Lengths())
+    widest = std::max(widest, length);
   const std::int64_t separator = mData->GetStringLength(mData->columnSeparator);
-  const std::int64_t result =
-      std::min(widest, kInt32Max) - node.ExtraWidth() - (std::int64_t{node.NColumns()} - 1) * separator;
+  const std::int64_t result = std::min(widest, kInt32Max) - node.ExtraWidth() -
+                              (std::int64_t{node.NColumns()} - 1) * separator;
   mData->TrimStorage();
   return ClampToInt32(result);
 }
@@ -297,8 +312,7 @@ std::int32_t OmWinStringFolder::SplitString(OmFormattedNode& node, std::int32_t 
                                             std::vector<std::string>& lines, bool pad) {
   const std::int32_t w = ClampToInt32(mData->Fold(node, width));
   const std::int64_t separator = mData->GetStringLength(mData->columnSeparator);
-  const std::int64_t full =
-      (std::int64_t{node.NColumns()} - 1) * separator + node.ExtraWidth() + w;
+  const std::int64_t full = (std::int64_t{node.NColumns()} - 1) * separator + node.ExtraWidth() + w;
   const std::size_t before = lines.size();
   mData->AppendFoldedLines(node.String(), full, pad, lines);
   mData->TrimStorage();

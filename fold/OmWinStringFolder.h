@@ -23,8 +23,7 @@ class OmWinStringFolder : public OmStringFolder {
   std::unique_ptr<OmFormattedNode> MakeNode() override;
   // An OmWinFormattedNode whose length is GetStringLength(text).
   std::unique_ptr<OmFormattedNode> MakeNode(std::string text, std::int32_t columns,
-                                            std::int32_t rows,
-                                            std::int32_t extraWidth) override;
+                                            std::int32_t rows, std::int32_t extraWidth) override;
   // The byte length of text, at most 2147483647.
   std::int32_t GetStringLength(std::string text) override;
   // See OmStringFolder. Computed in 64 bits and clamped into 32.

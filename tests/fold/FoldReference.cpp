@@ -9,7 +9,9 @@ namespace foldref {
 
 namespace {
 
-bool IsBreak(char c) { return c == '\n' || c == '\r'; }
+bool IsBreak(char c) {
+  return c == '\n' || c == '\r';
+}
 
 }  // namespace
 
@@ -17,7 +19,8 @@ Node Scan(const std::string& text) {
   Node node;
   node.text = text;
   const auto size = static_cast<std::int32_t>(text.size());
-  if (size == 0) return node;
+  if (size == 0)
+    return node;
   std::int32_t trailing = 0;
   for (std::int32_t p = 0; p < size;) {
     const int n = VELDMBmbclen_A(text.data() + p);
@@ -27,12 +30,14 @@ Node Scan(const std::string& text) {
       ++trailing;
     } else {
       trailing = 0;
-      if (IsBreak(c)) node.folds.push_back(p);
+      if (IsBreak(c))
+        node.folds.push_back(p);
     }
     p += n;
   }
   if (trailing > 0) {
-    if (size - trailing > 0) node.text = text.substr(0, static_cast<std::size_t>(size - trailing));
+    if (size - trailing > 0)
+      node.text = text.substr(0, static_cast<std::size_t>(size - trailing));
     node.folds.resize(node.folds.size() - static_cast<std::size_t>(trailing));
   }
   return node;
@@ -57,7 +62,8 @@ void SplitAtLength(const std::string& s, std::int32_t n, std::string& head, std:
     const int length = VELDMBmbclen_A(copy.data() + p);
     p += length;
     ++c;
-    if (p < size && c <= n) continue;
+    if (p < size && c <= n)
+      continue;
     if (p == size && c <= n) {
       head = copy;
       return;
@@ -65,8 +71,10 @@ void SplitAtLength(const std::string& s, std::int32_t n, std::string& head, std:
     p -= length;
     break;
   }
-  if (p > 0) head = copy.substr(0, static_cast<std::size_t>(p));
-  if (p < size) tail = copy.substr(static_cast<std::size_t>(p));
+  if (p > 0)
+    head = copy.substr(0, static_cast<std::size_t>(p));
+  if (p < size)
+    tail = copy.substr(static_cast<std::size_t>(p));
 }
 
 std::int32_t Adjust(const Folder& folder, std::int32_t rows, std::int32_t width,
@@ -79,14 +87,17 @@ std::int32_t Adjust(const Folder& folder, std::int32_t rows, std::int32_t width,
   std::int64_t cur = total;
   for (;;) {
     cur = total - merges;
-    if (excess <= rows) break;
+    if (excess <= rows)
+      break;
     std::int64_t best = 0;
     std::int64_t at = 0;
     if (b == 0) {
       for (std::int64_t j = 0; j < cur; ++j) {
-        if (j == 0) continue;
-        const auto candidate = static_cast<std::int64_t>(lines[static_cast<std::size_t>(j - 1)].size() + 1 +
-                                                         lines[static_cast<std::size_t>(j)].size());
+        if (j == 0)
+          continue;
+        const auto candidate =
+            static_cast<std::int64_t>(lines[static_cast<std::size_t>(j - 1)].size() + 1 +
+                                      lines[static_cast<std::size_t>(j)].size());
         if (best == 0 || candidate < best) {
           best = candidate;
           at = j - 1;
@@ -97,7 +108,8 @@ std::int32_t Adjust(const Folder& folder, std::int32_t rows, std::int32_t width,
       std::int64_t prevLen = 0;
       for (std::int64_t j = 0; j < cur; ++j) {
         if (breakLines[static_cast<std::size_t>(q)] == j) {
-          if (!(q + 1 >= b)) ++q;
+          if (!(q + 1 >= b))
+            ++q;
           continue;
         }
         const auto lj = static_cast<std::int64_t>(lines[static_cast<std::size_t>(j)].size());
@@ -112,8 +124,10 @@ std::int32_t Adjust(const Folder& folder, std::int32_t rows, std::int32_t width,
       }
     }
     // Chosen behaviour where the description leaves it open: no pair left.
-    if (at + 1 >= cur) break;
-    if (folder.widthRestriction != -1 && best > folder.widthRestriction) break;
+    if (at + 1 >= cur)
+      break;
+    if (folder.widthRestriction != -1 && best > folder.widthRestriction)
+      break;
     const auto a = static_cast<std::size_t>(at);
     lines[a] = lines[a] + " " + lines[a + 1];
     lines.erase(lines.begin() + static_cast<std::ptrdiff_t>(a + 1));
@@ -139,7 +153,8 @@ Split SplitString(const Folder& folder, const Node& node, std::int32_t width, bo
   const std::int64_t s = static_cast<std::int64_t>(folder.columnSeparator.size());
   const std::int32_t maxW = folder.widthRestriction;
   if (!(text == " " || text.empty())) {
-    if (maxW != -1) width = std::min(width, maxW);
+    if (maxW != -1)
+      width = std::min(width, maxW);
     std::int64_t avail = (node.columns - 1) * s + node.extraWidth + width;
     std::int64_t prev = -1;
     const auto k = f.size();
@@ -154,8 +169,8 @@ Split SplitString(const Folder& folder, const Node& node, std::int32_t width, bo
           ++lineCount;
         }
       } else {
-        const std::string word = text.substr(static_cast<std::size_t>(start),
-                                             static_cast<std::size_t>(end - start));
+        const std::string word =
+            text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(end - start));
         const auto wl = static_cast<std::int64_t>(word.size());
         const auto ll = static_cast<std::int64_t>(last.size());
         bool placed = false;
@@ -178,7 +193,8 @@ Split SplitString(const Folder& folder, const Node& node, std::int32_t width, bo
             std::string rest = word;
             while (!rest.empty()) {
               std::string head;
-              SplitAtLength(rest, static_cast<std::int32_t>(std::min<std::int64_t>(avail, INT32_MAX)),
+              SplitAtLength(rest,
+                            static_cast<std::int32_t>(std::min<std::int64_t>(avail, INT32_MAX)),
                             head, rest);
               // Chosen behaviour where the description leaves it open: at
               // least one character, or the truncated rest, per piece.

@@ -55,9 +55,8 @@ TEST(OmWinFormattedNode, FoldPointsAreBlanksAndLineBreaksByOffset) {
     Folds folds;
   };
   const Case cases[] = {
-      {"", {}},           {"a b", {1}},       {"a  b", {1, 2}},     {" a", {0}},
-      {"a\nb", {1}},      {"a\r\nb", {1, 2}}, {"a \n", {1, 2}},     {"a\tb,c;d", {}},
-      {"\n\na", {0, 1}},  {" \n ", {0, 1}},
+      {"", {}},           {"a b", {1}},     {"a  b", {1, 2}}, {" a", {0}},       {"a\nb", {1}},
+      {"a\r\nb", {1, 2}}, {"a \n", {1, 2}}, {"a\tb,c;d", {}}, {"\n\na", {0, 1}}, {" \n ", {0, 1}},
   };
   for (const Case& c : cases) {
     OmWinFormattedNode node = Scanned(c.text);
@@ -123,10 +122,9 @@ TEST(OmWinFormattedNode, TruncatedCharacterAtTheEndEndsTheScan) {
 }
 
 TEST(OmWinFormattedNode, MatchesReferenceScanOnGeneratedTexts) {
-  const char* const pieces[] = {"a", "bc", " ", "  ", "\n", "\r", "\xC3\xA9", "\xE6\x97\xA5",
-                                "\x82\x20", "\x81", "\t"};
-  const OmEncoding encodings[] = {OmEncoding::Utf8, OmEncoding::SingleByte,
-                                  OmEncoding::DoubleByte};
+  const char* const pieces[] = {"a",        "bc",           " ",        "  ",   "\n", "\r",
+                                "\xC3\xA9", "\xE6\x97\xA5", "\x82\x20", "\x81", "\t"};
+  const OmEncoding encodings[] = {OmEncoding::Utf8, OmEncoding::SingleByte, OmEncoding::DoubleByte};
   std::uint32_t seed = 12345;
   auto next = [&seed](std::uint32_t n) {
     seed = seed * 1103515245u + 12345u;
@@ -137,7 +135,8 @@ TEST(OmWinFormattedNode, MatchesReferenceScanOnGeneratedTexts) {
     for (int round = 0; round < 2000; ++round) {
       std::string text;
       const std::uint32_t count = next(12);
-      for (std::uint32_t i = 0; i < count; ++i) text += pieces[next(11)];
+      for (std::uint32_t i = 0; i < count; ++i)
+        text += pieces[next(11)];
       const foldref::Node expected = foldref::Scan(text);
       OmWinFormattedNode node = Scanned(text);
       ASSERT_EQ(node.String(), expected.text) << "round " << round;

@@ -22,7 +22,7 @@ struct Outcome {
 };
 
 Outcome JoinWith(Method method, const Lengths& lengths, const Indices& breaks, std::int32_t rows,
-            std::int32_t restriction, std::int64_t width = 99) {
+                 std::int32_t restriction, std::int64_t width = 99) {
   OmLineJoiner joiner;
   Outcome out;
   out.width = joiner.Join(lengths, breaks, rows, restriction, width, method);
@@ -46,11 +46,13 @@ Outcome Model(const Lengths& lengths, const Indices& breaks, std::int32_t rows,
   // can be read back from the lengths: every input line adds at least one.
   std::size_t next = 0;
   for (const std::string& line : joined) {
-    if (next >= lines.size()) break;  // the empty lines added for rows
+    if (next >= lines.size())
+      break;  // the empty lines added for rows
     out.starts.push_back(static_cast<std::int32_t>(next));
     out.lengths.push_back(static_cast<std::int64_t>(line.size()));
     std::size_t rebuilt = lines[next++].size();
-    while (rebuilt < line.size() && next < lines.size()) rebuilt += 1 + lines[next++].size();
+    while (rebuilt < line.size() && next < lines.size())
+      rebuilt += 1 + lines[next++].size();
   }
   return out;
 }
@@ -147,7 +149,8 @@ TEST(OmLineJoiner, TreeAgreesWithScanAndModelOnGeneratedLines) {
     for (std::uint32_t i = 0; i < n; ++i) {
       // Break lines are empty; some other lines are empty too.
       const bool isBreak = gen.Next(4) == 0;
-      if (isBreak) breaks.push_back(static_cast<std::int32_t>(i));
+      if (isBreak)
+        breaks.push_back(static_cast<std::int32_t>(i));
       lengths.push_back(isBreak ? 0 : static_cast<std::int64_t>(gen.Next(9)));
     }
     const std::int32_t rows = static_cast<std::int32_t>(gen.Next(7)) - 1;
@@ -156,7 +159,8 @@ TEST(OmLineJoiner, TreeAgreesWithScanAndModelOnGeneratedLines) {
     const std::string context = "round " + std::to_string(round);
     const Outcome scan = JoinWith(Method::Scan, lengths, breaks, rows, restriction);
     ExpectSame(JoinWith(Method::Queue, lengths, breaks, rows, restriction), scan, context);
-    if (n <= 40) ExpectSame(scan, Model(lengths, breaks, rows, restriction), context);
+    if (n <= 40)
+      ExpectSame(scan, Model(lengths, breaks, rows, restriction), context);
   }
 }
 
@@ -169,7 +173,8 @@ TEST(OmLineJoiner, TreeAgreesWithScanOnLongRunsOfBreakLines) {
     for (std::uint32_t i = 0; i < n; ++i) {
       // Long runs of break lines between few words, and the reverse.
       const bool isBreak = gen.Next(10) < (round % 2 == 0 ? 7u : 1u);
-      if (isBreak) breaks.push_back(static_cast<std::int32_t>(i));
+      if (isBreak)
+        breaks.push_back(static_cast<std::int32_t>(i));
       lengths.push_back(isBreak ? 0 : 1 + static_cast<std::int64_t>(gen.Next(5)));
     }
     const std::int32_t rows = static_cast<std::int32_t>(gen.Next(4));
