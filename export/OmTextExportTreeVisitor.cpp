@@ -1,13 +1,17 @@
 // Printing of headings, procedures and text blocks, and the page count.
 #include "export/OmTextExportTreeVisitor.h"
 
+#include <cstdint>
 #include <limits>
 #include <ostream>
 
 #include "export/OmTextExportOptions.h"
 #include "fold/OmStringFolder.h"
+#include "host/OmDisplayLayerHeading.h"
 #include "host/OmHeading.h"
+#include "host/OmPivotTable.h"
 #include "host/OmTextBlock.h"
+#include "pivot/OmPivotTableTxtExport.h"
 
 struct OmTextExportTreeVisitor::Data {
   Data(std::ostream& out, const OmTextExportOptions& exportOptions)
@@ -31,7 +35,66 @@ OmTextExportTreeVisitor::OmTextExportTreeVisitor(std::ostream& stream,
 
 OmTextExportTreeVisitor::~OmTextExportTreeVisitor() = default;
 
-void OmTextExportTreeVisitor::Visit(OmPivotTable&) {}
+void OmTextExportTreeVisitor::Visit(OmPivotTable& table) {
+  const OmTextExportOptions& options = mData->options;
+  if (table.IsNotes() && !options.ShowNotes()) return;
+  if (options.InsertPageBreak()) PrintPageBreak();
+  OmDisplayLayerHeading layer(table, options.HideEmptyRowsAndColumns());
+  bool more = true;
+  if (options.ExportAllLayers()) {
+    more = layer.NextLayer();
+  } else {
+    layer.LastLayer();
+  }
+  // A table without a layer to print still lists its footnotes, once.
+  bool footnotesPending = !table.Footnotes().empty();
+  std::int32_t passes = 0;
+  bool printed = false;
+  for (;;) {
+    const bool layerPass = more;
+    if (!layerPass && !(footnotesPending && !table.Footnotes().empty())) break;
+    {
+      OmPivotTableTxtExport exporter(layer, options, mData->stream, mData->linesOnPage);
+      const std::int64_t lines = exporter.GetNumLines();
+      const std::int64_t page = options.NumLinesPerPage();
+      const std::int64_t used = mData->linesOnPage;
+      // A layer that fits on this page stays; one that fits on a fresh page
+      // moves there; a longer one starts here unless half the page is used.
+      bool pageBreak = false;
+      if (lines + used <= page) {
+        pageBreak = false;
+      } else if (lines <= page) {
+        pageBreak = true;
+      } else {
+        pageBreak = 2 * used > page;
+      }
+      if (pageBreak) {
+        PrintPageBreak();
+        exporter.setLinesOnPage(0);
+      } else if (passes > 0) {
+        PrintString("");
+      }
+      exporter.PrintLayerHeading();
+      if (layerPass) {
+        exporter.PrintLayer();
+      } else {
+        PrintString("____");
+      }
+      exporter.PrintLayerFooter();
+      // The 1 stands for the separating empty line, which the exporter did
+      // not see; it is added after a break too, and the "____" line is not
+      // counted at all. Both are kept as they are.
+      std::int32_t linesOnPage = exporter.GetNumLinesOnPage();
+      if (passes > 0 && linesOnPage < std::numeric_limits<std::int32_t>::max()) ++linesOnPage;
+      mData->linesOnPage = linesOnPage;
+    }
+    footnotesPending = false;
+    more = layer.NextLayer();
+    if (passes < std::numeric_limits<std::int32_t>::max()) ++passes;
+    printed = true;
+  }
+  if (printed) PrintString("");
+}
 
 void OmTextExportTreeVisitor::Visit(OmProcedure& procedure) {
   if (mData->options.InsertPageBreak()) PrintPageBreak();

@@ -1,5 +1,10 @@
-// STUB: to be replaced by the record's construction and the public
-// operations.
+// The pivot exporter's record (construction and destruction in member order)
+// and the public operations, which forward to the record.
+#include "pivot/OmPivotTableTxtExport.h"
+
+#include <cstdint>
+#include <limits>
+
 #include "pivot/OmPivotTableTxtExportPrivate.h"
 
 OmPivotTableTxtExport::Data::Data(OmDisplayLayerHeading& layer, const OmTextExportOptions& options,
@@ -13,17 +18,58 @@ OmPivotTableTxtExport::Data::Data(OmDisplayLayerHeading& layer, const OmTextExpo
       mLinesOnPage(linesOnPage),
       mMemoryRegion(false),
       mRowHeadColumns(mMemoryRegion),
-      mColHeadColumns(mMemoryRegion) {}
+      mColHeadColumns(mMemoryRegion) {
+  mFootnoter.Reset();
+  // A tab-separated layer is printed straight from the headings: no plan,
+  // no folder, and markers are handed out in print order.
+  if (mOptions.TabSeparated()) return;
+  // The notes referenced above the table get the first markers.
+  CreateLayerHeadingFootnotes();
+  PrepareFormatting();
+}
 
-OmPivotTableTxtExport::Data::~Data() = default;
+OmPivotTableTxtExport::Data::~Data() {
+  // The node columns go back to the region before the region itself goes;
+  // the remaining members then die in reverse declaration order.
+  mStringFolder.reset();
+  mColHeadColumns.Clear();
+  mRowHeadColumns.Clear();
+}
 
 OmPivotTableTxtExport::OmPivotTableTxtExport(OmDisplayLayerHeading& layer,
                                              const OmTextExportOptions& options, std::ostream& out,
                                              std::int32_t linesOnPage)
     : mData(std::make_unique<Data>(layer, options, out, linesOnPage)) {}
+
 OmPivotTableTxtExport::~OmPivotTableTxtExport() = default;
+
 std::int32_t OmPivotTableTxtExport::GetNumLinesOnPage() const { return mData->mLinesOnPage; }
+
 void OmPivotTableTxtExport::setLinesOnPage(std::int32_t lines) { mData->mLinesOnPage = lines; }
-std::int32_t OmPivotTableTxtExport::GetNumLines() const { return 0; }
+
+std::int32_t OmPivotTableTxtExport::GetNumLines() const {
+  const Data& data = *mData;
+  const OmPivotTable& table = data.mLayerHeading.Table();
+  // Summed in 64 bits: a matrix or a footnote list past 2^31 entries counts
+  // as the largest page count rather than wrapping round.
+  std::int64_t lines = static_cast<std::int64_t>(data.mMatrix.NumLines());
+  if (table.showTitle) lines += 1;
+  lines += data.mLayerHeading.NDimensions();
+  // Footnotes and caption are printed either way but counted only when
+  // kept; the asymmetry is deliberate.
+  if (data.mOptions.KeepFootNotesAndCaption()) {
+    lines += static_cast<std::int64_t>(table.Footnotes().size()) + 2;
+  }
+  constexpr std::int64_t kMax = std::numeric_limits<std::int32_t>::max();
+  return static_cast<std::int32_t>(lines > kMax ? kMax : lines);
+}
+
 void OmPivotTableTxtExport::PrintPageBreak() const { mData->PrintPageBreak(false); }
-void OmPivotTableTxtExport::PrintLayer() const {}
+
+void OmPivotTableTxtExport::PrintLayer() const {
+  if (mData->mOptions.TabSeparated()) {
+    mData->TabExport();
+  } else {
+    mData->FrmtExport();
+  }
+}

@@ -1,6 +1,104 @@
-// STUB: to be replaced by the tab-separated export.
+// Tab-separated printing of a layer's body: one line per column heading row,
+// then one line per table row, fields joined by tabs, for spreadsheets. A
+// category that spans several positions is printed at its first one only.
+// Each line is built in one buffer and written at once; the headings hand
+// out their node columns by reference, so the export is linear in its size.
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <vector>
+
 #include "pivot/OmPivotTableTxtExportPrivate.h"
 
 using Data = OmPivotTableTxtExport::Data;
-void Data::TabExport() {}
-void Data::PrintCells(std::vector<std::int32_t>&) {}
+
+namespace {
+
+void WriteLine(std::ostream& out, std::string& line) {
+  line.push_back('\n');
+  out.write(line.data(), static_cast<std::streamsize>(line.size()));
+}
+
+}  // namespace
+
+void Data::TabExport() {
+  const std::int32_t headingColumns = mRowHeading.NColumns();
+  const std::int32_t headingRows = mColumnHeading.NRows();
+  std::string line;
+
+  for (std::int32_t r = 0; r < headingRows; ++r) {
+    line.clear();
+    if (r + 1 < headingRows) {
+      line.append(static_cast<std::size_t>(headingColumns < 0 ? 0 : headingColumns), '\t');
+    } else {
+      // The corner labels stand on the last heading line, right above the
+      // row labels they name.
+      const std::vector<const OmCellText*>& corner = mRowHeading.CornerText();
+      for (std::int32_t c = 0; c < headingColumns; ++c) {
+        const auto at = static_cast<std::size_t>(c);
+        line += GetCellText(at < corner.size() ? corner[at] : nullptr);
+        line += '\t';
+      }
+    }
+    const OmNodeColumn level = mColumnHeading.Row(r);
+    for (std::size_t i = 0; i < level.size(); ++i) {
+      const OmDimensionTree::ConstNode* node = level[i];
+      if (node != nullptr &&
+          (i == 0 || !SkipNodesInColumnHead(r, static_cast<std::int32_t>(i),
+                                            static_cast<std::int32_t>(i) - 1))) {
+        line += GetCellText(node->Label());
+      }
+      if (i + 1 < level.size()) line += '\t';
+    }
+    WriteLine(mStream, line);
+  }
+
+  std::vector<std::int32_t> index = mLayerHeading.Table().SizeVector();
+  mLayerHeading.Fill(index);
+  const std::int32_t rows = mRowHeading.NRows();
+  if (rows == 0) {
+    // Without row dimensions the table has one row and no row labels.
+    PrintCells(index);
+    return;
+  }
+  // The row heading's columns are read in place rather than row by row, so
+  // that no row makes a copy of its labels.
+  std::vector<const OmNodeColumn*> columns;
+  columns.reserve(static_cast<std::size_t>(headingColumns < 0 ? 0 : headingColumns));
+  for (std::int32_t c = 0; c < headingColumns; ++c) columns.push_back(&mRowHeading.Column(c));
+  for (std::int32_t r = 0; r < rows; ++r) {
+    line.clear();
+    for (std::size_t c = 0; c < columns.size(); ++c) {
+      const OmNodeColumn& nodes = *columns[c];
+      const auto at = static_cast<std::size_t>(r);
+      const OmDimensionTree::ConstNode* node = at < nodes.size() ? nodes[at] : nullptr;
+      if (node != nullptr &&
+          (r == 0 || !SkipNodesInRowHead(static_cast<std::int32_t>(c), r - 1, r))) {
+        line += GetCellText(node->Label());
+      }
+      // Every label field is closed, empty or not, so the data fields always
+      // start after the same number of tabs.
+      line += '\t';
+    }
+    mStream.write(line.data(), static_cast<std::streamsize>(line.size()));
+    mRowHeading.Fill(index, r);
+    PrintCells(index);
+  }
+}
+
+void Data::PrintCells(std::vector<std::int32_t>& index) {
+  const std::int32_t columns = mColumnHeading.NColumns();
+  const OmPivotTable& table = mLayerHeading.Table();
+  std::string line;
+  if (columns > 0) {
+    for (std::int32_t c = 0; c < columns; ++c) {
+      mColumnHeading.Fill(index, c);
+      line += GetCellText(table.Cell(index));
+      if (c + 1 < columns) line += '\t';
+    }
+  } else if (columns == 0) {
+    // A table without column dimensions has one data column.
+    line = GetCellText(table.Cell(index));
+  }
+  WriteLine(mStream, line);
+}

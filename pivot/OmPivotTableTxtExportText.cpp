@@ -1,10 +1,139 @@
-// STUB: to be replaced by cell texts, layer headings and footnotes.
+// Cell texts with their footnote and bracketed markers, and what surrounds a
+// layer: the heading block above it (title and one line per layer
+// dimension) and the footer below it (caption and footnote list).
+#include <cstdint>
+#include <ostream>
+#include <string>
+
+#include "host/BpMarkup.h"
+#include "host/OmCellText.h"
+#include "host/OmText.h"
 #include "pivot/OmPivotTableTxtExportPrivate.h"
 
 using Data = OmPivotTableTxtExport::Data;
-std::string Data::GetCellText(const OmCellText*) { return ""; }
-std::int32_t Data::GetFootnoteMarker(std::string&, const OmCellText&) { return 0; }
-void Data::CreateLayerHeadingFootnotes() {}
-void Data::PrintFootnotes() {}
-void OmPivotTableTxtExport::PrintLayerHeading() const {}
-void OmPivotTableTxtExport::PrintLayerFooter() const {}
+
+namespace {
+
+void WriteLine(std::ostream& out, std::string& line) {
+  line.push_back('\n');
+  out.write(line.data(), static_cast<std::streamsize>(line.size()));
+}
+
+}  // namespace
+
+std::string Data::GetCellText(const OmCellText* cell) {
+  // Made on the first call and kept for the life of the process.
+  static const std::string kOpen("[");
+  static const std::string kClose("]");
+  if (cell == nullptr) return std::string();
+  std::string text = cell->GetText();
+  if (mOptions.KeepFootNotesAndCaption()) {
+    std::string marker;
+    if (GetFootnoteMarker(marker, *cell) != 0) text += marker;
+  }
+  // The markup is replaced after the footnote list is added, so the list is
+  // searched too; the bracketed markers come after and are not.
+  BpMarkup::replaceMarkupText(text, kOpen, kClose, BpMarkup::Superscript);
+  const std::vector<std::string>& markers = cell->getMarkers();
+  if (!markers.empty()) {
+    text += kOpen;
+    for (std::size_t i = 0; i < markers.size(); ++i) {
+      if (i > 0) text += ',';
+      text += markers[i];
+    }
+    text += kClose;
+  }
+  return text;
+}
+
+std::int32_t Data::GetFootnoteMarker(std::string& out, const OmCellText& cell) {
+  const std::vector<std::int16_t>& footnotes = cell.Footnotes();
+  if (footnotes.empty()) return 0;
+  out += '(';
+  for (std::size_t i = 0; i < footnotes.size(); ++i) {
+    if (i > 0) out += ',';
+    out += mFootnoter.CellMarker(static_cast<std::int32_t>(footnotes[i]), nullptr);
+  }
+  out += ')';
+  // A cell holds far fewer than 2^31 footnotes; the count only says whether
+  // there were any.
+  return static_cast<std::int32_t>(footnotes.size());
+}
+
+void Data::CreateLayerHeadingFootnotes() {
+  const OmPivotTable& table = mLayerHeading.Table();
+  if (table.showTitle) GetCellText(&table.Title());
+  for (std::int32_t i = 0; i < mLayerHeading.NDimensions(); ++i) {
+    for (const OmDimensionTree::ConstNode* node : mLayerHeading.Nodes(i)) {
+      if (node != nullptr) GetCellText(node->Label());
+    }
+  }
+}
+
+void Data::PrintFootnotes() {
+  const std::int32_t notes = mFootnoter.Size();
+  const char separator = mOptions.TabSeparated() ? '\t' : ' ';
+  std::string line;
+  for (std::int32_t i = 0; i < notes; ++i) {
+    line = mFootnoter.NoteMarker(i);
+    line += separator;
+    line += mFootnoter.Note(i);
+    WriteLine(mStream, line);
+    CountLine();
+    // The list tests after each line it printed.
+    if (mLinesOnPage >= mOptions.NumLinesPerPage()) PrintPageBreak(false);
+  }
+}
+
+void OmPivotTableTxtExport::PrintLayerHeading() const {
+  Data& data = *mData;
+  const OmPivotTable& table = data.mLayerHeading.Table();
+  const std::int32_t title = table.showTitle ? 1 : 0;
+  const std::int32_t dimensions = data.mLayerHeading.NDimensions();
+  // The whole block starts a page when the lines it is about to print would
+  // reach the page length.
+  if (static_cast<std::int64_t>(title) + data.mLinesOnPage + dimensions >=
+      data.mOptions.NumLinesPerPage()) {
+    data.PrintPageBreak(false);
+  }
+  std::string line;
+  if (title == 1) {
+    line = data.GetCellText(&table.Title());
+    WriteLine(data.mStream, line);
+    data.CountLine();
+  }
+  const char separator = data.mOptions.TabSeparated() ? '\t' : ' ';
+  for (std::int32_t i = 0; i < dimensions; ++i) {
+    line.clear();
+    // Every entry, shown or not, is closed by a separator, so the line ends
+    // with one before its line feed.
+    for (const OmDimensionTree::ConstNode* node : data.mLayerHeading.Nodes(i)) {
+      if (node != nullptr) line += data.GetCellText(node->Label());
+      line += separator;
+    }
+    WriteLine(data.mStream, line);
+    data.CountLine();
+  }
+}
+
+void OmPivotTableTxtExport::PrintLayerFooter() const {
+  Data& data = *mData;
+  if (!data.mOptions.KeepFootNotesAndCaption()) return;
+  const OmText* caption = data.mLayerHeading.Table().Caption();
+  if (caption == nullptr) {
+    data.PrintFootnotes();
+    return;
+  }
+  // The caption tests before it prints, counting its own line.
+  if (static_cast<std::int64_t>(data.mLinesOnPage) + 1 >= data.mOptions.NumLinesPerPage()) {
+    data.PrintPageBreak(false);
+  }
+  std::string text = caption->GetText();
+  for (char& c : text) {
+    if (c == '\r') c = '\n';
+  }
+  // However many line feeds it holds, the caption counts as one line.
+  WriteLine(data.mStream, text);
+  data.CountLine();
+  data.PrintFootnotes();
+}
