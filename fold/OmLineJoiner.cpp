@@ -165,11 +165,16 @@ std::int64_t OmLineJoiner::Queue::CandidateOf(std::int32_t id) const {
 
 void OmLineJoiner::Queue::Update(std::int32_t id, std::int64_t value) {
   std::size_t i = size + static_cast<std::size_t>(id);
+  if (tree[i].length == value) return;
   tree[i] = Key{value, id};
+  // Climb only while the winner of a node changes: most candidates that
+  // change are not winners, and their updates stop after a level or two.
   for (i /= 2; i >= 1; i /= 2) {
     const Key& a = tree[2 * i];
     const Key& b = tree[2 * i + 1];
-    tree[i] = Before(b, a) ? b : a;
+    const Key& winner = Before(b, a) ? b : a;
+    if (winner.length == tree[i].length && winner.id == tree[i].id) return;
+    tree[i] = winner;
   }
 }
 

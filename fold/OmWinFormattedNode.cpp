@@ -23,21 +23,30 @@ OmWinFormattedNode::OmWinFormattedNode(std::string text, std::int32_t columns, s
   std::size_t trailingFolds = 0;
   const char* const bytes = s.data();
   for (std::size_t p = 0; p < size;) {
-    const char c = bytes[p];
-    const bool foldable = c == ' ' || c == '\n' || c == '\r';
+    const auto c = static_cast<unsigned char>(bytes[p]);
     if (c == ' ') {
       ++trailing;
-    } else {
-      trailing = 0;
-      trailingFolds = 0;
-    }
-    if (foldable && p <= kMaxOffset) {
-      folds.push_back(static_cast<std::int32_t>(p));
-      if (c == ' ')
+      if (p <= kMaxOffset) {
+        folds.push_back(static_cast<std::int32_t>(p));
         ++trailingFolds;
+      }
+      ++p;
+      continue;
     }
-    const int charLength = VELDMBmbclen_A(bytes + p);
-    p += charLength > 1 ? static_cast<std::size_t>(charLength) : 1;
+    trailing = 0;
+    trailingFolds = 0;
+    if (c == '\n' || c == '\r') {
+      if (p <= kMaxOffset)
+        folds.push_back(static_cast<std::int32_t>(p));
+      ++p;
+    } else if (c < 0x80) {
+      // Every encoding of the host keeps the ASCII bytes as one-byte
+      // characters, which spares the common text the encoding lookup.
+      ++p;
+    } else {
+      const int charLength = VELDMBmbclen_A(bytes + p);
+      p += charLength > 1 ? static_cast<std::size_t>(charLength) : 1;
+    }
   }
   if (trailing == 0)
     return;

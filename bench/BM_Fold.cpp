@@ -1,0 +1,127 @@
+// Folding cell text: a short number (the common cell), a long paragraph
+// wrapped at width 40, and a cell of many short words folded and joined back
+// into one row, with and without paragraph breaks. Time per byte must stay
+// flat as the text grows.
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "fold/OmFormattedNode.h"
+#include "fold/OmWinFormattedNode.h"
+#include "fold/OmWinStringFolder.h"
+#include "fold/OmWinStringFolderPrivate.h"
+
+namespace {
+
+OmStringFolder::Options Options() {
+  OmStringFolder::Options options;
+  options.columnSeparator = "|";
+  options.rowSeparator = "_";
+  return options;
+}
+
+// Words of 1 to 9 letters separated by blanks, about size bytes; with
+// breakEvery > 0, a blank line after every breakEvery words.
+std::string Words(std::size_t size, std::size_t breakEvery = 0) {
+  std::string text;
+  std::uint32_t seed = 1;
+  std::size_t words = 0;
+  while (text.size() < size) {
+    seed = seed * 1103515245u + 12345u;
+    if (!text.empty()) {
+      text += breakEvery > 0 && words % breakEvery == 0 ? "\n\n" : " ";
+    }
+    text.append(1 + (seed >> 16) % 9, static_cast<char>('a' + (seed >> 8) % 26));
+    ++words;
+  }
+  return text;
+}
+
+// A cell of short words: "ab" repeated count times.
+std::string ShortWords(std::int64_t count) {
+  std::string text;
+  text.reserve(static_cast<std::size_t>(count) * 3);
+  for (std::int64_t i = 0; i < count; ++i) {
+    if (i > 0)
+      text += ' ';
+    text += "ab";
+  }
+  return text;
+}
+
+void Fold(benchmark::State& state, const std::string& text, std::int32_t width, std::int32_t rows) {
+  OmWinStringFolder folder(Options());
+  std::vector<std::string> lines;
+  for (auto _ : state) {
+    std::unique_ptr<OmFormattedNode> node = folder.MakeNode(text, 1, rows, 0);
+    lines.clear();
+    benchmark::DoNotOptimize(folder.SplitString(*node, width, lines, true));
+  }
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
+  state.counters["lines"] = static_cast<double>(lines.size());
+}
+
+void BM_OmWinStringFolder_ShortNumber(benchmark::State& state) {
+  OmWinStringFolder folder(Options());
+  std::vector<std::string> lines;
+  for (auto _ : state) {
+    std::unique_ptr<OmFormattedNode> node = folder.MakeNode("123.45", 1, 1, 0);
+    benchmark::DoNotOptimize(folder.GetMinimumColumnWidth(*node, 0));
+    lines.clear();
+    benchmark::DoNotOptimize(folder.SplitString(*node, 8, lines, true));
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_OmWinStringFolder_ShortNumber);
+
+void BM_OmWinStringFolder_TwoWordLabel(benchmark::State& state) {
+  // Measured at width 0, every word goes on its own line and is joined back.
+  OmWinStringFolder folder(Options());
+  std::vector<std::string> lines;
+  for (auto _ : state) {
+    std::unique_ptr<OmFormattedNode> node = folder.MakeNode("Cumulative Percent", 1, 1, 0);
+    benchmark::DoNotOptimize(folder.GetMinimumColumnWidth(*node, 0));
+    lines.clear();
+    benchmark::DoNotOptimize(folder.SplitString(*node, 18, lines, true));
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_OmWinStringFolder_TwoWordLabel);
+
+void BM_OmWinStringFolder_Paragraph(benchmark::State& state) {
+  // As many rows as the text wraps to, so that nothing is joined.
+  const std::string text = Words(static_cast<std::size_t>(state.range(0)));
+  OmWinStringFolder::Data probe(Options());
+  OmWinFormattedNode node(text, 1, 1, 0, probe.GetStringLength(text));
+  probe.Fold(node, 40);
+  Fold(state, text, 40, static_cast<std::int32_t>(probe.lineLengths.size()));
+}
+BENCHMARK(BM_OmWinStringFolder_Paragraph)->Arg(10 << 10)->Arg(40 << 10);
+
+void BM_OmWinStringFolder_ParagraphIntoOneRow(benchmark::State& state) {
+  Fold(state, Words(static_cast<std::size_t>(state.range(0))), 40, 1);
+}
+BENCHMARK(BM_OmWinStringFolder_ParagraphIntoOneRow)->Arg(10 << 10)->Arg(40 << 10);
+
+void BM_OmWinStringFolder_ManyWordsIntoOneRow(benchmark::State& state) {
+  // Width 0: each word on its own line, then all joined back into one.
+  Fold(state, ShortWords(state.range(0)), 0, 1);
+}
+BENCHMARK(BM_OmWinStringFolder_ManyWordsIntoOneRow)
+    ->Arg(25000)
+    ->Arg(100000)
+    ->Unit(benchmark::kMillisecond);
+
+void BM_OmWinStringFolder_ParagraphsIntoOneRow(benchmark::State& state) {
+  // A blank line after every 50 words: the join passes over break lines.
+  Fold(state, Words(static_cast<std::size_t>(state.range(0)), 50), 0, 1);
+}
+BENCHMARK(BM_OmWinStringFolder_ParagraphsIntoOneRow)
+    ->Arg(100 << 10)
+    ->Arg(400 << 10)
+    ->Unit(benchmark::kMillisecond);
+
+}  // namespace
