@@ -1,9 +1,210 @@
-// STUB: to be replaced by the column filling.
+// Filling of the text matrix, one column at a time and the last column
+// first: each cell is folded into padded lines at the lines of its band,
+// a band grows when a cell needs more lines than planned, and the row
+// separator rules are drawn above and below the cells.
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "fold/OmWinStringFolder.h"
 #include "pivot/OmPivotTableTxtExportPrivate.h"
 
-using Data = OmPivotTableTxtExport::Data;
-void Data::FillColumn(std::int32_t) {}
-void Data::FillRowHeadingColumn(std::int32_t) {}
-void Data::FillTableColumn(std::int32_t) {}
-void Data::FillRowSeparator(NodeList&, std::int32_t, std::int32_t, std::int32_t) {}
-void Data::InsertExtraRows(std::int32_t, std::int32_t, std::int32_t, std::int32_t, std::int32_t) {}
+namespace {
+
+constexpr std::int64_t kMaxLines = std::numeric_limits<std::int32_t>::max();
+
+}  // namespace
+
+void OmPivotTableTxtExport::Data::FillColumn(std::int32_t column) {
+  if (mOptions.MaxLineWidth() > 0) {
+    // Each column folds at its own planned width, which is also as far as
+    // an over-long word may widen it.
+    OmStringFolder::Options folderOptions;
+    folderOptions.columnSeparator = mOptions.ColumnSeparator();
+    folderOptions.rowSeparator = mOptions.RowSeparator();
+    folderOptions.widthRestriction = mColumnWidths[static_cast<std::size_t>(column)];
+    mStringFolder.reset();
+    mStringFolder = std::make_unique<OmWinStringFolder>(folderOptions);
+  }
+  if (column >= mRowHeading.NColumns()) {
+    FillTableColumn(column);
+  } else {
+    FillRowHeadingColumn(column);
+  }
+}
+
+void OmPivotTableTxtExport::Data::FillRowHeadingColumn(std::int32_t column) {
+  if (mRowHeading.NColumns() <= 0)
+    return;
+  NodeList nodes;
+  std::int32_t width = 0;
+  PreFormatCornerText(column, width, &nodes);
+  PreFormatRowHeadColumn(column, width, &nodes);
+  if (nodes.empty())
+    return;
+  FillBands(nodes, width, column, false);
+}
+
+void OmPivotTableTxtExport::Data::FillTableColumn(std::int32_t column) {
+  NodeList nodes;
+  const std::int32_t width = PreFormatTableColumn(column, &nodes);
+  // Without nodes there is no last band to close with a bottom rule.
+  if (nodes.empty())
+    return;
+  FillBands(nodes, width, column, true);
+}
+
+void OmPivotTableTxtExport::Data::FillBands(NodeList& nodes, std::int32_t width,
+                                            std::int32_t column, bool tableColumn) {
+  const std::int32_t separator = SeparatorFlag();
+  const std::string columnSeparator = mOptions.ColumnSeparator();
+  const std::size_t bands = std::min(nodes.size(), mRowHeights.size());
+  std::vector<std::string> lines;
+  std::string piece;
+  std::int64_t line = separator;
+  for (std::size_t k = 0; k < bands; ++k) {
+    OmFormattedNode& node = *nodes[k];
+    // An empty node writes nothing, not even the rule above it; in a table
+    // column, text that a spanning cell already put there stays.
+    const bool skip =
+        node.IsEmpty() || (tableColumn && !mMatrix.IsEmpty(static_cast<std::size_t>(line),
+                                                           static_cast<std::size_t>(column)));
+    if (!skip) {
+      lines.clear();
+      const std::int32_t count = mStringFolder->SplitString(node, width, lines, true);
+      const auto band = static_cast<std::int32_t>(k);
+      const auto first = static_cast<std::int32_t>(line);
+      InsertExtraRows(band, first, column, count, node.NRows());
+      for (std::size_t j = 0; j < lines.size(); ++j) {
+        const auto at = static_cast<std::size_t>(line) + j;
+        if (column == 0) {
+          // The first column also draws the table's left edge.
+          piece.assign(columnSeparator);
+          piece.append(lines[j]);
+          mMatrix.SetPiece(at, 0, piece);
+        } else {
+          mMatrix.AppendToPiece(at, static_cast<std::size_t>(column), lines[j]);
+        }
+      }
+      FillRowSeparator(nodes, static_cast<std::int32_t>(line - separator), band, column);
+    }
+    if (k + 1 < bands)
+      line += std::int64_t{mRowHeights[k]} + separator;
+  }
+  if (bands == 0)
+    return;
+  const std::int64_t bottom = line + mRowHeights[bands - 1];
+  FillRowSeparator(nodes, static_cast<std::int32_t>(std::min(bottom, kMaxLines)),
+                   static_cast<std::int32_t>(bands), column);
+}
+
+void OmPivotTableTxtExport::Data::FillRowSeparator(NodeList& nodes, std::int32_t line,
+                                                   std::int32_t band, std::int32_t column) {
+  const std::string rowSeparator = mOptions.RowSeparator();
+  const std::size_t lines = mMatrix.NumLines();
+  if (rowSeparator.empty() || line < 0 || static_cast<std::size_t>(line) >= lines)
+    return;
+  const auto at = static_cast<std::size_t>(line);
+  if (!mMatrix.IsEmpty(at, static_cast<std::size_t>(column)))
+    return;
+
+  // The rule takes its width from the cell below it; the bottom rule, from
+  // the last band that has text (or the first band).
+  std::int64_t index = band;
+  if (at + 1 == lines) {
+    index = std::int64_t{band} - 1;
+    while (index >= 1 && static_cast<std::size_t>(index) < nodes.size() &&
+           nodes[static_cast<std::size_t>(index)]->IsEmpty()) {
+      --index;
+    }
+  }
+  if (index < 0 || static_cast<std::size_t>(index) >= nodes.size())
+    return;
+  const OmFormattedNode& node = *nodes[static_cast<std::size_t>(index)];
+  if (column != 0 && node.IsEmpty())
+    return;
+
+  // The rule of a cell that spans columns runs over them, so their own
+  // pieces on this line go.
+  const std::int64_t span = node.NColumns();
+  const std::int64_t lastColumn = std::min<std::int64_t>(
+      std::int64_t{column} + span - 1, static_cast<std::int64_t>(mMatrix.NumColumns()) - 1);
+  for (std::int64_t c = std::int64_t{column} + 1; c <= lastColumn; ++c) {
+    mMatrix.ClearPiece(at, static_cast<std::size_t>(c));
+  }
+
+  const std::string columnSeparator = mOptions.ColumnSeparator();
+  std::int64_t target = std::int64_t{mColumnWidths[static_cast<std::size_t>(column)]} +
+                        node.ExtraWidth() +
+                        (span - 1) * mStringFolder->GetStringLength(columnSeparator);
+  std::string piece;
+  if (column == 0) {
+    piece = columnSeparator;
+    target += static_cast<std::int64_t>(columnSeparator.size());
+  }
+  const auto size = static_cast<std::int64_t>(piece.size());
+  if (target > size) {
+    // The separator is repeated whole, so a long one may overshoot.
+    const auto step = static_cast<std::int64_t>(rowSeparator.size());
+    const std::int64_t repeats = (target - size + step - 1) / step;
+    if (repeats > (static_cast<std::int64_t>(piece.max_size() / 2) - size) / step) {
+      throw std::bad_alloc();
+    }
+    piece.reserve(static_cast<std::size_t>(size + repeats * step) + columnSeparator.size());
+    if (step == 1) {
+      piece.append(static_cast<std::size_t>(repeats), rowSeparator[0]);
+    } else {
+      for (std::int64_t i = 0; i < repeats; ++i)
+        piece.append(rowSeparator);
+    }
+  }
+  piece.append(columnSeparator);
+  mMatrix.SetPiece(at, static_cast<std::size_t>(column), piece);
+}
+
+void OmPivotTableTxtExport::Data::InsertExtraRows(std::int32_t band, std::int32_t firstLine,
+                                                  std::int32_t column, std::int32_t lines,
+                                                  std::int32_t plannedLines) {
+  if (lines <= plannedLines)
+    return;
+  const std::int64_t extra = std::int64_t{lines} - plannedLines;
+  const auto numLines = static_cast<std::int64_t>(mMatrix.NumLines());
+  // Line positions are 32-bit; a layer that would need more lines is treated
+  // as one that does not fit in memory.
+  if (numLines + extra > kMaxLines)
+    throw std::bad_alloc();
+  if (band >= 0 && static_cast<std::size_t>(band) < mRowHeights.size()) {
+    mRowHeights[static_cast<std::size_t>(band)] += static_cast<std::int32_t>(extra);
+  }
+
+  // The columns to the right are filled already: they continue blank down
+  // the new lines, as wide (in bytes) as their piece on the band's first
+  // line. The columns to the left are filled later.
+  const std::string columnSeparator = mOptions.ColumnSeparator();
+  const std::size_t columns = mMatrix.NumColumns();
+  const auto first = static_cast<std::size_t>(std::max(firstLine, 0));
+  std::vector<std::string> blanks;
+  for (std::size_t c = static_cast<std::size_t>(column) + 1; c < columns; ++c) {
+    const std::size_t size = mMatrix.PieceSize(first, c);
+    std::string blank;
+    if (size != 0) {
+      blank.assign(size > columnSeparator.size() ? size - columnSeparator.size() : 0, ' ');
+      blank.append(columnSeparator);
+    }
+    blanks.push_back(std::move(blank));
+  }
+
+  const auto at = static_cast<std::size_t>(
+      std::clamp<std::int64_t>(std::int64_t{firstLine} + plannedLines, 0, numLines));
+  mMatrix.InsertLines(at, static_cast<std::size_t>(extra));
+  for (std::size_t i = 0; i < static_cast<std::size_t>(extra); ++i) {
+    for (std::size_t b = 0; b < blanks.size(); ++b) {
+      if (!blanks[b].empty())
+        mMatrix.SetPiece(at + i, static_cast<std::size_t>(column) + 1 + b, blanks[b]);
+    }
+  }
+}

@@ -1,8 +1,146 @@
-// STUB: to be replaced by the column pre-formatting.
+// Pre-formatting of the matrix columns: the cells of a column become
+// formatted nodes, one per band, and a column not yet planned is measured
+// from them. The upper band of a row-heading column is the corner, of a data
+// column the column heading; the lower bands are row labels or data cells.
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
 #include "pivot/OmPivotTableTxtExportPrivate.h"
 
-using Data = OmPivotTableTxtExport::Data;
-void Data::PreFormatCornerText(std::int32_t, std::int32_t&, NodeList*) {}
-void Data::PreFormatRowHeadColumn(std::int32_t, std::int32_t&, NodeList*) {}
-void Data::PreFormatColHeadColumn(std::int32_t, std::int32_t&, std::vector<std::int32_t>&, NodeList*) {}
-std::int32_t Data::PreFormatTableColumn(std::int32_t, NodeList*) { return 0; }
+namespace {
+
+using NodeList = OmPivotTableTxtExport::Data::NodeList;
+
+}  // namespace
+
+void OmPivotTableTxtExport::Data::MeasureNode(std::int32_t col, OmFormattedNode& node,
+                                              std::int32_t& width) {
+  if (mColumnWidths[static_cast<std::size_t>(col)] != 0)
+    return;
+  width = std::max(width, mStringFolder->GetMinimumColumnWidth(node, width));
+}
+
+void OmPivotTableTxtExport::Data::PreFormatCornerText(std::int32_t col, std::int32_t& width,
+                                                      NodeList* nodes) {
+  const std::int32_t headRows = mColumnHeading.NRows();
+  if (headRows > 0) {
+    const std::vector<const OmCellText*>& texts = mRowHeading.CornerText();
+    const OmCellText* corner = col >= 0 && static_cast<std::size_t>(col) < texts.size()
+                                   ? texts[static_cast<std::size_t>(col)]
+                                   : nullptr;
+    // The corner is one cell, one column wide, over the whole upper band.
+    std::string text = corner != nullptr ? GetCellText(corner) : std::string(" ");
+    const std::int32_t rows = GetNumberOfRowsAvailableInCorner(texts, col);
+    std::unique_ptr<OmFormattedNode> node = mStringFolder->MakeNode(std::move(text), 1, rows, 0);
+    MeasureNode(col, *node, width);
+    if (nodes != nullptr) {
+      nodes->push_back(std::move(node));
+      for (std::int32_t r = 1; r < headRows; ++r)
+        nodes->push_back(mStringFolder->MakeNode());
+    }
+  }
+  const std::int32_t planned = mColumnWidths[static_cast<std::size_t>(col)];
+  if (planned != 0)
+    width = planned;
+}
+
+void OmPivotTableTxtExport::Data::PreFormatRowHeadColumn(std::int32_t col, std::int32_t& width,
+                                                         NodeList* nodes) {
+  const std::int32_t rows = mRowHeading.NRows();
+  const OmNodeColumn& column = mRowHeadColumns[static_cast<std::size_t>(col)];
+  for (std::int32_t r = 0; r < rows; ++r) {
+    if (!IsRowHeadingCellPrinted(col, r)) {
+      if (nodes != nullptr)
+        nodes->push_back(mStringFolder->MakeNode());
+      continue;
+    }
+    const OmDimensionTree::ConstNode* entry = column[static_cast<std::size_t>(r)];
+    const OmCellText* label = entry != nullptr ? entry->Label() : nullptr;
+    // A node without a label leaves no node at all, so the bands below it
+    // take the nodes of the rows after them; this shift is the layout's own.
+    if (label == nullptr)
+      continue;
+    std::int32_t extra = 0;
+    const std::int32_t columns = GetNumberOfColumnsAvailableInRowHead(col, r, extra);
+    const std::int32_t lines = GetNumberOfRowsAvailableInRowHead(col, r);
+    std::unique_ptr<OmFormattedNode> node =
+        mStringFolder->MakeNode(GetCellText(label), columns, lines, extra);
+    MeasureNode(col, *node, width);
+    if (nodes != nullptr)
+      nodes->push_back(std::move(node));
+  }
+  std::int32_t& planned = mColumnWidths[static_cast<std::size_t>(col)];
+  if (planned == 0) {
+    planned = width;
+  } else {
+    width = planned;
+  }
+}
+
+void OmPivotTableTxtExport::Data::PreFormatColHeadColumn(std::int32_t col, std::int32_t& width,
+                                                         std::vector<std::int32_t>& cellIndex,
+                                                         NodeList* nodes) {
+  const std::int32_t dataColumn = col - mRowHeading.NColumns();
+  mColumnHeading.Fill(cellIndex, dataColumn);
+  const OmNodeColumn& column = mColHeadColumns[static_cast<std::size_t>(dataColumn)];
+  const std::int32_t levels = mColumnHeading.NRows();
+  for (std::int32_t r = 0; r < levels; ++r) {
+    if (!IsColumnHeadingCellPrinted(column, col, r)) {
+      // Covered by a cell that spans from the left.
+      if (nodes != nullptr)
+        nodes->push_back(mStringFolder->MakeNode());
+      continue;
+    }
+    const OmDimensionTree::ConstNode* entry = column[static_cast<std::size_t>(r)];
+    const OmCellText* label = entry != nullptr ? entry->Label() : nullptr;
+    if (label == nullptr)
+      continue;
+    std::int32_t extra = 0;
+    const std::int32_t columns = GetNumberOfColumnsAvailableInColHead(col, r, extra);
+    const std::int32_t lines = GetNumberOfRowsAvailableInColHead(col, r);
+    std::unique_ptr<OmFormattedNode> node =
+        mStringFolder->MakeNode(GetCellText(label), columns, lines, extra);
+    MeasureNode(col, *node, width);
+    if (nodes != nullptr)
+      nodes->push_back(std::move(node));
+  }
+  const std::int32_t planned = mColumnWidths[static_cast<std::size_t>(col)];
+  if (planned != 0)
+    width = planned;
+}
+
+std::int32_t OmPivotTableTxtExport::Data::PreFormatTableColumn(std::int32_t col, NodeList* nodes) {
+  std::vector<std::int32_t> cellIndex;
+  mLayerHeading.Fill(cellIndex);
+  std::int32_t width = 0;
+  if (mColumnHeading.NColumns() != 0)
+    PreFormatColHeadColumn(col, width, cellIndex, nodes);
+
+  const std::int32_t headRows = std::max(mColumnHeading.NRows(), 0);
+  const std::int32_t rows = mRowHeading.NRows();
+  const OmPivotTable& table = mLayerHeading.Table();
+  for (std::int32_t r = 0; r < std::max(rows, 1); ++r) {
+    if (rows > 0) {
+      mRowHeading.Fill(cellIndex, r);
+      if (const OmCellText* cell = table.Cell(cellIndex)) {
+        const std::int32_t lines = mRowHeights[static_cast<std::size_t>(headRows + r)];
+        std::unique_ptr<OmFormattedNode> node =
+            mStringFolder->MakeNode(GetCellText(cell), 1, lines, 0);
+        MeasureNode(col, *node, width);
+        if (nodes != nullptr)
+          nodes->push_back(std::move(node));
+        continue;
+      }
+    }
+    // No cell, or no row to look one up for: a blank that is not measured.
+    if (nodes != nullptr)
+      nodes->push_back(mStringFolder->MakeNode(" ", 1, 1, 0));
+  }
+  std::int32_t& planned = mColumnWidths[static_cast<std::size_t>(col)];
+  if (planned == 0)
+    planned = width;
+  return planned;
+}

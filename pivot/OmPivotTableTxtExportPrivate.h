@@ -96,6 +96,13 @@ struct OmPivotTableTxtExport::Data {
   void InsertExtraRows(std::int32_t band, std::int32_t firstLine, std::int32_t column,
                        std::int32_t lines, std::int32_t plannedLines);
 
+  // Helpers of pre-formatting and filling (…PreFormat.cpp, …Fill.cpp).
+  // While column col is not planned, widens width to what node needs.
+  void MeasureNode(std::int32_t col, OmFormattedNode& node, std::int32_t& width);
+  // Folds the nodes of one column into its matrix pieces, band by band, and
+  // draws the separator rules; tableColumn skips bands already written.
+  void FillBands(NodeList& nodes, std::int32_t width, std::int32_t column, bool tableColumn);
+
   // Formatted printing (OmPivotTableTxtExportPrint.cpp).
   void FrmtExport();
   void PrintPageBreak(bool repeatHeading);

@@ -1,16 +1,242 @@
 // The text matrix of a formatted layer.
+//
+// A piece is a 64-bit reference: 0 for an empty piece; with the top bit set,
+// the index of a large piece; otherwise the block (22 bits), the offset in
+// the block (20 bits) and the length (21 bits) of its text.
 #include "pivot/OmTextMatrix.h"
 
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <new>
+
+namespace {
+
+constexpr std::uint64_t kLargeFlag = std::uint64_t{1} << 63;
+constexpr int kOffsetShift = 21;
+constexpr int kBlockShift = 41;
+constexpr std::uint64_t kLengthMask = (std::uint64_t{1} << kOffsetShift) - 1;
+constexpr std::uint64_t kOffsetMask = (std::uint64_t{1} << (kBlockShift - kOffsetShift)) - 1;
+constexpr std::size_t kMaxBlocks = std::size_t{1} << (63 - kBlockShift);
+
+// Blocks start small, so that a small layer costs little, and double up to
+// the largest size an offset can address.
+constexpr std::size_t kFirstBlock = 4096;
+constexpr std::size_t kLastBlock = std::size_t{1} << (kBlockShift - kOffsetShift);
+// Pieces longer than this are kept on their own.
+constexpr std::size_t kLargePiece = std::size_t{1} << 16;
+
+// Line records per chunk of the piece table.
+constexpr std::size_t kChunkRecords = 4096;
+constexpr std::size_t kMaxRecords = std::numeric_limits<std::uint32_t>::max();
+
+}  // namespace
+
+OmTextMatrix::OmTextMatrix() = default;
+OmTextMatrix::~OmTextMatrix() = default;
+
 void OmTextMatrix::Resize(std::size_t lines, std::size_t columns) {
+  if (lines > kMaxRecords)
+    throw std::bad_alloc();
+  if (columns != 0 && lines > std::numeric_limits<std::size_t>::max() / sizeof(Ref) / columns) {
+    throw std::bad_alloc();
+  }
+  mChunks.clear();
+  mRecords = 0;
+  mOrder.clear();
+  mGapStart = 0;
+  mGapSize = 0;
+  mBlocks.clear();
+  mBlockSize = 0;
+  mBlockUsed = 0;
+  mBlockBytes = 0;
+  mLarge.clear();
+  mLargeBytes = 0;
   mColumns = columns;
-  mLines.assign(lines, std::vector<std::string>(columns));
+  mRecent.assign(2 * columns, 0);
+  NewRecords(lines);
+  mOrder.resize(lines);
+  for (std::size_t i = 0; i < lines; ++i)
+    mOrder[i] = static_cast<std::uint32_t>(i);
+}
+
+std::uint32_t OmTextMatrix::NewRecords(std::size_t count) {
+  if (count > kMaxRecords - mRecords)
+    throw std::bad_alloc();
+  const auto first = static_cast<std::uint32_t>(mRecords);
+  if (mColumns != 0) {
+    std::size_t left = count;
+    while (left > 0) {
+      if (mChunks.empty() || mChunks.back().size() == kChunkRecords * mColumns) {
+        mChunks.emplace_back();
+      }
+      std::vector<Ref>& chunk = mChunks.back();
+      const std::size_t room = kChunkRecords - chunk.size() / mColumns;
+      const std::size_t take = std::min(left, room);
+      chunk.resize(chunk.size() + take * mColumns, 0);
+      left -= take;
+      mRecords += take;
+    }
+  } else {
+    mRecords += count;
+  }
+  return first;
+}
+
+OmTextMatrix::Ref* OmTextMatrix::Slot(std::size_t line, std::size_t column) {
+  return const_cast<Ref*>(static_cast<const OmTextMatrix*>(this)->Slot(line, column));
+}
+
+const OmTextMatrix::Ref* OmTextMatrix::Slot(std::size_t line, std::size_t column) const {
+  if (line >= NumLines() || column >= mColumns)
+    return nullptr;
+  const std::size_t record = mOrder[line < mGapStart ? line : line + mGapSize];
+  return &mChunks[record / kChunkRecords][(record % kChunkRecords) * mColumns + column];
+}
+
+std::string_view OmTextMatrix::Text(Ref ref) const {
+  if (ref == 0)
+    return {};
+  if ((ref & kLargeFlag) != 0)
+    return mLarge[static_cast<std::size_t>(ref & ~kLargeFlag)];
+  const char* block = mBlocks[static_cast<std::size_t>(ref >> kBlockShift)].get();
+  return {block + ((ref >> kOffsetShift) & kOffsetMask),
+          static_cast<std::size_t>(ref & kLengthMask)};
+}
+
+OmTextMatrix::Ref OmTextMatrix::Allocate(std::string_view text) {
+  const std::size_t size = text.size();
+  if (size > kLargePiece) {
+    mLarge.emplace_back(text);
+    mLargeBytes += size;
+    return kLargeFlag | (mLarge.size() - 1);
+  }
+  if (mBlocks.empty() || size > mBlockSize - mBlockUsed) {
+    if (mBlocks.size() >= kMaxBlocks)
+      throw std::bad_alloc();
+    const std::size_t blockSize =
+        std::max(mBlocks.empty() ? kFirstBlock : std::min(2 * mBlockSize, kLastBlock), size);
+    mBlocks.emplace_back(new char[blockSize]);
+    mBlockSize = blockSize;
+    mBlockUsed = 0;
+    mBlockBytes += blockSize;
+  }
+  const std::size_t block = mBlocks.size() - 1;
+  std::memcpy(mBlocks.back().get() + mBlockUsed, text.data(), size);
+  const Ref ref = (static_cast<Ref>(block) << kBlockShift) |
+                  (static_cast<Ref>(mBlockUsed) << kOffsetShift) | static_cast<Ref>(size);
+  mBlockUsed += size;
+  return ref;
+}
+
+OmTextMatrix::Ref OmTextMatrix::Store(std::size_t column, std::string_view text) {
+  if (text.empty())
+    return 0;
+  Ref* recent = &mRecent[2 * column];
+  if (recent[0] != 0 && Text(recent[0]) == text)
+    return recent[0];
+  if (recent[1] != 0 && Text(recent[1]) == text) {
+    std::swap(recent[0], recent[1]);
+    return recent[0];
+  }
+  const Ref ref = Allocate(text);
+  recent[1] = recent[0];
+  recent[0] = ref;
+  return ref;
+}
+
+std::string_view OmTextMatrix::Piece(std::size_t line, std::size_t column) const {
+  const Ref* slot = Slot(line, column);
+  return slot != nullptr ? Text(*slot) : std::string_view();
+}
+
+bool OmTextMatrix::IsEmpty(std::size_t line, std::size_t column) const {
+  const Ref* slot = Slot(line, column);
+  return slot == nullptr || *slot == 0;
+}
+
+std::size_t OmTextMatrix::PieceSize(std::size_t line, std::size_t column) const {
+  return Piece(line, column).size();
+}
+
+void OmTextMatrix::SetPiece(std::size_t line, std::size_t column, std::string_view text) {
+  if (Ref* slot = Slot(line, column))
+    *slot = Store(column, text);
+}
+
+void OmTextMatrix::AppendToPiece(std::size_t line, std::size_t column, std::string_view text) {
+  Ref* slot = Slot(line, column);
+  if (slot == nullptr || text.empty())
+    return;
+  if (*slot == 0) {
+    *slot = Store(column, text);
+    return;
+  }
+  // Stored text never changes (other pieces may share it): the joined text
+  // is stored anew.
+  std::string joined(Text(*slot));
+  joined.append(text);
+  *slot = Store(column, joined);
+}
+
+void OmTextMatrix::ClearPiece(std::size_t line, std::size_t column) {
+  if (Ref* slot = Slot(line, column))
+    *slot = 0;
+}
+
+void OmTextMatrix::MoveGap(std::size_t to) {
+  if (mGapSize != 0) {
+    std::uint32_t* order = mOrder.data();
+    if (to < mGapStart) {
+      std::memmove(order + to + mGapSize, order + to, (mGapStart - to) * sizeof(std::uint32_t));
+    } else if (to > mGapStart) {
+      std::memmove(order + mGapStart, order + mGapStart + mGapSize,
+                   (to - mGapStart) * sizeof(std::uint32_t));
+    }
+  }
+  mGapStart = to;
 }
 
 void OmTextMatrix::InsertLines(std::size_t at, std::size_t count) {
-  mLines.insert(mLines.begin() + static_cast<std::ptrdiff_t>(at), count,
-                std::vector<std::string>(mColumns));
+  if (count == 0)
+    return;
+  const std::size_t lines = NumLines();
+  at = std::min(at, lines);
+  if (count > kMaxRecords - mRecords)
+    throw std::bad_alloc();
+  if (count > mGapSize) {
+    // A new gap with room for half as many lines again, so that a long run
+    // of insertions rebuilds the order only now and then.
+    const std::size_t gap = count + std::max<std::size_t>(lines / 2, 16);
+    std::vector<std::uint32_t> order(lines + gap);
+    for (std::size_t i = 0; i < lines; ++i) {
+      order[i < at ? i : i + gap] = mOrder[i < mGapStart ? i : i + mGapSize];
+    }
+    mOrder.swap(order);
+    mGapStart = at;
+    mGapSize = gap;
+  } else {
+    MoveGap(at);
+  }
+  const std::uint32_t first = NewRecords(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    mOrder[mGapStart + i] = first + static_cast<std::uint32_t>(i);
+  }
+  mGapStart += count;
+  mGapSize -= count;
 }
 
 void OmTextMatrix::AppendLine(std::size_t line, std::string& out) const {
-  for (const std::string& piece : mLines[line]) out += piece;
+  const Ref* slot = Slot(line, 0);
+  if (slot == nullptr)
+    return;
+  for (std::size_t c = 0; c < mColumns; ++c)
+    out.append(Text(slot[c]));
+}
+
+std::size_t OmTextMatrix::MemoryUsage() const {
+  std::size_t bytes = mOrder.capacity() * sizeof(std::uint32_t) + mRecent.capacity() * sizeof(Ref);
+  for (const std::vector<Ref>& chunk : mChunks)
+    bytes += chunk.capacity() * sizeof(Ref);
+  return bytes + mBlockBytes + mLargeBytes + mBlocks.capacity() * sizeof(mBlocks[0]);
 }

@@ -1,29 +1,93 @@
 // The planned text of a formatted layer: lines of pieces, one piece per
 // matrix column. Every piece is finished (padded and closed by its
 // separator) before printing, so printing a line only joins its pieces.
+//
+// Made for layers of millions of lines. Piece text lives in large shared
+// blocks and never moves once stored; a piece equal to one of the last two
+// stored in its column is stored once (separator rules and blank
+// continuations repeat down a column), so a piece costs 8 bytes beside the
+// text it alone holds. Lines are inserted through a gap kept in the line
+// order: a run of insertions at increasing positions costs time in proportion
+// to the lines passed over, not to the lines below each insertion.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 class OmTextMatrix {
  public:
-  // Makes lines × columns empty pieces, dropping what was there.
+  OmTextMatrix();
+  ~OmTextMatrix();
+  OmTextMatrix(const OmTextMatrix&) = delete;
+  OmTextMatrix& operator=(const OmTextMatrix&) = delete;
+
+  // Makes lines x columns empty pieces, dropping what was there. Throws
+  // std::bad_alloc when that many pieces cannot be held.
   void Resize(std::size_t lines, std::size_t columns);
-  std::size_t NumLines() const { return mLines.size(); }
+  std::size_t NumLines() const { return mOrder.size() - mGapSize; }
   std::size_t NumColumns() const { return mColumns; }
 
-  std::string& Piece(std::size_t line, std::size_t column) { return mLines[line][column]; }
-  const std::string& Piece(std::size_t line, std::size_t column) const {
-    return mLines[line][column];
-  }
-  // Inserts count lines of empty pieces before line at.
+  // The piece at (line, column); empty outside the matrix. The view stays
+  // valid until the matrix is resized or destroyed, whatever else changes.
+  std::string_view Piece(std::size_t line, std::size_t column) const;
+  bool IsEmpty(std::size_t line, std::size_t column) const;
+  // The byte length of the piece at (line, column); 0 outside the matrix.
+  std::size_t PieceSize(std::size_t line, std::size_t column) const;
+
+  // Replaces, extends or empties the piece at (line, column). Outside the
+  // matrix they do nothing. text may be a view of a piece of this matrix.
+  void SetPiece(std::size_t line, std::size_t column, std::string_view text);
+  void AppendToPiece(std::size_t line, std::size_t column, std::string_view text);
+  void ClearPiece(std::size_t line, std::size_t column);
+
+  // Inserts count lines of empty pieces before line at; an at past the end
+  // appends them. Throws std::bad_alloc beyond 2^32 - 1 lines in all.
   void InsertLines(std::size_t at, std::size_t count);
-  // Appends the pieces of a line, in column order, to out.
+
+  // Appends the pieces of a line, in column order, to out; nothing for a
+  // line outside the matrix.
   void AppendLine(std::size_t line, std::string& out) const;
 
+  // The bytes of storage the matrix holds (text blocks, pieces, line order).
+  std::size_t MemoryUsage() const;
+
  private:
+  using Ref = std::uint64_t;
+
+  Ref* Slot(std::size_t line, std::size_t column);
+  const Ref* Slot(std::size_t line, std::size_t column) const;
+  std::string_view Text(Ref ref) const;
+  // Stores text for a piece of column and returns its reference, reusing a
+  // recent piece of the column with the same bytes.
+  Ref Store(std::size_t column, std::string_view text);
+  Ref Allocate(std::string_view text);
+  // Makes count new line records of empty pieces; returns the first one's id.
+  std::uint32_t NewRecords(std::size_t count);
+  void MoveGap(std::size_t to);
+
   std::size_t mColumns = 0;
-  std::vector<std::vector<std::string>> mLines;
+  // Line records in the order they were made, mColumns references each,
+  // in chunks so that growth never copies the whole table.
+  std::vector<std::vector<Ref>> mChunks;
+  std::size_t mRecords = 0;
+  // The record of each line, with a gap of mGapSize unused entries at
+  // mGapStart where insertions go.
+  std::vector<std::uint32_t> mOrder;
+  std::size_t mGapStart = 0;
+  std::size_t mGapSize = 0;
+  // Text storage: blocks that fill up in turn, and pieces too large for a
+  // block each on their own.
+  std::vector<std::unique_ptr<char[]>> mBlocks;
+  std::size_t mBlockSize = 0;
+  std::size_t mBlockUsed = 0;
+  std::size_t mBlockBytes = 0;
+  std::deque<std::string> mLarge;
+  std::size_t mLargeBytes = 0;
+  // The two pieces last stored in each column.
+  std::vector<Ref> mRecent;
 };
