@@ -7,7 +7,9 @@
 BpComposite::BpComposite(std::string message, bool /*isText*/)
     : mMessage(std::move(message)), mText(mMessage) {}
 
-void BpComposite::Add(const BpString& argument) { mArguments.push_back(argument); }
+void BpComposite::Add(const BpString& argument) {
+  mArguments.push_back(argument);
+}
 
 void BpComposite::Finish() {
   std::string text;

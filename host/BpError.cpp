@@ -8,8 +8,7 @@
 
 namespace {
 
-void WriteToStandardError(const std::string& text, std::int32_t /*show*/,
-                          std::int32_t /*level*/) {
+void WriteToStandardError(const std::string& text, std::int32_t /*show*/, std::int32_t /*level*/) {
   std::cerr << "omtext: " << text << '\n';
   std::cerr.flush();
 }
@@ -28,6 +27,7 @@ void BpError(const BpComposite& composite, std::int32_t show, std::int32_t level
 }
 
 BpErrorHandler BpSetErrorHandler(BpErrorHandler handler) {
-  if (!handler) handler = WriteToStandardError;
+  if (!handler)
+    handler = WriteToStandardError;
   return std::exchange(CurrentHandler(), std::move(handler));
 }

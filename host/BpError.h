@@ -11,8 +11,8 @@
 class BpComposite;
 
 // Receives the composed text and the show and level values as given.
-using BpErrorHandler = std::function<void(const std::string& text, std::int32_t show,
-                                          std::int32_t level)>;
+using BpErrorHandler =
+    std::function<void(const std::string& text, std::int32_t show, std::int32_t level)>;
 
 // Passes the composite's text (as Finish() left it) to the current handler.
 // An exception thrown by the handler passes to the caller.

@@ -9,7 +9,9 @@
 
 namespace {
 
-bool IsBlank(char c) { return c == ' ' || c == '\t'; }
+bool IsBlank(char c) {
+  return c == ' ' || c == '\t';
+}
 
 // The home directory without trailing slashes ("" for the root directory),
 // or false when none is known.
@@ -28,7 +30,8 @@ bool HomeDirectory(std::string& home) {
     }
     home = found->pw_dir;
   }
-  while (!home.empty() && home.back() == '/') home.pop_back();
+  while (!home.empty() && home.back() == '/')
+    home.pop_back();
   return true;
 }
 
@@ -37,8 +40,10 @@ bool HomeDirectory(std::string& home) {
 CheckFileRef::CheckFileRef(const std::string& spec, bool /*mustExist*/, bool /*forReading*/) {
   std::size_t first = 0;
   std::size_t last = spec.size();
-  while (first < last && IsBlank(spec[first])) ++first;
-  while (last > first && IsBlank(spec[last - 1])) --last;
+  while (first < last && IsBlank(spec[first]))
+    ++first;
+  while (last > first && IsBlank(spec[last - 1]))
+    --last;
   if (last - first >= 2 && (spec[first] == '"' || spec[first] == '\'') &&
       spec[last - 1] == spec[first]) {
     ++first;

@@ -3,7 +3,9 @@
 
 OmFactory::Observer::~Observer() = default;
 void OmFactory::Observer::EndProcedure(OmOutputTree& /*tree*/) {}
-bool OmFactory::Observer::doAppend() const { return true; }
+bool OmFactory::Observer::doAppend() const {
+  return true;
+}
 void OmFactory::Observer::LogLine(std::string /*line*/) {}
 void OmFactory::Observer::FlushLog() {}
 void OmFactory::Observer::EndLog() {}

@@ -11,11 +11,14 @@ namespace {
 // Trailing slashes do not count as a separator.
 std::string ParentDirectory(const std::string& path) {
   std::size_t end = path.size();
-  while (end > 1 && path[end - 1] == '/') --end;
+  while (end > 1 && path[end - 1] == '/')
+    --end;
   const std::size_t slash = path.rfind('/', end - 1);
-  if (slash == std::string::npos) return ".";
+  if (slash == std::string::npos)
+    return ".";
   std::size_t stop = slash;
-  while (stop > 0 && path[stop - 1] == '/') --stop;
+  while (stop > 0 && path[stop - 1] == '/')
+    --stop;
   return stop == 0 ? "/" : path.substr(0, stop);
 }
 
@@ -30,8 +33,10 @@ bool MayWrite(const std::string& path, int mode) {
 bool HasConflictingLock(const std::string& path) {
   const int flags = O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
   int fd = ::open(path.c_str(), O_RDONLY | flags);
-  if (fd < 0) fd = ::open(path.c_str(), O_WRONLY | flags);
-  if (fd < 0) return false;
+  if (fd < 0)
+    fd = ::open(path.c_str(), O_WRONLY | flags);
+  if (fd < 0)
+    return false;
   struct flock lock {};
   lock.l_type = F_WRLCK;
   lock.l_whence = SEEK_SET;
@@ -48,31 +53,37 @@ bool HasConflictingLock(const std::string& path) {
 }
 
 void Set(std::int32_t* output, std::int32_t value) {
-  if (output != nullptr) *output = value;
+  if (output != nullptr)
+    *output = value;
 }
 
 }  // namespace
 
 void ValidateFileSpecification(const char* name, std::int32_t length, std::int32_t /*purpose*/,
-                               std::string* scratch, std::int32_t* exists,
-                               std::int32_t* creatable, std::int32_t* readOnly,
-                               std::int32_t* busy) {
+                               std::string* scratch, std::int32_t* exists, std::int32_t* creatable,
+                               std::int32_t* readOnly, std::int32_t* busy) {
   Set(exists, 0);
   Set(creatable, 0);
   Set(readOnly, 0);
   Set(busy, 0);
-  if (scratch != nullptr) scratch->clear();
-  if (name == nullptr || length <= 0) return;
+  if (scratch != nullptr)
+    scratch->clear();
+  if (name == nullptr || length <= 0)
+    return;
   const std::string path(name, static_cast<std::size_t>(length));
-  if (path.find('\0') != std::string::npos) return;
+  if (path.find('\0') != std::string::npos)
+    return;
 
   const std::string parent = ParentDirectory(path);
-  if (scratch != nullptr) *scratch = parent;
+  if (scratch != nullptr)
+    *scratch = parent;
   struct stat info {};
   if (::stat(path.c_str(), &info) == 0) {
     Set(exists, 1);
-    if (S_ISDIR(info.st_mode) || !MayWrite(path, W_OK)) Set(readOnly, 1);
-    if (S_ISREG(info.st_mode) && HasConflictingLock(path)) Set(busy, 1);
+    if (S_ISDIR(info.st_mode) || !MayWrite(path, W_OK))
+      Set(readOnly, 1);
+    if (S_ISREG(info.st_mode) && HasConflictingLock(path))
+      Set(busy, 1);
     return;
   }
   if (::stat(parent.c_str(), &info) == 0 && S_ISDIR(info.st_mode) &&

@@ -23,6 +23,5 @@
 // opens and closes the file, which, as any close does, drops traditional
 // record locks this process itself holds on it.
 void ValidateFileSpecification(const char* name, std::int32_t length, std::int32_t purpose,
-                               std::string* scratch, std::int32_t* exists,
-                               std::int32_t* creatable, std::int32_t* readOnly,
-                               std::int32_t* busy);
+                               std::string* scratch, std::int32_t* exists, std::int32_t* creatable,
+                               std::int32_t* readOnly, std::int32_t* busy);
