@@ -12,9 +12,12 @@
 
 #include "cli/CommandLine.h"
 #include "cli/OutputFile.h"
+#include "destination/TextTreeVisitor.h"
 #include "export/OmTextExport.h"
 #include "export/OmTextExportOptions.h"
+#include "host/BpError.h"
 #include "host/OmDocumentLoader.h"
+#include "host/OmPageTitle.h"
 #include "host/OmPlatform.h"
 
 namespace {
@@ -61,6 +64,47 @@ OmOutputTree LoadInput(const std::string& input) {
   return OmDocumentLoader::Load(file);
 }
 
+// Destination mode: the command plays the host's output management and
+// hands each top-level part to a text destination, a page title as a page
+// title and anything else as a finished procedure. File problems reach the
+// error handler, which prints them and makes the status 1.
+int RunDestination(const CommandLine& commandLine, OmOutputTree& tree) {
+  if (commandLine.pageLength) OmSetPageLength(*commandLine.pageLength);
+  if (commandLine.width) OmSetLineWidth(*commandLine.width);
+  const std::string& spec = *commandLine.destination;
+  bool fileProblem = false;
+  const BpErrorHandlerScope handler(
+      [&fileProblem](const std::string& text, std::int32_t, std::int32_t) {
+        fileProblem = true;
+        std::cerr << "omtext: " << text << '\n';
+      });
+  try {
+    // A failed write leaves its reason in errno; clear it so that no older
+    // value is reported in its place.
+    errno = 0;
+    TextTreeVisitor destination;
+    destination.SetTextTreeParameters(commandLine.tabSeparated, spec);
+    if (fileProblem) return 1;
+    while (!tree.Empty()) {
+      OmOutputTree part = tree.ExtractFirst();
+      if (auto* title = dynamic_cast<OmPageTitle*>(part.Begin().Value())) {
+        std::string subtitle = title->Subtitle();
+        destination.SetPageTitle(title->Title(), subtitle);
+      } else {
+        destination.EndProcedure(part);
+      }
+    }
+    destination.Close();
+  } catch (const std::ios_base::failure&) {
+    const int error = errno;
+    return Fail(spec + ": write error" +
+                (error != 0 ? ": " + std::string(std::strerror(error)) : ""));
+  } catch (const std::bad_alloc&) {
+    return Fail(commandLine.input + ": out of memory while rendering");
+  }
+  return fileProblem ? 1 : 0;
+}
+
 int Run(const CommandLine& commandLine) {
   const std::string name = commandLine.input;
   OmSetEncoding(commandLine.encoding);
@@ -79,9 +123,7 @@ int Run(const CommandLine& commandLine) {
   }
   const double loadSeconds = SecondsSince(loadStart);
 
-  if (commandLine.destination) {
-    return Fail("--destination is not supported yet");
-  }
+  if (commandLine.destination) return RunDestination(commandLine, tree);
 
   const auto renderStart = std::chrono::steady_clock::now();
   std::unique_ptr<omtext::cli::OutputFile> output;

@@ -55,8 +55,7 @@ struct TextTreeVisitor::Data {
   std::ofstream file;
 };
 
-void TextTreeVisitor::Data::ErrorMessage(const std::string& message,
-                                         const std::string& fileSpec) {
+void TextTreeVisitor::Data::ErrorMessage(const std::string& message, const std::string& fileSpec) {
   ReportFileProblem(message, fileSpec);
 }
 
@@ -102,7 +101,8 @@ void TextTreeVisitor::Data::SetTextTreeParameters(bool tabSeparatedFlag, std::st
     file.clear();
     file.exceptions(std::ios_base::failbit | std::ios_base::badbit);
     name.Open(file, std::ios_base::out | std::ios_base::trunc);
-    if (qUTF8mode() != 0) file.write("\xEF\xBB\xBF", 3);
+    if (qUTF8mode() != 0)
+      file.write("\xEF\xBB\xBF", 3);
   } catch (...) {
     // The file vanished or changed between the checks and the open, or the
     // mark could not be written: the exception is the report, and nothing
@@ -134,7 +134,9 @@ void TextTreeVisitor::Visit(OmInteractive& /*interactive*/) {}
 
 void TextTreeVisitor::SetColumns(const OMSColumns& /*columns*/) {}
 
-bool TextTreeVisitor::doAppend() const { return false; }
+bool TextTreeVisitor::doAppend() const {
+  return false;
+}
 
 void TextTreeVisitor::Export(OmOutputTree& /*tree*/) {}
 
@@ -142,7 +144,8 @@ void TextTreeVisitor::Export(ListTree<OmOutputPart*>::ConstNode& /*first*/,
                              ListTree<OmOutputPart*>::ConstNode& /*last*/) {}
 
 void TextTreeVisitor::LogLine(std::string line) {
-  if (mData->fileName.empty()) return;
+  if (mData->fileName.empty())
+    return;
   mData->file << line << '\n';
 }
 
@@ -151,7 +154,8 @@ void TextTreeVisitor::FlushLog() {}
 void TextTreeVisitor::EndLog() {}
 
 void TextTreeVisitor::EndProcedure(OmOutputTree& tree) {
-  if (mData->fileName.empty()) return;
+  if (mData->fileName.empty())
+    return;
   const ListTree<OmOutputPart*>::Node first = tree.Begin();
   const ListTree<OmOutputPart*>::Node last = tree.SubtreeEnd(first);
   OmTextExportOptions options;
@@ -169,7 +173,8 @@ void TextTreeVisitor::EndProcedure(OmOutputTree& tree) {
 }
 
 void TextTreeVisitor::SetPageTitle(const std::string& title, std::string& subtitle) {
-  if (mData->fileName.empty()) return;
+  if (mData->fileName.empty())
+    return;
   mData->file << title << '\n' << subtitle << '\n';
 }
 
@@ -179,11 +184,14 @@ void TextTreeVisitor::SetTextTreeParameters(bool tabSeparated, const std::string
   mData->SetTextTreeParameters(tabSeparated, fileSpec);
 }
 
-bool TextTreeVisitor::isFileOK() const { return !mData->fileSpec.empty(); }
+bool TextTreeVisitor::isFileOK() const {
+  return !mData->fileSpec.empty();
+}
 
 void TextTreeVisitor::Close() {
   mData->Clear();
-  if (mData->file.is_open()) mData->file.close();
+  if (mData->file.is_open())
+    mData->file.close();
 }
 
 std::int32_t TextTreeVisitor::FileExists(const std::string& fileSpec, std::string& fileName) {
@@ -200,8 +208,10 @@ std::int32_t TextTreeVisitor::FileExists(const std::string& fileSpec, std::strin
                               &scratch, &exists, &creatable, &readOnly, &busy);
   }
   if (exists != 0) {
-    if (readOnly != 0) return 1;
-    if (busy != 0) return 2;
+    if (readOnly != 0)
+      return 1;
+    if (busy != 0)
+      return 2;
     return 0;
   }
   return creatable != 0 ? 3 : 4;
@@ -211,7 +221,8 @@ bool TextTreeVisitor::CreateOMSFile(const std::string& fileName) {
   ExtNameStr name;
   name.SetGeneric(fileName);
   std::ofstream stream;
-  if (!name.Open(stream, std::ios_base::out | std::ios_base::trunc)) return false;
+  if (!name.Open(stream, std::ios_base::out | std::ios_base::trunc))
+    return false;
   stream.close();
   return true;
 }

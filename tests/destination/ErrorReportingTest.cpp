@@ -12,7 +12,8 @@ namespace {
 
 std::string Compose(const std::string& pattern, const std::vector<std::string>& arguments) {
   BpComposite composite(pattern, true);
-  for (const std::string& argument : arguments) composite.Add(BpString(argument, false));
+  for (const std::string& argument : arguments)
+    composite.Add(BpString(argument, false));
   composite.Finish();
   return composite.Text();
 }
@@ -22,7 +23,8 @@ TEST(BpComposite, FillsNumberedPlaceholdersWithTheAddedTexts) {
   EXPECT_EQ(Compose("^2 before ^1, ^1 again", {"one", "two"}), "two before one, one again");
   EXPECT_EQ(Compose("^1^1", {""}), "");
   std::vector<std::string> ten;
-  for (int i = 1; i <= 10; ++i) ten.push_back("a" + std::to_string(i));
+  for (int i = 1; i <= 10; ++i)
+    ten.push_back("a" + std::to_string(i));
   // All digits after the caret form one number.
   EXPECT_EQ(Compose("^10|^1|^1x", ten), "a10|a1|a1x");
 }
@@ -70,10 +72,10 @@ BpComposite Finished(const std::string& text) {
 TEST(BpError, PassesTextShowAndLevelToTheInstalledHandler) {
   std::vector<Report> reports;
   {
-    const BpErrorHandlerScope scope([&reports](const std::string& text, std::int32_t show,
-                                               std::int32_t level) {
-      reports.push_back({text, show, level});
-    });
+    const BpErrorHandlerScope scope(
+        [&reports](const std::string& text, std::int32_t show, std::int32_t level) {
+          reports.push_back({text, show, level});
+        });
     BpError(Finished("first"), 2, 4);
     BpError(Finished("second"), -1, 0);
   }
@@ -127,9 +129,8 @@ TEST(BpError, HandlerMayReplaceItselfWhileRunning) {
 }
 
 TEST(BpError, ExceptionsFromTheHandlerReachTheCaller) {
-  const BpErrorHandlerScope scope([](const std::string& text, std::int32_t, std::int32_t) {
-    throw std::runtime_error(text);
-  });
+  const BpErrorHandlerScope scope(
+      [](const std::string& text, std::int32_t, std::int32_t) { throw std::runtime_error(text); });
   EXPECT_THROW(BpError(Finished("boom"), 2, 4), std::runtime_error);
 }
 

@@ -24,13 +24,16 @@ using omtext::testing::ReadBytes;
 using omtext::testing::ScratchDirectory;
 using omtext::testing::WriteBytes;
 
-std::string Resolve(const std::string& spec) { return CheckFileRef(spec, false, false).String(); }
+std::string Resolve(const std::string& spec) {
+  return CheckFileRef(spec, false, false).String();
+}
 
 // Sets HOME (or unsets it for nullopt) for one test and restores it.
 class HomeVariable {
  public:
   explicit HomeVariable(const std::optional<std::string>& value) {
-    if (const char* old = std::getenv("HOME")) mSaved = old;
+    if (const char* old = std::getenv("HOME"))
+      mSaved = old;
     if (value) {
       ::setenv("HOME", value->c_str(), 1);
     } else {
@@ -95,7 +98,8 @@ TEST(CheckFileRef, WithoutHomeUsesThePasswordDatabase) {
     GTEST_SKIP() << "this user has no home directory entry";
   }
   std::string expected = entry->pw_dir;
-  while (!expected.empty() && expected.back() == '/') expected.pop_back();
+  while (!expected.empty() && expected.back() == '/')
+    expected.pop_back();
   {
     const HomeVariable unset(std::nullopt);
     EXPECT_EQ(Resolve("~/x"), expected + "/x");
@@ -111,8 +115,8 @@ struct Checked {
   std::int32_t busy = -1;
   std::string scratch = "unset";
   bool operator==(const Checked& other) const {
-    return exists == other.exists && creatable == other.creatable &&
-           readOnly == other.readOnly && busy == other.busy;
+    return exists == other.exists && creatable == other.creatable && readOnly == other.readOnly &&
+           busy == other.busy;
   }
 };
 
@@ -168,7 +172,8 @@ TEST(ValidateFileSpecification, DirectoriesAreReadOnly) {
 }
 
 TEST(ValidateFileSpecification, FilesWithoutWritePermissionAreReadOnly) {
-  if (::geteuid() == 0) GTEST_SKIP() << "permission bits do not stop root";
+  if (::geteuid() == 0)
+    GTEST_SKIP() << "permission bits do not stop root";
   const ScratchDirectory dir;
   WriteBytes(dir / "locked.txt", "x");
   ::chmod((dir / "locked.txt").c_str(), 0444);

@@ -15,7 +15,8 @@ namespace omtext::testing {
 
 ScratchDirectory::ScratchDirectory() {
   char pattern[] = "/tmp/omtext-dest-XXXXXX";
-  if (::mkdtemp(pattern) == nullptr) throw std::runtime_error("cannot make a scratch directory");
+  if (::mkdtemp(pattern) == nullptr)
+    throw std::runtime_error("cannot make a scratch directory");
   mPath = pattern;
 }
 
@@ -29,7 +30,8 @@ ScratchDirectory::~ScratchDirectory() {
 
 std::string ReadBytes(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
-  if (!in) return "<missing>";
+  if (!in)
+    return "<missing>";
   std::ostringstream bytes;
   bytes << in.rdbuf();
   return bytes.str();
@@ -53,6 +55,8 @@ HeldLock::HeldLock(const std::string& path) : mFd(::open(path.c_str(), O_RDWR | 
   }
 }
 
-HeldLock::~HeldLock() { ::close(mFd); }
+HeldLock::~HeldLock() {
+  ::close(mFd);
+}
 
 }  // namespace omtext::testing

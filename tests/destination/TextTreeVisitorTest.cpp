@@ -11,6 +11,7 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,7 @@
 #include "host/OmHeading.h"
 #include "host/OmOutputTree.h"
 #include "host/OmPageTitle.h"
+#include "host/OmPivotTable.h"
 #include "host/OmPlatform.h"
 #include "host/OmTextBlock.h"
 #include "host/OmTitledPart.h"
@@ -56,10 +58,39 @@ class TextTreeVisitorTest : public ::testing::Test {
   void Heading(const std::string& text, int level) {
     Add(std::make_unique<OmHeading>(text), level);
   }
+  // A procedure holding a small notes table: Sex (rows) by Answer (columns).
+  void NotesTable() {
+    Add(std::make_unique<OmProcedure>("Crosstabs"), 1);
+    auto table = std::make_unique<OmPivotTable>();
+    table->SetTitle("Counts");
+    table->SetNotes(true);
+    table->SetCaption("cap");
+    OmDimension& sex = table->AddDimension(OmAxis::Row, "Sex");
+    sex.AddCategory("Male");
+    sex.AddCategory("Female");
+    OmDimension& answer = table->AddDimension(OmAxis::Column, "Answer");
+    answer.AddCategory("Yes");
+    answer.AddCategory("No");
+    table->SetNumber({0, 0}, 1);
+    table->SetNumber({0, 1}, 2);
+    table->SetNumber({1, 0}, 3);
+    table->SetNumber({1, 1}, 40);
+    Add(std::move(table), 2);
+  }
+  // The file's text after one procedure has been exported into it.
+  std::string ExportOnce(bool tabSeparated) {
+    {
+      TextTreeVisitor destination;
+      destination.SetTextTreeParameters(tabSeparated, dir / "out.txt");
+      destination.EndProcedure(tree);
+    }
+    return ReadBytes(dir / "out.txt");
+  }
 
   // The one report so far, as "TEXT (show, level)"; "" with none.
   std::string OnlyReport() const {
-    if (reports.size() != 1) return "reports: " + std::to_string(reports.size());
+    if (reports.size() != 1)
+      return "reports: " + std::to_string(reports.size());
     return reports[0].text + " (" + std::to_string(reports[0].show) + ", " +
            std::to_string(reports[0].level) + ")";
   }
@@ -191,14 +222,14 @@ TEST_F(TextTreeVisitorTest, WithoutASpecificationNothingIsWritten) {
 }
 
 TEST_F(TextTreeVisitorTest, PageLengthIsSixLinesMoreThanTheHosts) {
-  for (int i = 0; i < 9; ++i) Heading("h" + std::to_string(i), i == 0 ? 1 : 2);
+  for (int i = 0; i < 9; ++i)
+    Heading("h" + std::to_string(i), i == 0 ? 1 : 2);
   OmSetPageLength(1);
   TextTreeVisitor destination;
   destination.SetTextTreeParameters(false, dir / "out.txt");
   destination.EndProcedure(tree);
   destination.Close();
-  EXPECT_EQ(ReadBytes(dir / "out.txt"),
-            kMark + "h0\nh1\nh2\nh3\nh4\nh5\nh6\n\f\nh7\nh8\n");
+  EXPECT_EQ(ReadBytes(dir / "out.txt"), kMark + "h0\nh1\nh2\nh3\nh4\nh5\nh6\n\f\nh7\nh8\n");
 }
 
 TEST_F(TextTreeVisitorTest, ExtremePageLengthSaturatesInsteadOfWrapping) {
@@ -212,6 +243,42 @@ TEST_F(TextTreeVisitorTest, ExtremePageLengthSaturatesInsteadOfWrapping) {
   destination.EndProcedure(tree);
   destination.Close();
   EXPECT_EQ(ReadBytes(dir / "out.txt"), kMark + "a\nb\n");
+}
+
+TEST_F(TextTreeVisitorTest, FormattedTablesUseOneBlankBetweenColumnsAndNoRules) {
+  NotesTable();
+  // Notes tables are shown; the host's line width bounds every line.
+  EXPECT_EQ(ExportOnce(false), kMark +
+                                   "Crosstabs\n"
+                                   "Counts\n"
+                                   "\n"
+                                   " Sex    Answer \n"
+                                   "        Yes No \n"
+                                   " Male   1   2  \n"
+                                   " Female 3   40 \n"
+                                   "cap\n"
+                                   "\n");
+  OmSetLineWidth(12);
+  std::istringstream narrowed(ExportOnce(false));
+  int lines = 0;
+  for (std::string line; std::getline(narrowed, line); ++lines) {
+    EXPECT_LE(line.size(), 12u + (lines == 0 ? kMark.size() : 0)) << line;
+  }
+  EXPECT_GT(lines, 9);
+}
+
+TEST_F(TextTreeVisitorTest, TabSeparatedTablesIgnoreTheLineWidth) {
+  NotesTable();
+  OmSetLineWidth(3);
+  EXPECT_EQ(ExportOnce(true), kMark +
+                                  "Crosstabs\n"
+                                  "Counts\n"
+                                  "\tAnswer\t\n"
+                                  "Sex\tYes\tNo\n"
+                                  "Male\t1\t2\n"
+                                  "Female\t3\t40\n"
+                                  "cap\n"
+                                  "\n");
 }
 
 TEST_F(TextTreeVisitorTest, TwoSpecificationsInARowCloseTheFirstFile) {
@@ -252,7 +319,8 @@ TEST_F(TextTreeVisitorTest, DirectoryTargetIsReadOnlyAndLeavesTheDestinationIner
 }
 
 TEST_F(TextTreeVisitorTest, FileWithoutWritePermissionIsReadOnly) {
-  if (::geteuid() == 0) GTEST_SKIP() << "permission bits do not stop root";
+  if (::geteuid() == 0)
+    GTEST_SKIP() << "permission bits do not stop root";
   WriteBytes(dir / "locked.txt", "unchanged");
   ::chmod((dir / "locked.txt").c_str(), 0444);
   TextTreeVisitor destination;
@@ -287,8 +355,8 @@ TEST_F(TextTreeVisitorTest, MissingParentDirectoryMeansCreationFailed) {
 TEST_F(TextTreeVisitorTest, OddSpecificationsAreReportedNotCrashed) {
   const std::string longName = dir / std::string(5000, 'n');
   const std::string withNul = dir / std::string("a\0b", 3);
-  for (const std::string& spec : std::vector<std::string>{
-           "", "   ", "''", "\"\"", longName, withNul, dir.Path() + "/"}) {
+  for (const std::string& spec :
+       std::vector<std::string>{"", "   ", "''", "\"\"", longName, withNul, dir.Path() + "/"}) {
     reports.clear();
     TextTreeVisitor destination;
     destination.SetTextTreeParameters(false, spec);
@@ -322,9 +390,8 @@ TEST_F(TextTreeVisitorTest, TildeNamesAFileInTheHomeDirectory) {
 }
 
 TEST_F(TextTreeVisitorTest, ThrowingHandlerStillLeavesTheDestinationInert) {
-  const BpErrorHandlerScope throwing([](const std::string& text, std::int32_t, std::int32_t) {
-    throw std::runtime_error(text);
-  });
+  const BpErrorHandlerScope throwing(
+      [](const std::string& text, std::int32_t, std::int32_t) { throw std::runtime_error(text); });
   TextTreeVisitor destination;
   destination.SetTextTreeParameters(false, dir / "first.txt");
   EXPECT_THROW(destination.SetTextTreeParameters(false, dir.Path()), std::runtime_error);
@@ -335,7 +402,8 @@ TEST_F(TextTreeVisitorTest, ThrowingHandlerStillLeavesTheDestinationInert) {
 }
 
 TEST_F(TextTreeVisitorTest, FailedWritesRaiseTheStreamsException) {
-  if (!PathExists("/dev/full")) GTEST_SKIP() << "no /dev/full";
+  if (!PathExists("/dev/full"))
+    GTEST_SKIP() << "no /dev/full";
   {
     TextTreeVisitor destination;
     destination.SetTextTreeParameters(false, "/dev/full");
