@@ -36,6 +36,9 @@ struct GoldenCase {
   std::vector<std::string> options;
 };
 
+// Names a case in failure messages instead of dumping its bytes.
+void PrintTo(const GoldenCase& golden, std::ostream* out) { *out << golden.name; }
+
 std::vector<std::string> SplitWords(const std::string& text) {
   std::istringstream in(text);
   std::vector<std::string> words;
