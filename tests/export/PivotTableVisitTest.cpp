@@ -1,9 +1,7 @@
-// The pivot-table visit: which tables and layers are printed, the page rule
-// between layers, the separating and closing empty lines, the footnote pass
-// of a table without a layer, and the page count carried through it.
-// Layers are printed tab-separated here, so that every line of the body is
-// known without the formatted layout; the page rule is the same in both
-// modes, and in tab mode its breaks are silent.
+// The pivot-table visit: which tables and layers are printed, the page rule,
+// the separating and closing empty lines, the footnote pass of a table
+// without a layer, and the page count it leaves. Tab-separated, so every
+// body line is known; there the page rule still decides, silently.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -19,15 +17,14 @@
 
 namespace {
 
-class OmTextExportTreeVisitorPivotTable : public ::testing::Test {
+class PivotTableVisit : public ::testing::Test {
  protected:
   void SetUp() override {
     options.TabSeparated(true);
     options.NumLinesPerPage(1000);
   }
-
-  // Title "T", a layer dimension L (label hidden) with the given layers,
-  // each holding one cell that names it, and the given footnotes.
+  // Title "T", a layer dimension L (label hidden) with one cell per layer,
+  // and notes footnotes.
   void Layered(const std::vector<std::string>& layers, std::int32_t notes = 0) {
     table->SetTitle("T");
     OmDimension& dimension = table->AddDimension(OmAxis::Layer, "L");
@@ -38,15 +35,13 @@ class OmTextExportTreeVisitorPivotTable : public ::testing::Test {
       table->SetText({static_cast<std::int32_t>(i)}, "v" + layers[i]);
     }
   }
-
-  // Prints `before` heading lines, then the table; returns what the table
-  // wrote.
+  // Prints `before` lines, then the table; returns what the table wrote.
   std::string Visit(std::int32_t before = 0) {
     visitor = std::make_unique<OmTextExportTreeVisitor>(out, options);
     for (std::int32_t i = 0; i < before; ++i) visitor->PrintString("line");
-    const std::string head = out.str();
+    const std::size_t start = out.str().size();
     visitor->Visit(*table);
-    return out.str().substr(head.size());
+    return out.str().substr(start);
   }
 
   OmTextExportOptions options;
@@ -55,104 +50,76 @@ class OmTextExportTreeVisitorPivotTable : public ::testing::Test {
   std::unique_ptr<OmTextExportTreeVisitor> visitor;
 };
 
-TEST_F(OmTextExportTreeVisitorPivotTable, LayersAreSeparatedByOneEmptyLineAndClosedByOne) {
+TEST_F(PivotTableVisit, LayersAreSeparatedByOneEmptyLineAndClosedByOne) {
   Layered({"a", "b"}, 1);
-  EXPECT_EQ(Visit(),
-            "T\na\t\nva\na\tnote 0\n"
-            "\n"
-            "T\nb\t\nvb\na\tnote 0\n"
-            "\n");
-  // Each layer: title, layer line, note (the body is not counted); the
-  // second adds the separating line.
+  EXPECT_EQ(Visit(), "T\na\t\nva\na\tnote 0\n\nT\nb\t\nvb\na\tnote 0\n\n");
+  // Title, layer line and note per layer, the separating and closing lines.
   EXPECT_EQ(visitor->LinesOnPage(), 3 + 1 + 3 + 1);
 }
 
-TEST_F(OmTextExportTreeVisitorPivotTable, CurrentLayerOnlyWhenNotExportingAll) {
+TEST_F(PivotTableVisit, CurrentLayerOnlyAndNotesTablesOnlyWhenAsked) {
   Layered({"a", "b", "c"});
   table->Dimension(0).SetCurrentLeaf(1);
   options.ExportAllLayers(false);
   EXPECT_EQ(Visit(), "T\nb\t\nvb\n\n");
-}
-
-TEST_F(OmTextExportTreeVisitorPivotTable, NotesTableIsSkippedWithoutAPageBreak) {
-  Layered({"a"});
+  // A notes table is skipped before the page break of InsertPageBreak.
   table->SetNotes(true);
   options.TabSeparated(false);
   options.InsertPageBreak(true);
   EXPECT_EQ(Visit(2), "");
-  EXPECT_EQ(visitor->LinesOnPage(), 2);
-  options.TabSeparated(true);
-  options.ShowNotes(true);
-  EXPECT_EQ(Visit(), "T\na\t\nva\n\n");
 }
 
-TEST_F(OmTextExportTreeVisitorPivotTable, TableWithoutLayerOrFootnotesWritesNothing) {
+TEST_F(PivotTableVisit, WithoutALayerOnlyFootnotesArePrintedOnce) {
   Layered({});
   EXPECT_EQ(Visit(1), "");
-  EXPECT_EQ(visitor->LinesOnPage(), 1);
-}
-
-TEST_F(OmTextExportTreeVisitorPivotTable, TableWithoutLayerStillListsItsFootnotesOnce) {
-  Layered({}, 2);
+  table->AddFootnote("note");
   table->SetCaption("Caption");
   table->Dimension(0).SetShowLabel(true);
-  EXPECT_EQ(Visit(), "T\nL\t\n____\nCaption\na\tnote 0\nb\tnote 1\n\n");
-  // Title, layer line, caption and two notes; "____" is not counted.
-  EXPECT_EQ(visitor->LinesOnPage(), 5 + 1);
+  EXPECT_EQ(Visit(), "T\nL\t\n____\nCaption\na\tnote\n\n");
+  // Title, layer line, caption and note, then the closing line; "____" is
+  // not counted.
+  EXPECT_EQ(visitor->LinesOnPage(), 4 + 1);
 }
 
-// The page rule with a page of 60 lines: (lines already on the page, lines
-// the layer will take, the count after the table). A layer of n lines is a
-// title and n - 3 footnotes (the notes and 2 more are counted); in tab mode
-// the count shows whether the layer started a new page.
-class PageRule : public OmTextExportTreeVisitorPivotTable,
+// (lines already on a page of 60, lines the layer takes, count after the
+// table). The layer is a title and n - 3 notes (counted with 2 more); in tab
+// mode the count after it shows where the page broke.
+class PageRule : public PivotTableVisit,
                  public ::testing::WithParamInterface<std::tuple<int, int, int>> {};
 
-TEST_P(PageRule, BreaksOnlyWhereTheLayerFitsBetterOnAFreshPage) {
+TEST_P(PageRule, BreaksWhereTheLayerFitsBetterOnAFreshPage) {
   const auto [used, lines, after] = GetParam();
   options.NumLinesPerPage(60);
   table->SetTitle("T");
   for (int i = 0; i < lines - 3; ++i) table->AddFootnote("n");
-  const std::string text = Visit(used);
-  EXPECT_EQ(text.find('\f'), std::string::npos);
+  EXPECT_EQ(Visit(used).find('\f'), std::string::npos);
   EXPECT_EQ(visitor->LinesOnPage(), after);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     OmTextExportTreeVisitor, PageRule,
-    ::testing::Values(
-        // 50 + 15 > 60 but 15 fits a page: break; 1 + 12 lines, then the
-        // closing line. Without the break the notes would wrap at 60.
-        std::make_tuple(50, 15, 14),
-        // Longer than a page, 2 x 20 <= 60: starts here and wraps once at
-        // 60 (20 + 1 + 39), leaving 58 notes, then the closing line.
-        std::make_tuple(20, 100, 59),
-        // Longer than a page, 2 x 31 > 60: break; 1 + 97 wraps at 60.
-        std::make_tuple(31, 100, 39),
-        // Fits on this page exactly.
-        std::make_tuple(45, 15, 59)));
+    ::testing::Values(std::make_tuple(50, 15, 14),    // break: 1 + 12 + closing
+                      std::make_tuple(20, 100, 59),   // under half used: 21 + 39, 58 + 1
+                      std::make_tuple(31, 100, 39),   // break: 1 + 59, 38 + 1
+                      std::make_tuple(45, 15, 59)));  // fits: 45 + 13 + 1
 
-TEST_F(OmTextExportTreeVisitorPivotTable, DefaultPageLengthBreaksBeforeEveryLayer) {
+TEST_F(PivotTableVisit, DefaultPageLengthBreaksBeforeEveryLayer) {
   Layered({"a", "b"});
   options.NumLinesPerPage(-1);
-  // Every pass breaks, silently in tab mode, so no layer gets a separating
-  // empty line; the table still gets its closing one.
   EXPECT_EQ(Visit(), "T\na\t\nva\nT\nb\t\nvb\n\n");
-  EXPECT_EQ(visitor->LinesOnPage(), 0);
 }
 
-TEST_F(OmTextExportTreeVisitorPivotTable, SeparatingLineIsCountedEvenAfterABreak) {
-  // Layers of 2 counted lines on pages of 4, after one line. Layer a fits
-  // (1 + 2); b does not (3 + 2) and breaks, leaving 2 + 1 for the line it
-  // did not print; so c (3 + 2) breaks too. Counting only what was printed
-  // would have let c follow b after an empty line.
+TEST_F(PivotTableVisit, SeparatingLineIsCountedEvenAfterABreak) {
+  // Layers of 2 lines on pages of 4, after 1 line: a fits (1 + 2); b breaks
+  // (3 + 2) and counts 2 + 1, so c breaks too. Counting only printed lines
+  // would have put c after an empty line.
   Layered({"a", "b", "c"});
   options.KeepFootNotesAndCaption(false);
   options.NumLinesPerPage(4);
   EXPECT_EQ(Visit(1), "T\na\t\nva\nT\nb\t\nvb\nT\nc\t\nvc\n\n");
 }
 
-TEST_F(OmTextExportTreeVisitorPivotTable, TabModeNeverWritesAFormFeed) {
+TEST_F(PivotTableVisit, TabModeNeverWritesAFormFeed) {
   Layered({"a", "b", "c"}, 3);
   table->SetCaption("C");
   options.InsertPageBreak(true);
@@ -160,14 +127,6 @@ TEST_F(OmTextExportTreeVisitorPivotTable, TabModeNeverWritesAFormFeed) {
     options.NumLinesPerPage(page);
     EXPECT_EQ(Visit(3).find('\f'), std::string::npos) << page;
   }
-}
-
-TEST_F(OmTextExportTreeVisitorPivotTable, PageBreakOptionBreaksBeforeTheTable) {
-  Layered({"a"});
-  options.InsertPageBreak(true);
-  Visit(2);
-  // The break before the table leaves title, layer line and closing line.
-  EXPECT_EQ(visitor->LinesOnPage(), 3);
 }
 
 }  // namespace
