@@ -15,132 +15,95 @@ namespace {
 
 using Folds = std::vector<std::int32_t>;
 
-// Restores the default encoding when a test that changes it ends.
 class EncodingScope {
  public:
   explicit EncodingScope(OmEncoding encoding) { OmSetEncoding(encoding); }
   ~EncodingScope() { OmSetEncoding(OmEncoding::Utf8); }
 };
 
-OmWinFormattedNode Scanned(const std::string& text) {
-  return OmWinFormattedNode(text, 1, 1, 0, static_cast<std::int32_t>(text.size()));
+// The scanned text and its fold points, as "text" [f1,f2,...].
+std::string Scanned(const std::string& text) {
+  OmWinFormattedNode node(text, 1, 1, 0, static_cast<std::int32_t>(text.size()));
+  std::string out = "'" + node.String() + "' [";
+  for (const std::int32_t f : node.FoldPoints())
+    out += std::to_string(f) + ",";
+  return out + "]";
 }
 
-TEST(OmFormattedNode, DefaultIsOneEmptyCell) {
-  OmFormattedNode node;
-  EXPECT_TRUE(node.IsEmpty());
-  EXPECT_EQ(node.NColumns(), 1);
-  EXPECT_EQ(node.NRows(), 1);
-  EXPECT_EQ(node.ExtraWidth(), 0);
-  EXPECT_EQ(node.NNewLines(), 0);
-  EXPECT_EQ(node.Length(), 0);
-  EXPECT_TRUE(node.FoldPoints().empty());
+std::string Geometry(const OmFormattedNode& node) {
+  return std::to_string(node.NColumns()) + " columns, " + std::to_string(node.NRows()) +
+         " rows, extra " + std::to_string(node.ExtraWidth()) + ", length " +
+         std::to_string(node.Length());
 }
 
 TEST(OmFormattedNode, StoresArgumentsInTheirOrderWithoutScanning) {
+  OmFormattedNode empty;
+  EXPECT_TRUE(empty.IsEmpty());
+  EXPECT_EQ(Geometry(empty), "1 columns, 1 rows, extra 0, length 0");
   OmFormattedNode node("a b  ", 3, 4, 5, 6);
+  EXPECT_FALSE(node.IsEmpty());
   EXPECT_EQ(node.String(), "a b  ");
-  EXPECT_EQ(node.NColumns(), 3);
-  EXPECT_EQ(node.NRows(), 4);
-  EXPECT_EQ(node.ExtraWidth(), 5);
-  EXPECT_EQ(node.Length(), 6);
+  EXPECT_EQ(Geometry(node), "3 columns, 4 rows, extra 5, length 6");
   EXPECT_TRUE(node.FoldPoints().empty());
+  EXPECT_EQ(node.NNewLines(), 0);
   node.NNewLines(7);
   EXPECT_EQ(node.NNewLines(), 7);
 }
 
-TEST(OmWinFormattedNode, FoldPointsAreBlanksAndLineBreaksByOffset) {
-  struct Case {
-    std::string text;
-    Folds folds;
-  };
-  const Case cases[] = {
-      {"", {}},           {"a b", {1}},     {"a  b", {1, 2}}, {" a", {0}},       {"a\nb", {1}},
-      {"a\r\nb", {1, 2}}, {"a \n", {1, 2}}, {"a\tb,c;d", {}}, {"\n\na", {0, 1}}, {" \n ", {0, 1}},
-  };
-  for (const Case& c : cases) {
-    OmWinFormattedNode node = Scanned(c.text);
-    EXPECT_EQ(node.FoldPoints(), c.folds) << "text '" << c.text << "'";
-  }
-  EXPECT_TRUE(Scanned("").IsEmpty());
-  // A line feed ends the run of blanks, so nothing is trimmed.
-  EXPECT_EQ(Scanned("a \n").String(), "a \n");
-  // Only the trailing run goes; a blank before a line break stays.
-  EXPECT_EQ(Scanned(" \n ").String(), " \n");
-}
-
-TEST(OmWinFormattedNode, TrimsTrailingBlanksButKeepsMeasuredLength) {
-  OmWinFormattedNode node("ab  ", 2, 3, 4, 4);
-  EXPECT_EQ(node.String(), "ab");
-  EXPECT_TRUE(node.FoldPoints().empty());
-  EXPECT_EQ(node.Length(), 4);
-  EXPECT_EQ(node.NColumns(), 2);
-  EXPECT_EQ(node.NRows(), 3);
-  EXPECT_EQ(node.ExtraWidth(), 4);
-
-  OmWinFormattedNode words = Scanned("a b   ");
-  EXPECT_EQ(words.String(), "a b");
-  EXPECT_EQ(words.FoldPoints(), Folds{1});
-}
-
-TEST(OmWinFormattedNode, TextOfBlanksOnlyKeepsBlanksWithoutFoldPoints) {
-  OmWinFormattedNode node = Scanned("   ");
-  EXPECT_EQ(node.String(), "   ");
-  EXPECT_TRUE(node.FoldPoints().empty());
-  EXPECT_FALSE(node.IsEmpty());
+TEST(OmWinFormattedNode, FoldsAtBlanksAndBreaksAndTrimsTrailingBlanks) {
+  EXPECT_EQ(Scanned(""), "'' []");
+  EXPECT_EQ(Scanned("a b"), "'a b' [1,]");
+  EXPECT_EQ(Scanned("a  b"), "'a  b' [1,2,]");
+  EXPECT_EQ(Scanned(" a"), "' a' [0,]");
+  EXPECT_EQ(Scanned("a\nb"), "'a\nb' [1,]");
+  EXPECT_EQ(Scanned("a\r\nb"), "'a\r\nb' [1,2,]");
+  EXPECT_EQ(Scanned("a\tb,c"), "'a\tb,c' []");
+  EXPECT_EQ(Scanned("a \n"), "'a \n' [1,2,]");  // the break ends the blanks
+  EXPECT_EQ(Scanned("a b   "), "'a b' [1,]");
+  // Blanks only: the text stays, the fold points go.
+  EXPECT_EQ(Scanned("   "), "'   ' []");
+  OmWinFormattedNode trimmed("ab  ", 2, 3, 4, 4);
+  EXPECT_EQ(trimmed.String(), "ab");
+  // The length stays as measured before trimming.
+  EXPECT_EQ(Geometry(trimmed), "2 columns, 3 rows, extra 4, length 4");
 }
 
 TEST(OmWinFormattedNode, StepsOverMultibyteCharacters) {
-  // 0x82 0x20 is one double-byte character whose second byte is a blank;
-  // in the one-byte readings the same bytes are two characters.
-  const std::string text = "\x82\x20 b";
-  {
-    EncodingScope scope(OmEncoding::DoubleByte);
-    EXPECT_EQ(Scanned(text).FoldPoints(), Folds{2});
-    EXPECT_EQ(Scanned("\x82\xA0 \x82\xA1\nx").FoldPoints(), (Folds{2, 5}));
-    // The character's blank byte is no trailing blank either.
-    EXPECT_EQ(Scanned("a\x82\x20").String(), "a\x82\x20");
-  }
-  {
-    EncodingScope scope(OmEncoding::SingleByte);
-    EXPECT_EQ(Scanned(text).FoldPoints(), (Folds{1, 2}));
-  }
-  EXPECT_EQ(Scanned(text).FoldPoints(), (Folds{1, 2}));
-  EXPECT_EQ(Scanned("\xC3\xA9 \xE6\x97\xA5 b").FoldPoints(), (Folds{2, 6}));
-}
-
-TEST(OmWinFormattedNode, TruncatedCharacterAtTheEndEndsTheScan) {
-  // Lead bytes whose characters would run past the end: the scan reads no
-  // further (AddressSanitizer builds check this) and keeps the bytes.
-  EXPECT_EQ(Scanned("a \xE3").FoldPoints(), Folds{1});
-  EXPECT_EQ(Scanned("a \xE3").String(), "a \xE3");
-  // The blanks inside the would-be character are not fold points.
-  EXPECT_TRUE(Scanned("\xF0  ").FoldPoints().empty());
-  EXPECT_EQ(Scanned("\xF0  ").String(), "\xF0  ");
+  EXPECT_EQ(Scanned("\xC3\xA9 \xE6\x97\xA5 b"), "'\xC3\xA9 \xE6\x97\xA5 b' [2,6,]");
+  // A lead byte at the end claiming more bytes than are left is read and
+  // nothing after it (checked by AddressSanitizer builds).
+  EXPECT_EQ(Scanned("a \xE3"), "'a \xE3' [1,]");
+  // The blanks inside the would-be character are neither fold points nor
+  // trailing blanks.
+  EXPECT_EQ(Scanned("\xF0  "), "'\xF0  ' []");
+  // 0x82 0x20 is one double-byte character whose second byte is a blank.
+  EXPECT_EQ(Scanned("\x82\x20 b"), "'\x82\x20 b' [1,2,]");
   EncodingScope scope(OmEncoding::DoubleByte);
-  EXPECT_EQ(Scanned("ab \x81").FoldPoints(), Folds{2});
+  EXPECT_EQ(Scanned("\x82\x20 b"), "'\x82\x20 b' [2,]");
+  EXPECT_EQ(Scanned("a\x82\x20"), "'a\x82\x20' []");
+  EXPECT_EQ(Scanned("ab \x81"), "'ab \x81' [2,]");
 }
 
-TEST(OmWinFormattedNode, MatchesReferenceScanOnGeneratedTexts) {
-  const char* const pieces[] = {"a",        "bc",           " ",        "  ",   "\n", "\r",
-                                "\xC3\xA9", "\xE6\x97\xA5", "\x82\x20", "\x81", "\t"};
-  const OmEncoding encodings[] = {OmEncoding::Utf8, OmEncoding::SingleByte, OmEncoding::DoubleByte};
+TEST(OmWinFormattedNode, MatchesModelScanOnGeneratedTexts) {
+  const char* const pieces[] = {"a",        "bc",           " ",        "  ",  "\n", "\r",
+                                "\xC3\xA9", "\xE6\x97\xA5", "\x82\x20", "\x81"};
   std::uint32_t seed = 12345;
   auto next = [&seed](std::uint32_t n) {
     seed = seed * 1103515245u + 12345u;
     return (seed >> 16) % n;
   };
-  for (const OmEncoding encoding : encodings) {
+  for (const OmEncoding encoding :
+       {OmEncoding::Utf8, OmEncoding::SingleByte, OmEncoding::DoubleByte}) {
     EncodingScope scope(encoding);
     for (int round = 0; round < 2000; ++round) {
       std::string text;
-      const std::uint32_t count = next(12);
-      for (std::uint32_t i = 0; i < count; ++i)
-        text += pieces[next(11)];
-      const foldref::Node expected = foldref::Scan(text);
-      OmWinFormattedNode node = Scanned(text);
-      ASSERT_EQ(node.String(), expected.text) << "round " << round;
-      ASSERT_EQ(node.FoldPoints(), expected.folds) << "round " << round;
+      for (std::uint32_t i = next(12); i > 0; --i)
+        text += pieces[next(10)];
+      Folds folds;
+      const std::string expected = foldref::Scan(text, folds);
+      OmWinFormattedNode node(text, 1, 1, 0, 0);
+      ASSERT_EQ(node.String(), expected) << "round " << round;
+      ASSERT_EQ(node.FoldPoints(), folds) << "round " << round;
     }
   }
 }
