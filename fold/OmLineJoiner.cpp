@@ -11,8 +11,10 @@ namespace {
 // setup and is faster than the tree for them.
 constexpr std::size_t kScanLimit = 32;
 
-// Storage above this many entries is released by Trim().
-constexpr std::size_t kKeepEntries = 4096;
+// Storage above this many entries (a megabyte or so in all) is released by
+// Trim(); below it, it is kept for the next cell, since giving it back and
+// taking it again costs more than the join of a cell that needed it.
+constexpr std::size_t kKeepEntries = 1 << 16;
 
 constexpr std::int64_t kNoCandidate = std::numeric_limits<std::int64_t>::max();
 

@@ -17,8 +17,9 @@ namespace {
 constexpr std::int64_t kInt32Max = std::numeric_limits<std::int32_t>::max();
 constexpr std::int64_t kInt32Min = std::numeric_limits<std::int32_t>::min();
 
-// Scratch storage above this many entries is released after a fold.
-constexpr std::size_t kKeepEntries = 4096;
+// Scratch storage above this many entries (a megabyte or so) is released
+// after a fold; below it, it is kept for the next cell.
+constexpr std::size_t kKeepEntries = 1 << 16;
 
 std::int32_t ClampToInt32(std::int64_t value) {
   return static_cast<std::int32_t>(std::clamp(value, kInt32Min, kInt32Max));
