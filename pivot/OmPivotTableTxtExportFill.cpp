@@ -4,6 +4,7 @@
 // separator rules are drawn above and below the cells.
 #include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <new>
@@ -16,6 +17,10 @@
 namespace {
 
 constexpr std::int64_t kMaxLines = std::numeric_limits<std::int32_t>::max();
+
+// Columns of more rows than this are folded a batch of rows at a time, so
+// that a column of a million cells never holds a million nodes at once.
+constexpr std::int32_t kBatchRows = 1024;
 
 }  // namespace
 
@@ -40,66 +45,127 @@ void OmPivotTableTxtExport::Data::FillColumn(std::int32_t column) {
 void OmPivotTableTxtExport::Data::FillRowHeadingColumn(std::int32_t column) {
   if (mRowHeading.NColumns() <= 0)
     return;
+  const std::int32_t rows = mRowHeading.NRows();
   NodeList nodes;
   std::int32_t width = 0;
-  PreFormatCornerText(column, width, &nodes);
-  PreFormatRowHeadColumn(column, width, &nodes);
-  if (nodes.empty())
+  if (rows <= kBatchRows) {
+    PreFormatCornerText(column, width, &nodes);
+    PreFormatRowHeadColumn(column, width, &nodes);
+    if (nodes.empty())
+      return;
+    FillBands(nodes, width, column, false, nullptr);
     return;
-  FillBands(nodes, width, column, false);
+  }
+  // A long column is folded a batch of rows at a time, at the width that
+  // measuring the whole column gives. Nodes are made in the same order as
+  // in one go, and each before any band it reads the height of is filled.
+  if (mColumnWidths[static_cast<std::size_t>(column)] == 0) {
+    PreFormatCornerText(column, width, nullptr);
+    PreFormatRowHeadColumn(column, width, nullptr);
+  }
+  width = mColumnWidths[static_cast<std::size_t>(column)];
+  std::int32_t measured = width;
+  PreFormatCornerText(column, measured, &nodes);
+  std::int32_t next = 0;
+  FillBands(nodes, width, column, false, [&]() {
+    if (next >= rows)
+      return false;
+    const std::int32_t end = next + std::min(kBatchRows, rows - next);
+    PreFormatRowHeadRows(column, next, end, measured, &nodes);
+    next = end;
+    return true;
+  });
 }
 
 void OmPivotTableTxtExport::Data::FillTableColumn(std::int32_t column) {
+  const std::int32_t rows = std::max(mRowHeading.NRows(), 1);
   NodeList nodes;
-  const std::int32_t width = PreFormatTableColumn(column, &nodes);
-  // Without nodes there is no last band to close with a bottom rule.
-  if (nodes.empty())
+  if (rows <= kBatchRows) {
+    const std::int32_t width = PreFormatTableColumn(column, &nodes);
+    // Without nodes there is no last band to close with a bottom rule.
+    if (nodes.empty())
+      return;
+    FillBands(nodes, width, column, true, nullptr);
     return;
-  FillBands(nodes, width, column, true);
+  }
+  if (mColumnWidths[static_cast<std::size_t>(column)] == 0)
+    PreFormatTableColumn(column, nullptr);
+  const std::int32_t width = mColumnWidths[static_cast<std::size_t>(column)];
+  std::int32_t measured = width;
+  std::vector<std::int32_t> cellIndex;
+  mLayerHeading.Fill(cellIndex);
+  if (mColumnHeading.NColumns() != 0)
+    PreFormatColHeadColumn(column, measured, cellIndex, &nodes);
+  std::int32_t next = 0;
+  FillBands(nodes, width, column, true, [&]() {
+    if (next >= rows)
+      return false;
+    const std::int32_t end = next + std::min(kBatchRows, rows - next);
+    PreFormatTableCells(column, cellIndex, next, end, measured, &nodes);
+    next = end;
+    return true;
+  });
 }
 
 void OmPivotTableTxtExport::Data::FillBands(NodeList& nodes, std::int32_t width,
-                                            std::int32_t column, bool tableColumn) {
+                                            std::int32_t column, bool tableColumn,
+                                            const std::function<bool()>& more) {
   const std::int32_t separator = SeparatorFlag();
   const std::string columnSeparator = mOptions.ColumnSeparator();
-  const std::size_t bands = std::min(nodes.size(), mRowHeights.size());
+  const auto matrixColumn = static_cast<std::size_t>(column);
   std::vector<std::string> lines;
   std::string piece;
-  std::int64_t line = separator;
-  for (std::size_t k = 0; k < bands; ++k) {
-    OmFormattedNode& node = *nodes[k];
-    // An empty node writes nothing, not even the rule above it; in a table
-    // column, text that a spanning cell already put there stays.
-    const bool skip =
-        node.IsEmpty() || (tableColumn && !mMatrix.IsEmpty(static_cast<std::size_t>(line),
-                                                           static_cast<std::size_t>(column)));
-    if (!skip) {
-      lines.clear();
-      const std::int32_t count = mStringFolder->SplitString(node, width, lines, true);
-      const auto band = static_cast<std::int32_t>(k);
-      const auto first = static_cast<std::int32_t>(line);
-      InsertExtraRows(band, first, column, count, node.NRows());
-      for (std::size_t j = 0; j < lines.size(); ++j) {
-        const auto at = static_cast<std::size_t>(line) + j;
-        if (column == 0) {
-          // The first column also draws the table's left edge.
-          piece.assign(columnSeparator);
-          piece.append(lines[j]);
-          mMatrix.SetPiece(at, 0, piece);
+  std::int64_t line = separator;  // the first line of band k
+  std::int64_t lastLine = line;   // the first line of the last band
+  std::size_t k = 0;
+  std::size_t kept = 0;  // the last band from 1 on whose node has text
+  for (;;) {
+    const std::size_t bands = std::min(nodes.size(), mRowHeights.size());
+    for (; k < bands; ++k) {
+      OmFormattedNode& node = *nodes[k];
+      const auto first = static_cast<std::size_t>(line);
+      // An empty node writes nothing, not even the rule above it; in a
+      // table column, text that a spanning cell already put there stays.
+      const bool skip = node.IsEmpty() || (tableColumn && !mMatrix.IsEmpty(first, matrixColumn));
+      if (!skip) {
+        lines.clear();
+        const std::int32_t count = mStringFolder->SplitString(node, width, lines, true);
+        const auto band = static_cast<std::int32_t>(k);
+        InsertExtraRows(band, static_cast<std::int32_t>(line), column, count, node.NRows());
+        for (std::size_t j = 0; j < lines.size(); ++j) {
+          if (column == 0) {
+            // The first column also draws the table's left edge.
+            piece.assign(columnSeparator);
+            piece.append(lines[j]);
+            mMatrix.SetPiece(first + j, 0, piece);
+          } else {
+            mMatrix.AppendToPiece(first + j, matrixColumn, lines[j]);
+          }
+        }
+        FillRowSeparator(nodes, static_cast<std::int32_t>(line - separator), band, column);
+      }
+      lastLine = line;
+      line += std::int64_t{mRowHeights[k]} + separator;
+      if (more && k >= 1) {
+        // The bottom rule reads back only as far as the last node with text
+        // (or the first node), so the nodes before that one may go.
+        if (!node.IsEmpty()) {
+          if (kept >= 1)
+            nodes[kept].reset();
+          kept = k;
         } else {
-          mMatrix.AppendToPiece(at, static_cast<std::size_t>(column), lines[j]);
+          nodes[k].reset();
         }
       }
-      FillRowSeparator(nodes, static_cast<std::int32_t>(line - separator), band, column);
     }
-    if (k + 1 < bands)
-      line += std::int64_t{mRowHeights[k]} + separator;
+    if (!more || !more())
+      break;
   }
-  if (bands == 0)
+  if (k == 0)
     return;
-  const std::int64_t bottom = line + mRowHeights[bands - 1];
+  const std::int64_t bottom = lastLine + mRowHeights[k - 1];
   FillRowSeparator(nodes, static_cast<std::int32_t>(std::min(bottom, kMaxLines)),
-                   static_cast<std::int32_t>(bands), column);
+                   static_cast<std::int32_t>(k), column);
 }
 
 void OmPivotTableTxtExport::Data::FillRowSeparator(NodeList& nodes, std::int32_t line,
@@ -117,13 +183,17 @@ void OmPivotTableTxtExport::Data::FillRowSeparator(NodeList& nodes, std::int32_t
   std::int64_t index = band;
   if (at + 1 == lines) {
     index = std::int64_t{band} - 1;
+    // A released (null) node had no text, or lies before one with text.
     while (index >= 1 && static_cast<std::size_t>(index) < nodes.size() &&
-           nodes[static_cast<std::size_t>(index)]->IsEmpty()) {
+           (!nodes[static_cast<std::size_t>(index)] ||
+            nodes[static_cast<std::size_t>(index)]->IsEmpty())) {
       --index;
     }
   }
-  if (index < 0 || static_cast<std::size_t>(index) >= nodes.size())
+  if (index < 0 || static_cast<std::size_t>(index) >= nodes.size() ||
+      !nodes[static_cast<std::size_t>(index)]) {
     return;
+  }
   const OmFormattedNode& node = *nodes[static_cast<std::size_t>(index)];
   if (column != 0 && node.IsEmpty())
     return;

@@ -49,9 +49,20 @@ void OmPivotTableTxtExport::Data::PreFormatCornerText(std::int32_t col, std::int
 
 void OmPivotTableTxtExport::Data::PreFormatRowHeadColumn(std::int32_t col, std::int32_t& width,
                                                          NodeList* nodes) {
-  const std::int32_t rows = mRowHeading.NRows();
+  PreFormatRowHeadRows(col, 0, mRowHeading.NRows(), width, nodes);
+  std::int32_t& planned = mColumnWidths[static_cast<std::size_t>(col)];
+  if (planned == 0) {
+    planned = width;
+  } else {
+    width = planned;
+  }
+}
+
+void OmPivotTableTxtExport::Data::PreFormatRowHeadRows(std::int32_t col, std::int32_t firstRow,
+                                                       std::int32_t endRow, std::int32_t& width,
+                                                       NodeList* nodes) {
   const OmNodeColumn& column = mRowHeadColumns[static_cast<std::size_t>(col)];
-  for (std::int32_t r = 0; r < rows; ++r) {
+  for (std::int32_t r = std::max(firstRow, 0); r < endRow; ++r) {
     if (!IsRowHeadingCellPrinted(col, r)) {
       if (nodes != nullptr)
         nodes->push_back(mStringFolder->MakeNode());
@@ -71,12 +82,6 @@ void OmPivotTableTxtExport::Data::PreFormatRowHeadColumn(std::int32_t col, std::
     MeasureNode(col, *node, width);
     if (nodes != nullptr)
       nodes->push_back(std::move(node));
-  }
-  std::int32_t& planned = mColumnWidths[static_cast<std::size_t>(col)];
-  if (planned == 0) {
-    planned = width;
-  } else {
-    width = planned;
   }
 }
 
@@ -118,11 +123,21 @@ std::int32_t OmPivotTableTxtExport::Data::PreFormatTableColumn(std::int32_t col,
   std::int32_t width = 0;
   if (mColumnHeading.NColumns() != 0)
     PreFormatColHeadColumn(col, width, cellIndex, nodes);
+  PreFormatTableCells(col, cellIndex, 0, std::max(mRowHeading.NRows(), 1), width, nodes);
+  std::int32_t& planned = mColumnWidths[static_cast<std::size_t>(col)];
+  if (planned == 0)
+    planned = width;
+  return planned;
+}
 
+void OmPivotTableTxtExport::Data::PreFormatTableCells(std::int32_t col,
+                                                      std::vector<std::int32_t>& cellIndex,
+                                                      std::int32_t firstRow, std::int32_t endRow,
+                                                      std::int32_t& width, NodeList* nodes) {
   const std::int32_t headRows = std::max(mColumnHeading.NRows(), 0);
   const std::int32_t rows = mRowHeading.NRows();
   const OmPivotTable& table = mLayerHeading.Table();
-  for (std::int32_t r = 0; r < std::max(rows, 1); ++r) {
+  for (std::int32_t r = std::max(firstRow, 0); r < endRow; ++r) {
     if (rows > 0) {
       mRowHeading.Fill(cellIndex, r);
       if (const OmCellText* cell = table.Cell(cellIndex)) {
@@ -139,8 +154,4 @@ std::int32_t OmPivotTableTxtExport::Data::PreFormatTableColumn(std::int32_t col,
     if (nodes != nullptr)
       nodes->push_back(mStringFolder->MakeNode(" ", 1, 1, 0));
   }
-  std::int32_t& planned = mColumnWidths[static_cast<std::size_t>(col)];
-  if (planned == 0)
-    planned = width;
-  return planned;
 }

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <iosfwd>
 #include <memory>
 #include <string>
@@ -99,9 +100,24 @@ struct OmPivotTableTxtExport::Data {
   // Helpers of pre-formatting and filling (…PreFormat.cpp, …Fill.cpp).
   // While column col is not planned, widens width to what node needs.
   void MeasureNode(std::int32_t col, OmFormattedNode& node, std::int32_t& width);
+  // The row-label nodes of rows firstRow .. endRow - 1 of a row-heading
+  // column, as PreFormatRowHeadColumn makes them.
+  void PreFormatRowHeadRows(std::int32_t col, std::int32_t firstRow, std::int32_t endRow,
+                            std::int32_t& width, NodeList* nodes);
+  // The data-cell nodes of rows firstRow .. endRow - 1 of a data column, as
+  // PreFormatTableColumn makes them; cellIndex holds the layer's and the
+  // column's positions.
+  void PreFormatTableCells(std::int32_t col, std::vector<std::int32_t>& cellIndex,
+                           std::int32_t firstRow, std::int32_t endRow, std::int32_t& width,
+                           NodeList* nodes);
   // Folds the nodes of one column into its matrix pieces, band by band, and
   // draws the separator rules; tableColumn skips bands already written.
-  void FillBands(NodeList& nodes, std::int32_t width, std::int32_t column, bool tableColumn);
+  // Without more, nodes holds the whole column. With more, the nodes come a
+  // batch at a time: more() appends the next batch and returns false when
+  // there is none, and nodes already folded are released, except those the
+  // bottom rule may still need.
+  void FillBands(NodeList& nodes, std::int32_t width, std::int32_t column, bool tableColumn,
+                 const std::function<bool()>& more);
 
   // Formatted printing (OmPivotTableTxtExportPrint.cpp).
   void FrmtExport();

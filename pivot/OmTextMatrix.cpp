@@ -1,8 +1,11 @@
 // The text matrix of a formatted layer.
 //
-// A piece is a 64-bit reference: 0 for an empty piece; with the top bit set,
-// the index of a large piece; otherwise the block (22 bits), the offset in
-// the block (20 bits) and the length (21 bits) of its text.
+// A piece's reference is 40 bits, kept in 5 bytes: 0 for an empty piece;
+// with bit 39 set, the index of a location; otherwise the block (13 bits),
+// the offset in the block (20 bits) and the length (6 bits) of its text. A
+// location is 64 bits: with the top bit set, the index of a large piece;
+// otherwise the block (22 bits), the offset (20 bits) and the length (21
+// bits).
 #include "pivot/OmTextMatrix.h"
 
 #include <algorithm>
@@ -18,6 +21,25 @@ constexpr int kBlockShift = 41;
 constexpr std::uint64_t kLengthMask = (std::uint64_t{1} << kOffsetShift) - 1;
 constexpr std::uint64_t kOffsetMask = (std::uint64_t{1} << (kBlockShift - kOffsetShift)) - 1;
 constexpr std::size_t kMaxBlocks = std::size_t{1} << (63 - kBlockShift);
+
+constexpr std::size_t kRefBytes = 5;
+constexpr std::uint64_t kLocatedFlag = std::uint64_t{1} << 39;
+constexpr int kRefOffsetShift = 6;
+constexpr int kRefBlockShift = 26;
+constexpr std::uint64_t kRefLengthMask = (std::uint64_t{1} << kRefOffsetShift) - 1;
+constexpr std::uint64_t kRefBlocks = std::uint64_t{1} << (39 - kRefBlockShift);
+
+std::uint64_t LoadRef(const unsigned char* slot) {
+  std::uint64_t ref = 0;
+  for (std::size_t i = 0; i < kRefBytes; ++i)
+    ref |= std::uint64_t{slot[i]} << (8 * i);
+  return ref;
+}
+
+void StoreRef(unsigned char* slot, std::uint64_t ref) {
+  for (std::size_t i = 0; i < kRefBytes; ++i)
+    slot[i] = static_cast<unsigned char>(ref >> (8 * i));
+}
 
 // Blocks start small, so that a small layer costs little, and double up to
 // the largest size an offset can address.
@@ -38,7 +60,7 @@ OmTextMatrix::~OmTextMatrix() = default;
 void OmTextMatrix::Resize(std::size_t lines, std::size_t columns) {
   if (lines > kMaxRecords)
     throw std::bad_alloc();
-  if (columns != 0 && lines > std::numeric_limits<std::size_t>::max() / sizeof(Ref) / columns) {
+  if (columns != 0 && lines > std::numeric_limits<std::size_t>::max() / kRefBytes / columns) {
     throw std::bad_alloc();
   }
   mChunks.clear();
@@ -52,6 +74,7 @@ void OmTextMatrix::Resize(std::size_t lines, std::size_t columns) {
   mBlockBytes = 0;
   mLarge.clear();
   mLargeBytes = 0;
+  mLocations.clear();
   mColumns = columns;
   mRecent.assign(2 * columns, 0);
   NewRecords(lines);
@@ -67,13 +90,14 @@ std::uint32_t OmTextMatrix::NewRecords(std::size_t count) {
   if (mColumns != 0) {
     std::size_t left = count;
     while (left > 0) {
-      if (mChunks.empty() || mChunks.back().size() == kChunkRecords * mColumns) {
+      const std::size_t recordBytes = kRefBytes * mColumns;
+      if (mChunks.empty() || mChunks.back().size() == kChunkRecords * recordBytes) {
         mChunks.emplace_back();
       }
-      std::vector<Ref>& chunk = mChunks.back();
-      const std::size_t room = kChunkRecords - chunk.size() / mColumns;
+      std::vector<unsigned char>& chunk = mChunks.back();
+      const std::size_t room = kChunkRecords - chunk.size() / recordBytes;
       const std::size_t take = std::min(left, room);
-      chunk.resize(chunk.size() + take * mColumns, 0);
+      chunk.resize(chunk.size() + take * recordBytes, 0);
       left -= take;
       mRecords += take;
     }
@@ -83,28 +107,53 @@ std::uint32_t OmTextMatrix::NewRecords(std::size_t count) {
   return first;
 }
 
-OmTextMatrix::Ref* OmTextMatrix::Slot(std::size_t line, std::size_t column) {
-  return const_cast<Ref*>(static_cast<const OmTextMatrix*>(this)->Slot(line, column));
+unsigned char* OmTextMatrix::Slot(std::size_t line, std::size_t column) {
+  return const_cast<unsigned char*>(static_cast<const OmTextMatrix*>(this)->Slot(line, column));
 }
 
-const OmTextMatrix::Ref* OmTextMatrix::Slot(std::size_t line, std::size_t column) const {
+const unsigned char* OmTextMatrix::Slot(std::size_t line, std::size_t column) const {
   if (line >= NumLines() || column >= mColumns)
     return nullptr;
   const std::size_t record = mOrder[line < mGapStart ? line : line + mGapSize];
-  return &mChunks[record / kChunkRecords][(record % kChunkRecords) * mColumns + column];
+  return &mChunks[record / kChunkRecords]
+                 [((record % kChunkRecords) * mColumns + column) * kRefBytes];
 }
 
 std::string_view OmTextMatrix::Text(Ref ref) const {
   if (ref == 0)
     return {};
-  if ((ref & kLargeFlag) != 0)
-    return mLarge[static_cast<std::size_t>(ref & ~kLargeFlag)];
-  const char* block = mBlocks[static_cast<std::size_t>(ref >> kBlockShift)].get();
-  return {block + ((ref >> kOffsetShift) & kOffsetMask),
-          static_cast<std::size_t>(ref & kLengthMask)};
+  if ((ref & kLocatedFlag) != 0) {
+    return LocatedText(mLocations[static_cast<std::size_t>(ref & ~kLocatedFlag)]);
+  }
+  const char* block = mBlocks[static_cast<std::size_t>(ref >> kRefBlockShift)].get();
+  return {block + ((ref >> kRefOffsetShift) & kOffsetMask),
+          static_cast<std::size_t>(ref & kRefLengthMask)};
+}
+
+std::string_view OmTextMatrix::LocatedText(Location location) const {
+  if ((location & kLargeFlag) != 0) {
+    return mLarge[static_cast<std::size_t>(location & ~kLargeFlag)];
+  }
+  const char* block = mBlocks[static_cast<std::size_t>(location >> kBlockShift)].get();
+  return {block + ((location >> kOffsetShift) & kOffsetMask),
+          static_cast<std::size_t>(location & kLengthMask)};
 }
 
 OmTextMatrix::Ref OmTextMatrix::Allocate(std::string_view text) {
+  const Location location = Place(text);
+  const std::uint64_t block = location >> kBlockShift;
+  const std::uint64_t length = location & kLengthMask;
+  if ((location & kLargeFlag) == 0 && length <= kRefLengthMask && block < kRefBlocks) {
+    return (block << kRefBlockShift) |
+           (((location >> kOffsetShift) & kOffsetMask) << kRefOffsetShift) | length;
+  }
+  if (mLocations.size() >= kLocatedFlag)
+    throw std::bad_alloc();
+  mLocations.push_back(location);
+  return kLocatedFlag | (mLocations.size() - 1);
+}
+
+OmTextMatrix::Location OmTextMatrix::Place(std::string_view text) {
   const std::size_t size = text.size();
   if (size > kLargePiece) {
     mLarge.emplace_back(text);
@@ -123,10 +172,11 @@ OmTextMatrix::Ref OmTextMatrix::Allocate(std::string_view text) {
   }
   const std::size_t block = mBlocks.size() - 1;
   std::memcpy(mBlocks.back().get() + mBlockUsed, text.data(), size);
-  const Ref ref = (static_cast<Ref>(block) << kBlockShift) |
-                  (static_cast<Ref>(mBlockUsed) << kOffsetShift) | static_cast<Ref>(size);
+  const Location location = (static_cast<Location>(block) << kBlockShift) |
+                            (static_cast<Location>(mBlockUsed) << kOffsetShift) |
+                            static_cast<Location>(size);
   mBlockUsed += size;
-  return ref;
+  return location;
 }
 
 OmTextMatrix::Ref OmTextMatrix::Store(std::size_t column, std::string_view text) {
@@ -146,13 +196,13 @@ OmTextMatrix::Ref OmTextMatrix::Store(std::size_t column, std::string_view text)
 }
 
 std::string_view OmTextMatrix::Piece(std::size_t line, std::size_t column) const {
-  const Ref* slot = Slot(line, column);
-  return slot != nullptr ? Text(*slot) : std::string_view();
+  const unsigned char* slot = Slot(line, column);
+  return slot != nullptr ? Text(LoadRef(slot)) : std::string_view();
 }
 
 bool OmTextMatrix::IsEmpty(std::size_t line, std::size_t column) const {
-  const Ref* slot = Slot(line, column);
-  return slot == nullptr || *slot == 0;
+  const unsigned char* slot = Slot(line, column);
+  return slot == nullptr || LoadRef(slot) == 0;
 }
 
 std::size_t OmTextMatrix::PieceSize(std::size_t line, std::size_t column) const {
@@ -160,28 +210,29 @@ std::size_t OmTextMatrix::PieceSize(std::size_t line, std::size_t column) const 
 }
 
 void OmTextMatrix::SetPiece(std::size_t line, std::size_t column, std::string_view text) {
-  if (Ref* slot = Slot(line, column))
-    *slot = Store(column, text);
+  if (unsigned char* slot = Slot(line, column))
+    StoreRef(slot, Store(column, text));
 }
 
 void OmTextMatrix::AppendToPiece(std::size_t line, std::size_t column, std::string_view text) {
-  Ref* slot = Slot(line, column);
+  unsigned char* slot = Slot(line, column);
   if (slot == nullptr || text.empty())
     return;
-  if (*slot == 0) {
-    *slot = Store(column, text);
+  const Ref ref = LoadRef(slot);
+  if (ref == 0) {
+    StoreRef(slot, Store(column, text));
     return;
   }
   // Stored text never changes (other pieces may share it): the joined text
   // is stored anew.
-  std::string joined(Text(*slot));
+  std::string joined(Text(ref));
   joined.append(text);
-  *slot = Store(column, joined);
+  StoreRef(slot, Store(column, joined));
 }
 
 void OmTextMatrix::ClearPiece(std::size_t line, std::size_t column) {
-  if (Ref* slot = Slot(line, column))
-    *slot = 0;
+  if (unsigned char* slot = Slot(line, column))
+    StoreRef(slot, 0);
 }
 
 void OmTextMatrix::MoveGap(std::size_t to) {
@@ -227,16 +278,17 @@ void OmTextMatrix::InsertLines(std::size_t at, std::size_t count) {
 }
 
 void OmTextMatrix::AppendLine(std::size_t line, std::string& out) const {
-  const Ref* slot = Slot(line, 0);
+  const unsigned char* slot = Slot(line, 0);
   if (slot == nullptr)
     return;
   for (std::size_t c = 0; c < mColumns; ++c)
-    out.append(Text(slot[c]));
+    out.append(Text(LoadRef(slot + c * kRefBytes)));
 }
 
 std::size_t OmTextMatrix::MemoryUsage() const {
   std::size_t bytes = mOrder.capacity() * sizeof(std::uint32_t) + mRecent.capacity() * sizeof(Ref);
-  for (const std::vector<Ref>& chunk : mChunks)
-    bytes += chunk.capacity() * sizeof(Ref);
-  return bytes + mBlockBytes + mLargeBytes + mBlocks.capacity() * sizeof(mBlocks[0]);
+  for (const std::vector<unsigned char>& chunk : mChunks)
+    bytes += chunk.capacity();
+  return bytes + mBlockBytes + mLargeBytes + mLocations.size() * sizeof(Location) +
+         mBlocks.capacity() * sizeof(mBlocks[0]);
 }

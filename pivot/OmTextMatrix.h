@@ -5,10 +5,11 @@
 // Made for layers of millions of lines. Piece text lives in large shared
 // blocks and never moves once stored; a piece equal to one of the last two
 // stored in its column is stored once (separator rules and blank
-// continuations repeat down a column), so a piece costs 8 bytes beside the
-// text it alone holds. Lines are inserted through a gap kept in the line
-// order: a run of insertions at increasing positions costs time in proportion
-// to the lines passed over, not to the lines below each insertion.
+// continuations repeat down a column). Beside the text it alone holds, a
+// piece costs 5 bytes, and 8 more when it is longer than 63 bytes (shared
+// with the pieces that repeat it). Lines are inserted through a gap kept in
+// the line order: a run of insertions at increasing positions costs time in
+// proportion to the lines passed over, not to the lines below each one.
 #pragma once
 
 #include <cstddef>
@@ -57,15 +58,19 @@ class OmTextMatrix {
   std::size_t MemoryUsage() const;
 
  private:
+  // A piece's reference (40 bits, see the .cpp) and a text location.
   using Ref = std::uint64_t;
+  using Location = std::uint64_t;
 
-  Ref* Slot(std::size_t line, std::size_t column);
-  const Ref* Slot(std::size_t line, std::size_t column) const;
+  unsigned char* Slot(std::size_t line, std::size_t column);
+  const unsigned char* Slot(std::size_t line, std::size_t column) const;
   std::string_view Text(Ref ref) const;
+  std::string_view LocatedText(Location location) const;
   // Stores text for a piece of column and returns its reference, reusing a
   // recent piece of the column with the same bytes.
   Ref Store(std::size_t column, std::string_view text);
   Ref Allocate(std::string_view text);
+  Location Place(std::string_view text);
   // Makes count new line records of empty pieces; returns the first one's id.
   std::uint32_t NewRecords(std::size_t count);
   void MoveGap(std::size_t to);
@@ -73,7 +78,7 @@ class OmTextMatrix {
   std::size_t mColumns = 0;
   // Line records in the order they were made, mColumns references each,
   // in chunks so that growth never copies the whole table.
-  std::vector<std::vector<Ref>> mChunks;
+  std::vector<std::vector<unsigned char>> mChunks;
   std::size_t mRecords = 0;
   // The record of each line, with a gap of mGapSize unused entries at
   // mGapStart where insertions go.
@@ -88,6 +93,8 @@ class OmTextMatrix {
   std::size_t mBlockBytes = 0;
   std::deque<std::string> mLarge;
   std::size_t mLargeBytes = 0;
+  // The locations of pieces whose reference cannot hold their text's.
+  std::deque<Location> mLocations;
   // The two pieces last stored in each column.
   std::vector<Ref> mRecent;
 };
