@@ -35,7 +35,8 @@ class CountingBuf : public std::streambuf {
     return n;
   }
   int_type overflow(int_type c) override {
-    if (!traits_type::eq_int_type(c, traits_type::eof())) ++bytes;
+    if (!traits_type::eq_int_type(c, traits_type::eof()))
+      ++bytes;
     return traits_type::not_eof(c);
   }
 };
@@ -47,7 +48,8 @@ std::unique_ptr<OmPivotTable> BuildTable(std::int32_t rows) {
   auto table = std::make_unique<OmPivotTable>();
   table->SetTitle("Benchmark");
   OmDimension& outer = table->AddDimension(OmAxis::Row, "Outer");
-  for (std::int32_t i = 0; i < rows / kInner; ++i) outer.AddCategory("Outer " + std::to_string(i));
+  for (std::int32_t i = 0; i < rows / kInner; ++i)
+    outer.AddCategory("Outer " + std::to_string(i));
   OmDimension& inner = table->AddDimension(OmAxis::Row, "Inner");
   for (std::int32_t g = 0; g < 10; ++g) {
     const auto group = inner.AddCategory("Group " + std::to_string(g));
@@ -56,7 +58,8 @@ std::unique_ptr<OmPivotTable> BuildTable(std::int32_t rows) {
     }
   }
   OmDimension& column = table->AddDimension(OmAxis::Column, "Statistic");
-  for (std::int32_t c = 0; c < kColumns; ++c) column.AddCategory("Statistic " + std::to_string(c));
+  for (std::int32_t c = 0; c < kColumns; ++c)
+    column.AddCategory("Statistic " + std::to_string(c));
   std::vector<std::int32_t> index(3, 0);
   for (std::int32_t r = 0; r < rows; ++r) {
     for (std::int32_t c = 0; c < kColumns; ++c) {

@@ -37,8 +37,10 @@ OmTextExportTreeVisitor::~OmTextExportTreeVisitor() = default;
 
 void OmTextExportTreeVisitor::Visit(OmPivotTable& table) {
   const OmTextExportOptions& options = mData->options;
-  if (table.IsNotes() && !options.ShowNotes()) return;
-  if (options.InsertPageBreak()) PrintPageBreak();
+  if (table.IsNotes() && !options.ShowNotes())
+    return;
+  if (options.InsertPageBreak())
+    PrintPageBreak();
   OmDisplayLayerHeading layer(table, options.HideEmptyRowsAndColumns());
   bool more = true;
   if (options.ExportAllLayers()) {
@@ -52,7 +54,8 @@ void OmTextExportTreeVisitor::Visit(OmPivotTable& table) {
   bool printed = false;
   for (;;) {
     const bool layerPass = more;
-    if (!layerPass && !(footnotesPending && !table.Footnotes().empty())) break;
+    if (!layerPass && !(footnotesPending && !table.Footnotes().empty()))
+      break;
     {
       OmPivotTableTxtExport exporter(layer, options, mData->stream, mData->linesOnPage);
       const std::int64_t lines = exporter.GetNumLines();
@@ -85,15 +88,18 @@ void OmTextExportTreeVisitor::Visit(OmPivotTable& table) {
       // not see; it is added after a break too, and the "____" line is not
       // counted at all. Both are kept as they are.
       std::int32_t linesOnPage = exporter.GetNumLinesOnPage();
-      if (passes > 0 && linesOnPage < std::numeric_limits<std::int32_t>::max()) ++linesOnPage;
+      if (passes > 0 && linesOnPage < std::numeric_limits<std::int32_t>::max())
+        ++linesOnPage;
       mData->linesOnPage = linesOnPage;
     }
     footnotesPending = false;
     more = layer.NextLayer();
-    if (passes < std::numeric_limits<std::int32_t>::max()) ++passes;
+    if (passes < std::numeric_limits<std::int32_t>::max())
+      ++passes;
     printed = true;
   }
-  if (printed) PrintString("");
+  if (printed)
+    PrintString("");
 }
 
 void OmTextExportTreeVisitor::Visit(OmProcedure& procedure) {

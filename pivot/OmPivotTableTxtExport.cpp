@@ -22,7 +22,8 @@ OmPivotTableTxtExport::Data::Data(OmDisplayLayerHeading& layer, const OmTextExpo
   mFootnoter.Reset();
   // A tab-separated layer is printed straight from the headings: no plan,
   // no folder, and markers are handed out in print order.
-  if (mOptions.TabSeparated()) return;
+  if (mOptions.TabSeparated())
+    return;
   // The notes referenced above the table get the first markers.
   CreateLayerHeadingFootnotes();
   PrepareFormatting();
@@ -43,9 +44,13 @@ OmPivotTableTxtExport::OmPivotTableTxtExport(OmDisplayLayerHeading& layer,
 
 OmPivotTableTxtExport::~OmPivotTableTxtExport() = default;
 
-std::int32_t OmPivotTableTxtExport::GetNumLinesOnPage() const { return mData->mLinesOnPage; }
+std::int32_t OmPivotTableTxtExport::GetNumLinesOnPage() const {
+  return mData->mLinesOnPage;
+}
 
-void OmPivotTableTxtExport::setLinesOnPage(std::int32_t lines) { mData->mLinesOnPage = lines; }
+void OmPivotTableTxtExport::setLinesOnPage(std::int32_t lines) {
+  mData->mLinesOnPage = lines;
+}
 
 std::int32_t OmPivotTableTxtExport::GetNumLines() const {
   const Data& data = *mData;
@@ -53,7 +58,8 @@ std::int32_t OmPivotTableTxtExport::GetNumLines() const {
   // Summed in 64 bits: a matrix or a footnote list past 2^31 entries counts
   // as the largest page count rather than wrapping round.
   std::int64_t lines = static_cast<std::int64_t>(data.mMatrix.NumLines());
-  if (table.showTitle) lines += 1;
+  if (table.showTitle)
+    lines += 1;
   lines += data.mLayerHeading.NDimensions();
   // Footnotes and caption are printed either way but counted only when
   // kept; the asymmetry is deliberate.
@@ -64,7 +70,9 @@ std::int32_t OmPivotTableTxtExport::GetNumLines() const {
   return static_cast<std::int32_t>(lines > kMax ? kMax : lines);
 }
 
-void OmPivotTableTxtExport::PrintPageBreak() const { mData->PrintPageBreak(false); }
+void OmPivotTableTxtExport::PrintPageBreak() const {
+  mData->PrintPageBreak(false);
+}
 
 void OmPivotTableTxtExport::PrintLayer() const {
   if (mData->mOptions.TabSeparated()) {

@@ -24,19 +24,22 @@ const OmNodeColumn& EmptyColumn() {
 // The entry of a node column; null past its end, so that an index outside
 // the heading reads as an empty position rather than as stray memory.
 const Node* EntryAt(const OmNodeColumn& column, std::int64_t i) {
-  if (i < 0 || static_cast<std::size_t>(i) >= column.size()) return nullptr;
+  if (i < 0 || static_cast<std::size_t>(i) >= column.size())
+    return nullptr;
   return column[static_cast<std::size_t>(i)];
 }
 
 // The planned node column i of one of the record's lists; empty when the
 // plan has none there.
 const OmNodeColumn& PlannedColumn(const OmVector<OmNodeColumn>& columns, std::int64_t i) {
-  if (i < 0 || static_cast<std::size_t>(i) >= columns.Size()) return EmptyColumn();
+  if (i < 0 || static_cast<std::size_t>(i) >= columns.Size())
+    return EmptyColumn();
   return columns[static_cast<std::size_t>(i)];
 }
 
 std::int32_t At(const std::vector<std::int32_t>& values, std::int64_t i) {
-  if (i < 0 || static_cast<std::size_t>(i) >= values.size()) return 0;
+  if (i < 0 || static_cast<std::size_t>(i) >= values.size())
+    return 0;
   return values[static_cast<std::size_t>(i)];
 }
 
@@ -44,16 +47,17 @@ std::int32_t At(const std::vector<std::int32_t>& values, std::int64_t i) {
 // as 0, and the loop stops at the planned ones whatever count is.
 std::int64_t SumOfHeights(const std::vector<std::int32_t>& heights, std::int32_t count) {
   std::int64_t sum = 0;
-  const std::size_t end =
-      count < 1 ? 0 : std::min(heights.size(), static_cast<std::size_t>(count));
-  for (std::size_t i = 0; i < end; ++i) sum += heights[i];
+  const std::size_t end = count < 1 ? 0 : std::min(heights.size(), static_cast<std::size_t>(count));
+  for (std::size_t i = 0; i < end; ++i)
+    sum += heights[i];
   return sum;
 }
 
 // Two heading entries continue one another when both are empty or both
 // stand for the same tree node.
 bool SamePosition(const Node* x, const Node* y) {
-  if (x == nullptr || y == nullptr) return x == y;
+  if (x == nullptr || y == nullptr)
+    return x == y;
   return x->Node() == y->Node();
 }
 
@@ -67,7 +71,9 @@ std::int32_t Clamp(std::int64_t value) {
 
 }  // namespace
 
-std::int32_t Data::SeparatorFlag() const { return mOptions.RowSeparator().empty() ? 0 : 1; }
+std::int32_t Data::SeparatorFlag() const {
+  return mOptions.RowSeparator().empty() ? 0 : 1;
+}
 
 bool Data::SkipNodesInColumnHead(std::int32_t level, std::int32_t a, std::int32_t b) const {
   // Tab-separated layers plan nothing, so the heading's own columns are
@@ -79,7 +85,8 @@ bool Data::SkipNodesInColumnHead(std::int32_t level, std::int32_t a, std::int32_
   const std::int64_t deepest =
       static_cast<std::int64_t>(std::max(columnA.size(), columnB.size())) - 1;
   for (std::int64_t l = std::min<std::int64_t>(level, deepest); l >= 0; --l) {
-    if (!SamePosition(EntryAt(columnA, l), EntryAt(columnB, l))) return false;
+    if (!SamePosition(EntryAt(columnA, l), EntryAt(columnB, l)))
+      return false;
   }
   return true;
 }
@@ -93,22 +100,27 @@ bool Data::SkipNodesInRowHead(std::int32_t column, std::int32_t a, std::int32_t 
   for (std::int32_t c = static_cast<std::int32_t>(std::min<std::int64_t>(column, last)); c >= 0;
        --c) {
     const OmNodeColumn& nodes = tab ? mRowHeading.Column(c) : PlannedColumn(mRowHeadColumns, c);
-    if (!SamePosition(EntryAt(nodes, a), EntryAt(nodes, b))) return false;
+    if (!SamePosition(EntryAt(nodes, a), EntryAt(nodes, b)))
+      return false;
   }
   return true;
 }
 
 bool Data::IsColumnHeadingCellPrinted(const OmNodeColumn& nodes, std::int32_t matrixColumn,
                                       std::int32_t level) const {
-  if (EntryAt(nodes, level) == nullptr) return false;
+  if (EntryAt(nodes, level) == nullptr)
+    return false;
   const std::int32_t t = matrixColumn - mRowHeading.NColumns();
-  if (t < 1) return true;
+  if (t < 1)
+    return true;
   return !SkipNodesInColumnHead(level, t, t - 1);
 }
 
 bool Data::IsRowHeadingCellPrinted(std::int32_t column, std::int32_t row) const {
-  if (EntryAt(PlannedColumn(mRowHeadColumns, column), row) == nullptr) return false;
-  if (row < 1) return true;
+  if (EntryAt(PlannedColumn(mRowHeadColumns, column), row) == nullptr)
+    return false;
+  if (row < 1)
+    return true;
   return !SkipNodesInRowHead(column, row - 1, row);
 }
 
@@ -118,13 +130,13 @@ std::int32_t Data::GetNumberOfColumnsAvailableInColHead(std::int32_t matrixColum
   const std::int32_t t = matrixColumn - mRowHeading.NColumns();
   const std::int32_t n = mColumnHeading.NColumns();
   extra = 0;
-  if (static_cast<std::int64_t>(t) + 1 >= n) return 1;
+  if (static_cast<std::int64_t>(t) + 1 >= n)
+    return 1;
   std::int64_t width = 0;
   std::int32_t count = 1;
   // Every candidate is compared with the cell's own column, not with its
   // left neighbour.
-  for (std::int32_t candidate = t + 1;
-       candidate < n && SkipNodesInColumnHead(level, t, candidate);
+  for (std::int32_t candidate = t + 1; candidate < n && SkipNodesInColumnHead(level, t, candidate);
        candidate = t + count) {
     width += At(mColumnWidths, static_cast<std::int64_t>(matrixColumn) + count);
     ++count;
@@ -137,12 +149,14 @@ std::int32_t Data::GetNumberOfRowsAvailableInColHead(std::int32_t matrixColumn,
                                                      std::int32_t level) const {
   std::int64_t lines = At(mRowHeights, level);
   const std::int32_t rows = mColumnHeading.NRows();
-  if (static_cast<std::int64_t>(level) + 1 >= rows) return Clamp(lines);
+  if (static_cast<std::int64_t>(level) + 1 >= rows)
+    return Clamp(lines);
   const OmNodeColumn& nodes = PlannedColumn(
       mColHeadColumns, static_cast<std::int64_t>(matrixColumn) - mRowHeading.NColumns());
   const std::int32_t separator = SeparatorFlag();
   for (std::int32_t k = level + 1; k < rows; ++k) {
-    if (EntryAt(nodes, k) != nullptr) break;
+    if (EntryAt(nodes, k) != nullptr)
+      break;
     lines += static_cast<std::int64_t>(At(mRowHeights, k)) + separator;
   }
   return Clamp(lines);
@@ -152,7 +166,8 @@ std::int32_t Data::GetNumberOfColumnsAvailableInRowHead(std::int32_t column, std
                                                         std::int32_t& extra) const {
   const std::int32_t n = mRowHeading.NColumns();
   extra = 0;
-  if (static_cast<std::int64_t>(column) + 1 >= n) return 1;
+  if (static_cast<std::int64_t>(column) + 1 >= n)
+    return 1;
   std::int64_t width = 0;
   for (std::int32_t c = column + 1; c < n; ++c) {
     if (EntryAt(PlannedColumn(mRowHeadColumns, c), row) != nullptr) {
@@ -165,12 +180,12 @@ std::int32_t Data::GetNumberOfColumnsAvailableInRowHead(std::int32_t column, std
   return n - column;
 }
 
-std::int32_t Data::GetNumberOfRowsAvailableInRowHead(std::int32_t column,
-                                                     std::int32_t row) const {
+std::int32_t Data::GetNumberOfRowsAvailableInRowHead(std::int32_t column, std::int32_t row) const {
   const std::int32_t headRows = mColumnHeading.NRows();
   std::int64_t lines = At(mRowHeights, static_cast<std::int64_t>(headRows) + row);
   const std::int32_t rows = mRowHeading.NRows();
-  if (static_cast<std::int64_t>(row) + 1 >= rows) return Clamp(lines);
+  if (static_cast<std::int64_t>(row) + 1 >= rows)
+    return Clamp(lines);
   const std::int32_t separator = SeparatorFlag();
   // As along the column heading, every candidate row is compared with the
   // cell's own row.
@@ -186,8 +201,8 @@ std::int32_t Data::GetNumberOfRowsAvailableInCorner(const std::vector<const OmCe
   // The corner has the whole column heading band. Without heading rows and
   // with a separator this gives -1, which is kept as the formula yields it.
   const std::int32_t rows = mColumnHeading.NRows();
-  const std::int64_t lines = SumOfHeights(mRowHeights, rows) +
-                             (static_cast<std::int64_t>(rows) - 1) * SeparatorFlag();
+  const std::int64_t lines =
+      SumOfHeights(mRowHeights, rows) + (static_cast<std::int64_t>(rows) - 1) * SeparatorFlag();
   return Clamp(lines);
 }
 

@@ -43,12 +43,12 @@ void Data::TabExport() {
     const OmNodeColumn level = mColumnHeading.Row(r);
     for (std::size_t i = 0; i < level.size(); ++i) {
       const OmDimensionTree::ConstNode* node = level[i];
-      if (node != nullptr &&
-          (i == 0 || !SkipNodesInColumnHead(r, static_cast<std::int32_t>(i),
-                                            static_cast<std::int32_t>(i) - 1))) {
+      if (node != nullptr && (i == 0 || !SkipNodesInColumnHead(r, static_cast<std::int32_t>(i),
+                                                               static_cast<std::int32_t>(i) - 1))) {
         line += GetCellText(node->Label());
       }
-      if (i + 1 < level.size()) line += '\t';
+      if (i + 1 < level.size())
+        line += '\t';
     }
     WriteLine(mStream, line);
   }
@@ -65,7 +65,8 @@ void Data::TabExport() {
   // that no row makes a copy of its labels.
   std::vector<const OmNodeColumn*> columns;
   columns.reserve(static_cast<std::size_t>(headingColumns < 0 ? 0 : headingColumns));
-  for (std::int32_t c = 0; c < headingColumns; ++c) columns.push_back(&mRowHeading.Column(c));
+  for (std::int32_t c = 0; c < headingColumns; ++c)
+    columns.push_back(&mRowHeading.Column(c));
   for (std::int32_t r = 0; r < rows; ++r) {
     line.clear();
     for (std::size_t c = 0; c < columns.size(); ++c) {
@@ -94,7 +95,8 @@ void Data::PrintCells(std::vector<std::int32_t>& index) {
     for (std::int32_t c = 0; c < columns; ++c) {
       mColumnHeading.Fill(index, c);
       line += GetCellText(table.Cell(index));
-      if (c + 1 < columns) line += '\t';
+      if (c + 1 < columns)
+        line += '\t';
     }
   } else if (columns == 0) {
     // A table without column dimensions has one data column.

@@ -25,11 +25,13 @@ std::string Data::GetCellText(const OmCellText* cell) {
   // Made on the first call and kept for the life of the process.
   static const std::string kOpen("[");
   static const std::string kClose("]");
-  if (cell == nullptr) return std::string();
+  if (cell == nullptr)
+    return std::string();
   std::string text = cell->GetText();
   if (mOptions.KeepFootNotesAndCaption()) {
     std::string marker;
-    if (GetFootnoteMarker(marker, *cell) != 0) text += marker;
+    if (GetFootnoteMarker(marker, *cell) != 0)
+      text += marker;
   }
   // The markup is replaced after the footnote list is added, so the list is
   // searched too; the bracketed markers come after and are not.
@@ -38,7 +40,8 @@ std::string Data::GetCellText(const OmCellText* cell) {
   if (!markers.empty()) {
     text += kOpen;
     for (std::size_t i = 0; i < markers.size(); ++i) {
-      if (i > 0) text += ',';
+      if (i > 0)
+        text += ',';
       text += markers[i];
     }
     text += kClose;
@@ -48,10 +51,12 @@ std::string Data::GetCellText(const OmCellText* cell) {
 
 std::int32_t Data::GetFootnoteMarker(std::string& out, const OmCellText& cell) {
   const std::vector<std::int16_t>& footnotes = cell.Footnotes();
-  if (footnotes.empty()) return 0;
+  if (footnotes.empty())
+    return 0;
   out += '(';
   for (std::size_t i = 0; i < footnotes.size(); ++i) {
-    if (i > 0) out += ',';
+    if (i > 0)
+      out += ',';
     out += mFootnoter.CellMarker(static_cast<std::int32_t>(footnotes[i]), nullptr);
   }
   out += ')';
@@ -62,10 +67,12 @@ std::int32_t Data::GetFootnoteMarker(std::string& out, const OmCellText& cell) {
 
 void Data::CreateLayerHeadingFootnotes() {
   const OmPivotTable& table = mLayerHeading.Table();
-  if (table.showTitle) GetCellText(&table.Title());
+  if (table.showTitle)
+    GetCellText(&table.Title());
   for (std::int32_t i = 0; i < mLayerHeading.NDimensions(); ++i) {
     for (const OmDimensionTree::ConstNode* node : mLayerHeading.Nodes(i)) {
-      if (node != nullptr) GetCellText(node->Label());
+      if (node != nullptr)
+        GetCellText(node->Label());
     }
   }
 }
@@ -81,7 +88,8 @@ void Data::PrintFootnotes() {
     WriteLine(mStream, line);
     CountLine();
     // The list tests after each line it printed.
-    if (mLinesOnPage >= mOptions.NumLinesPerPage()) PrintPageBreak(false);
+    if (mLinesOnPage >= mOptions.NumLinesPerPage())
+      PrintPageBreak(false);
   }
 }
 
@@ -108,7 +116,8 @@ void OmPivotTableTxtExport::PrintLayerHeading() const {
     // Every entry, shown or not, is closed by a separator, so the line ends
     // with one before its line feed.
     for (const OmDimensionTree::ConstNode* node : data.mLayerHeading.Nodes(i)) {
-      if (node != nullptr) line += data.GetCellText(node->Label());
+      if (node != nullptr)
+        line += data.GetCellText(node->Label());
       line += separator;
     }
     WriteLine(data.mStream, line);
@@ -118,7 +127,8 @@ void OmPivotTableTxtExport::PrintLayerHeading() const {
 
 void OmPivotTableTxtExport::PrintLayerFooter() const {
   Data& data = *mData;
-  if (!data.mOptions.KeepFootNotesAndCaption()) return;
+  if (!data.mOptions.KeepFootNotesAndCaption())
+    return;
   const OmText* caption = data.mLayerHeading.Table().Caption();
   if (caption == nullptr) {
     data.PrintFootnotes();
@@ -130,7 +140,8 @@ void OmPivotTableTxtExport::PrintLayerFooter() const {
   }
   std::string text = caption->GetText();
   for (char& c : text) {
-    if (c == '\r') c = '\n';
+    if (c == '\r')
+      c = '\n';
   }
   // However many line feeds it holds, the caption counts as one line.
   WriteLine(data.mStream, text);

@@ -29,8 +29,10 @@ class PivotTableVisit : public ::testing::Test {
     table->SetTitle("T");
     OmDimension& dimension = table->AddDimension(OmAxis::Layer, "L");
     dimension.SetShowLabel(false);
-    for (const std::string& name : layers) dimension.AddCategory(name);
-    for (std::int32_t i = 0; i < notes; ++i) table->AddFootnote("note " + std::to_string(i));
+    for (const std::string& name : layers)
+      dimension.AddCategory(name);
+    for (std::int32_t i = 0; i < notes; ++i)
+      table->AddFootnote("note " + std::to_string(i));
     for (std::size_t i = 0; i < layers.size(); ++i) {
       table->SetText({static_cast<std::int32_t>(i)}, "v" + layers[i]);
     }
@@ -38,7 +40,8 @@ class PivotTableVisit : public ::testing::Test {
   // Prints `before` lines, then the table; returns what the table wrote.
   std::string Visit(std::int32_t before = 0) {
     visitor = std::make_unique<OmTextExportTreeVisitor>(out, options);
-    for (std::int32_t i = 0; i < before; ++i) visitor->PrintString("line");
+    for (std::int32_t i = 0; i < before; ++i)
+      visitor->PrintString("line");
     const std::size_t start = out.str().size();
     visitor->Visit(*table);
     return out.str().substr(start);
@@ -91,17 +94,18 @@ TEST_P(PageRule, BreaksWhereTheLayerFitsBetterOnAFreshPage) {
   const auto [used, lines, after] = GetParam();
   options.NumLinesPerPage(60);
   table->SetTitle("T");
-  for (int i = 0; i < lines - 3; ++i) table->AddFootnote("n");
+  for (int i = 0; i < lines - 3; ++i)
+    table->AddFootnote("n");
   EXPECT_EQ(Visit(used).find('\f'), std::string::npos);
   EXPECT_EQ(visitor->LinesOnPage(), after);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    OmTextExportTreeVisitor, PageRule,
-    ::testing::Values(std::make_tuple(50, 15, 14),    // break: 1 + 12 + closing
-                      std::make_tuple(20, 100, 59),   // under half used: 21 + 39, 58 + 1
-                      std::make_tuple(31, 100, 39),   // break: 1 + 59, 38 + 1
-                      std::make_tuple(45, 15, 59)));  // fits: 45 + 13 + 1
+INSTANTIATE_TEST_SUITE_P(OmTextExportTreeVisitor, PageRule,
+                         ::testing::Values(std::make_tuple(50, 15, 14),  // break: 1 + 12 + closing
+                                           std::make_tuple(20, 100,
+                                                           59),  // under half used: 21 + 39, 58 + 1
+                                           std::make_tuple(31, 100, 39),   // break: 1 + 59, 38 + 1
+                                           std::make_tuple(45, 15, 59)));  // fits: 45 + 13 + 1
 
 TEST_F(PivotTableVisit, DefaultPageLengthBreaksBeforeEveryLayer) {
   Layered({"a", "b"});

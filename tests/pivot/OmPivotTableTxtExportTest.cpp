@@ -21,15 +21,18 @@ OmDimension& Flat(OmPivotTable& table, OmAxis axis, const std::string& label,
                   const std::vector<std::string>& leaves, bool showLabel = true) {
   OmDimension& dimension = table.AddDimension(axis, label);
   dimension.SetShowLabel(showLabel);
-  for (const std::string& leaf : leaves) dimension.AddCategory(leaf);
+  for (const std::string& leaf : leaves)
+    dimension.AddCategory(leaf);
   return dimension;
 }
 
 std::unique_ptr<OmStringCell> Cell(const std::string& text, std::vector<std::int16_t> notes,
                                    std::vector<std::string> markers = {}) {
   auto cell = std::make_unique<OmStringCell>(text);
-  for (std::int16_t n : notes) cell->AddFootnote(n);
-  for (std::string& m : markers) cell->AddMarker(m);
+  for (std::int16_t n : notes)
+    cell->AddFootnote(n);
+  for (std::string& m : markers)
+    cell->AddMarker(m);
   return cell;
 }
 
@@ -58,7 +61,8 @@ class OmPivotTableTxtExportTest : public ::testing::Test {
     for (std::int32_t r = 0; r < 3; ++r) {
       for (std::int32_t ch = 0; ch < 2; ++ch) {
         for (std::int32_t y = 0; y < 3; ++y) {
-          if ((r == 1 && ch == 1) || (r == 2 && ch == 1 && y == 1)) continue;
+          if ((r == 1 && ch == 1) || (r == 2 && ch == 1 && y == 1))
+            continue;
           table->SetText({r, ch, y}, "v" + std::to_string(r * 100 + ch * 10 + y));
         }
       }
@@ -139,7 +143,8 @@ TEST_F(OmPivotTableTxtExportTest, TabRepeatsByNodeIdentityThroughEveryOuterLevel
   Flat(*table, OmAxis::Column, "Side", {"P", "Q"});
   Flat(*table, OmAxis::Column, "Kind", {"only"});
   for (std::int32_t o = 0; o < 4; ++o) {
-    for (std::int32_t s = 0; s < 2; ++s) table->SetNumber({o, 0, s, 0}, o * 10 + s);
+    for (std::int32_t s = 0; s < 2; ++s)
+      table->SetNumber({o, 0, s, 0}, o * 10 + s);
   }
   EXPECT_EQ(Body(),
             "\t\tSide\t\n\t\tP\tQ\n\t\tKind\tKind\n\t\tonly\tonly\n"
@@ -208,7 +213,8 @@ TEST_F(OmPivotTableTxtExportTest, SpanQueriesGrowIntoEmptyPositions) {
   stat.AddCategory(group, "B");
   stat.AddCategory("Sum");
   for (std::int32_t r = 0; r < 3; ++r) {
-    for (std::int32_t c = 0; c < 3; ++c) table->SetNumber({r, c}, 1);
+    for (std::int32_t c = 0; c < 3; ++c)
+      table->SetNumber({r, c}, 1);
   }
   Data& d = Plan({5, 6, 7, 8, 9}, {3, 4, 1, 1, 1});
   EXPECT_FALSE(d.IsColumnHeadingCellPrinted(d.mColHeadColumns[2], 4, 1));
@@ -235,7 +241,8 @@ TEST_F(OmPivotTableTxtExportTest, CornerWithoutHeadingRowsKeepsTheFormulasMinusO
 }
 
 TEST_F(OmPivotTableTxtExportTest, CellTextsCarryFootnoteAndBracketedMarkers) {
-  for (const char* note : {"zero", "one", "two", "three"}) table->AddFootnote(note);
+  for (const char* note : {"zero", "one", "two", "three"})
+    table->AddFootnote(note);
   Data& d = Make();
   EXPECT_EQ(d.GetCellText(nullptr), "");
   EXPECT_EQ(d.GetCellText(Cell("m<sup>2</sup> H<sub>2</sub>", {}).get()), "m[2] H<sub>2</sub>");
@@ -267,14 +274,15 @@ TEST_F(OmPivotTableTxtExportTest, LayerHeadingLinesAndTheirPageBreak) {
     out.str("");
     exporter->setLinesOnPage(before);
     exporter->PrintLayerHeading();
-    EXPECT_EQ(out.str(), std::string(before == 7 ? "\f\n" : "") +
-                             "Opinions(a)\nWave Spring \nFemale \n");
+    EXPECT_EQ(out.str(),
+              std::string(before == 7 ? "\f\n" : "") + "Opinions(a)\nWave Spring \nFemale \n");
     EXPECT_EQ(exporter->GetNumLinesOnPage(), before == 7 ? 3 : 9);
   }
 }
 
 TEST_F(OmPivotTableTxtExportTest, FooterCaptionAndNotesWithTheirPageTests) {
-  for (const char* note : {"first", "second", "third"}) table->AddFootnote(note);
+  for (const char* note : {"first", "second", "third"})
+    table->AddFootnote(note);
   table->SetCaption("Source:\rsurvey.");
   Export(2).PrintLayerFooter();
   // The caption is one counted line whatever it holds.
@@ -303,7 +311,8 @@ TEST_F(OmPivotTableTxtExportTest, FooterCaptionAndNotesWithTheirPageTests) {
 TEST_F(OmPivotTableTxtExportTest, NumLinesOfATabLayerCountNoBody) {
   Crosstab();
   table->SetTitle("T");
-  for (const char* note : {"n1", "n2", "n3"}) table->AddFootnote(note);
+  for (const char* note : {"n1", "n2", "n3"})
+    table->AddFootnote(note);
   EXPECT_EQ(Make().mStringFolder, nullptr);
   // Title and 3 notes + 2; without footnotes kept they are not counted.
   EXPECT_EQ(Export(0).GetNumLines(), 1 + 3 + 2);
