@@ -12,10 +12,10 @@
 
 class OmLineJoiner {
  public:
-  // How the shortest pair is found. Scan walks all lines for every join
-  // (quadratic, cheapest for a few lines); Queue keeps the candidates in a
-  // tournament tree (about n log n). Both give the same result; Auto picks
-  // Scan for short inputs.
+  // How the shortest pair is found. Scan walks all lines for every join;
+  // Queue keeps the candidates in a tournament tree. Both give the same
+  // result. Auto takes Queue for many lines with few break lines among them
+  // and Scan otherwise, whichever costs less.
   enum class Method { Auto, Scan, Queue };
 
   OmLineJoiner();
@@ -28,18 +28,19 @@ class OmLineJoiner {
   // left that are not break lines. breakLines holds the indices of the empty
   // lines that line breaks produced; they are never shifted after a join:
   // line j is passed over exactly while its current index is a listed one,
-  // and the candidate after it pairs the last line not passed over with the
-  // listed line itself. Joining stops early when the shortest join is longer
-  // than widthRestriction (unless that is -1). Returns the length of the
-  // last join's candidate, or width when nothing was joined.
+  // and the line after a passed-over line is measured with the last line not
+  // passed over but joined onto the passed-over line itself. Joining stops early when the shortest
+  // join is longer than widthRestriction (unless that is -1). Returns the length of the last join's
+  // candidate, or width when nothing was joined.
   //
   // When no pair is a candidate the first two lines are joined with length 0;
   // when there is only one line joining stops (a case that arises only with
   // rows below 1). breakLines that are not strictly ascending indices of
   // lines are honoured as given, always by Scan.
   //
-  // Cost: Scan is O(lines x joins); Queue is O(lines + joins x (1 + k) x
-  // log lines), k being the number of break lines after the joined pair.
+  // Cost, for n lines, J joins and k break lines after a joined pair: Scan
+  // takes O(n x J), Queue O((n + J x k) x log n), so Auto is about
+  // O(n log n) without break lines and at worst O(n x J) with many.
   std::int64_t Join(const std::vector<std::int64_t>& lengths,
                     const std::vector<std::int32_t>& breakLines, std::int32_t rows,
                     std::int32_t widthRestriction, std::int64_t width,
