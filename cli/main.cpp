@@ -83,7 +83,14 @@ int RunDestination(const CommandLine& commandLine, OmOutputTree& tree) {
     // value is reported in its place.
     errno = 0;
     TextTreeVisitor destination;
-    destination.SetTextTreeParameters(commandLine.tabSeparated, spec);
+    try {
+      destination.SetTextTreeParameters(commandLine.tabSeparated, spec);
+    } catch (const std::ios_base::failure&) {
+      // The checks passed, yet the system refused to open the file.
+      const int error = errno;
+      return Fail(spec + ": cannot open" +
+                  (error != 0 ? ": " + std::string(std::strerror(error)) : ""));
+    }
     if (fileProblem) return 1;
     while (!tree.Empty()) {
       OmOutputTree part = tree.ExtractFirst();
