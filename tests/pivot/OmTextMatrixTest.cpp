@@ -1,0 +1,172 @@
+// The text matrix: pieces of every length, shared text that must not leak
+// from one piece to another, positions outside the matrix, and line
+// insertions checked against a plain vector-of-vectors model.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "pivot/OmTextMatrix.h"
+
+namespace {
+
+using Model = std::vector<std::vector<std::string>>;
+
+std::string Line(const OmTextMatrix& matrix, std::size_t line) {
+  std::string out;
+  matrix.AppendLine(line, out);
+  return out;
+}
+
+void ExpectMatches(const OmTextMatrix& matrix, const Model& model) {
+  ASSERT_EQ(matrix.NumLines(), model.size());
+  for (std::size_t i = 0; i < model.size(); ++i) {
+    std::string joined;
+    for (std::size_t c = 0; c < model[i].size(); ++c) {
+      EXPECT_EQ(matrix.Piece(i, c), model[i][c]) << "line " << i << " column " << c;
+      joined += model[i][c];
+    }
+    EXPECT_EQ(Line(matrix, i), joined) << "line " << i;
+  }
+}
+
+TEST(OmTextMatrix, StartsEmptyAndIgnoresPositionsOutsideIt) {
+  OmTextMatrix matrix;
+  matrix.Resize(3, 2);
+  EXPECT_EQ(matrix.NumLines(), 3u);
+  EXPECT_EQ(matrix.NumColumns(), 2u);
+  EXPECT_TRUE(matrix.IsEmpty(2, 1));
+  matrix.SetPiece(3, 0, "below");
+  matrix.SetPiece(0, 2, "beside");
+  matrix.AppendToPiece(5, 5, "far");
+  matrix.ClearPiece(9, 9);
+  EXPECT_EQ(matrix.Piece(3, 0), "");
+  EXPECT_EQ(matrix.PieceSize(0, 2), 0u);
+  EXPECT_TRUE(matrix.IsEmpty(3, 0));
+  EXPECT_EQ(Line(matrix, 0), "");
+  EXPECT_EQ(Line(matrix, 7), "");
+  EXPECT_EQ(matrix.NumLines(), 3u);
+}
+
+TEST(OmTextMatrix, SetsAppendsAndClearsPiecesAndJoinsThemInColumnOrder) {
+  OmTextMatrix matrix;
+  matrix.Resize(2, 3);
+  matrix.SetPiece(0, 2, "c|");
+  matrix.SetPiece(0, 0, "|a|");
+  matrix.AppendToPiece(0, 1, "b");
+  matrix.AppendToPiece(0, 1, "b|");
+  EXPECT_EQ(Line(matrix, 0), "|a|bb|c|");
+  EXPECT_EQ(matrix.PieceSize(0, 1), 3u);
+  matrix.ClearPiece(0, 1);
+  EXPECT_TRUE(matrix.IsEmpty(0, 1));
+  EXPECT_EQ(Line(matrix, 0), "|a|c|");
+  matrix.SetPiece(0, 0, "");
+  EXPECT_TRUE(matrix.IsEmpty(0, 0));
+  EXPECT_EQ(Line(matrix, 1), "");
+}
+
+TEST(OmTextMatrix, SharedTextStaysAsItWasWhenOnePieceChanges) {
+  OmTextMatrix matrix;
+  matrix.Resize(4, 1);
+  // Equal pieces in a column share their text; changing one must not
+  // change the others, and views of stored text stay valid.
+  matrix.SetPiece(0, 0, "____|");
+  matrix.SetPiece(1, 0, "text|");
+  matrix.SetPiece(2, 0, "____|");
+  const std::string_view view = matrix.Piece(2, 0);
+  matrix.AppendToPiece(2, 0, "more");
+  matrix.SetPiece(3, 0, matrix.Piece(1, 0));
+  for (int i = 0; i < 5000; ++i)
+    matrix.SetPiece(1, 0, std::string(100, static_cast<char>('a' + i % 26)));
+  EXPECT_EQ(matrix.Piece(0, 0), "____|");
+  EXPECT_EQ(matrix.Piece(2, 0), "____|more");
+  EXPECT_EQ(matrix.Piece(3, 0), "text|");
+  EXPECT_EQ(view, "____|");
+}
+
+TEST(OmTextMatrix, KeepsPiecesOfEveryLength) {
+  // Short pieces sit in the reference, longer ones behind a shared entry,
+  // the longest on their own; the limits between them are tried.
+  const std::vector<std::size_t> lengths = {1,    2,    62,    63,    64,    65,     4095,
+                                            4096, 4097, 65535, 65536, 65537, 200000, 1048577};
+  OmTextMatrix matrix;
+  matrix.Resize(lengths.size(), 2);
+  for (std::size_t i = 0; i < lengths.size(); ++i) {
+    std::string text(lengths[i], static_cast<char>('a' + i));
+    text.back() = '|';
+    matrix.SetPiece(i, 1, text);
+    matrix.SetPiece(i, 0, text);
+  }
+  for (std::size_t i = 0; i < lengths.size(); ++i) {
+    std::string text(lengths[i], static_cast<char>('a' + i));
+    text.back() = '|';
+    EXPECT_EQ(matrix.Piece(i, 0), text) << lengths[i];
+    EXPECT_EQ(Line(matrix, i), text + text) << lengths[i];
+  }
+  EXPECT_GT(matrix.MemoryUsage(), 2u * 1048577u);
+}
+
+TEST(OmTextMatrix, InsertsLinesOfEmptyPiecesAnywhere) {
+  OmTextMatrix matrix;
+  matrix.Resize(2, 2);
+  matrix.SetPiece(0, 0, "a");
+  matrix.SetPiece(1, 0, "b");
+  matrix.InsertLines(1, 2);
+  matrix.InsertLines(0, 1);
+  matrix.InsertLines(99, 1);  // past the end: appended
+  matrix.InsertLines(2, 0);
+  ExpectMatches(matrix, {{"", ""}, {"a", ""}, {"", ""}, {"", ""}, {"b", ""}, {"", ""}});
+}
+
+// Runs of insertions at increasing positions (as one column's fill makes
+// them) and at scattered positions, with writes in between, against a
+// vector-of-vectors model.
+TEST(OmTextMatrix, AgreesWithAPlainModelOverManyInsertions) {
+  const std::size_t columns = 3;
+  OmTextMatrix matrix;
+  Model model(50, std::vector<std::string>(columns));
+  matrix.Resize(model.size(), columns);
+  std::uint32_t seed = 7;
+  auto next = [&seed](std::size_t bound) {
+    seed = seed * 1103515245u + 12345u;
+    return static_cast<std::size_t>((seed >> 8) % bound);
+  };
+  for (int round = 0; round < 40; ++round) {
+    const bool increasing = round % 2 == 0;
+    std::size_t at = 0;
+    for (int step = 0; step < 25; ++step) {
+      at = increasing ? at + next(6) : next(model.size() + 1);
+      at = std::min(at, model.size());
+      const std::size_t count = next(3);
+      matrix.InsertLines(at, count);
+      model.insert(model.begin() + static_cast<std::ptrdiff_t>(at), count,
+                   std::vector<std::string>(columns));
+      const std::size_t line = next(model.size());
+      const std::size_t column = next(columns);
+      const std::string text = std::to_string(round) + "." + std::to_string(step) + "|";
+      matrix.SetPiece(line, column, text);
+      model[line][column] = text;
+    }
+  }
+  ExpectMatches(matrix, model);
+}
+
+TEST(OmTextMatrix, ResizeDropsWhatWasThere) {
+  OmTextMatrix matrix;
+  matrix.Resize(2, 2);
+  matrix.SetPiece(1, 1, "x");
+  matrix.InsertLines(0, 5);
+  matrix.Resize(1, 3);
+  ExpectMatches(matrix, {{"", "", ""}});
+  matrix.Resize(0, 0);
+  EXPECT_EQ(matrix.NumLines(), 0u);
+  matrix.InsertLines(0, 2);
+  EXPECT_EQ(matrix.NumLines(), 2u);
+  EXPECT_EQ(Line(matrix, 1), "");
+}
+
+}  // namespace
