@@ -1,0 +1,100 @@
+// Formatted export of one pivot table of 10 statistics under two nested row
+// dimensions, at 10,000 and 100,000 rows, with no line width and narrowed to
+// 100 columns. Time per row must stay flat as the table grows: planning,
+// folding and the text matrix's line insertions are all linear.
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <ostream>
+#include <sstream>
+#include <stdexcept>
+#include <streambuf>
+#include <string>
+
+#include "OmTableGenerator.h"
+#include "export/OmTextExport.h"
+#include "export/OmTextExportOptions.h"
+#include "host/OmDisplayLayerHeading.h"
+#include "host/OmDocumentLoader.h"
+#include "host/OmOutputTree.h"
+#include "host/OmPivotTable.h"
+#include "pivot/OmPivotTableTxtExportPrivate.h"
+
+namespace {
+
+// Counts the bytes written and drops them.
+class CountingBuffer : public std::streambuf {
+ public:
+  std::int64_t bytes = 0;
+
+ protected:
+  int_type overflow(int_type c) override {
+    if (!traits_type::eq_int_type(c, traits_type::eof()))
+      ++bytes;
+    return traits_type::not_eof(c);
+  }
+  std::streamsize xsputn(const char*, std::streamsize n) override {
+    bytes += n;
+    return n;
+  }
+};
+
+// The benchmark document for a number of rows, loaded once.
+OmOutputTree& Tree(std::int64_t rows) {
+  static std::map<std::int64_t, std::unique_ptr<OmOutputTree>> trees;
+  std::unique_ptr<OmOutputTree>& tree = trees[rows];
+  if (!tree) {
+    omtext::bench::TableShape shape;
+    shape.rows = rows;
+    shape.columns = 10;
+    std::stringstream document;
+    omtext::bench::WriteDocument(shape, document);
+    tree = std::make_unique<OmOutputTree>(OmDocumentLoader::Load(document));
+  }
+  return *tree;
+}
+
+// The table of the document: the procedure's only child.
+OmPivotTable& Table(OmOutputTree& tree) {
+  for (auto node = tree.Begin(); node != tree.End(); ++node) {
+    if (auto* table = dynamic_cast<OmPivotTable*>(node.Value()))
+      return *table;
+  }
+  throw std::logic_error("no pivot table in the benchmark document");
+}
+
+void BM_OmPivotTableTxtExport_Formatted(benchmark::State& state) {
+  const std::int64_t rows = state.range(0);
+  OmOutputTree& tree = Tree(rows);
+  OmTextExportOptions options;
+  options.NumLinesPerPage(2147483647);
+  options.MaxLineWidth(static_cast<std::int32_t>(state.range(1)));
+  CountingBuffer buffer;
+  std::ostream out(&buffer);
+  for (auto _ : state) {
+    OmTextExport exporter(options, out);
+    exporter.Export(tree);
+  }
+  state.SetItemsProcessed(state.iterations() * rows);
+  state.SetBytesProcessed(buffer.bytes);
+
+  // The size of the planned matrix, measured once outside the timing.
+  OmDisplayLayerHeading layer(Table(tree), options.HideEmptyRowsAndColumns());
+  layer.LastLayer();
+  std::ostringstream unused;
+  OmPivotTableTxtExport::Data data(layer, options, unused, 0);
+  const auto lines = static_cast<double>(data.mMatrix.NumLines());
+  state.counters["matrix_lines"] = lines;
+  state.counters["matrix_bytes_per_line"] = static_cast<double>(data.mMatrix.MemoryUsage()) / lines;
+}
+BENCHMARK(BM_OmPivotTableTxtExport_Formatted)
+    ->ArgNames({"rows", "width"})
+    ->Args({10000, -1})
+    ->Args({100000, -1})
+    ->Args({10000, 100})
+    ->Args({100000, 100})
+    ->Unit(benchmark::kMillisecond);
+
+}  // namespace
