@@ -48,8 +48,9 @@ void OmPivotTableTxtExport::Data::PrepareFormatting() {
       CountOrThrow(rowHeadColumns + dataColumns + (dataColumns == 0 ? 1 : 0));
   const std::int32_t textRows =
       CountOrThrow(colHeadRows + rowHeadRows + (rowHeadRows == 0 ? 1 : 0));
-  const std::int64_t matrixRows =
-      mOptions.RowSeparator().empty() ? textRows : 2 * std::int64_t{textRows} + 1;
+  // Matrix lines are counted in 32 bits, like the rows and heights.
+  const std::int32_t matrixRows =
+      CountOrThrow(mOptions.RowSeparator().empty() ? textRows : 2 * std::int64_t{textRows} + 1);
 
   mMatrix.Resize(static_cast<std::size_t>(matrixRows), static_cast<std::size_t>(columns));
   mColumnWidths.assign(static_cast<std::size_t>(columns), 0);
