@@ -12,6 +12,7 @@
 
 #include "cli/CommandLine.h"
 #include "cli/OutputFile.h"
+#include "cli/RenderLimits.h"
 #include "destination/TextTreeVisitor.h"
 #include "export/OmTextExport.h"
 #include "export/OmTextExportOptions.h"
@@ -129,6 +130,20 @@ int Run(const CommandLine& commandLine) {
     return Fail(name + ": " + error.what());
   }
   const double loadSeconds = SecondsSince(loadStart);
+
+  {
+    // The destination builds its own options from the defaults; what
+    // matters to the limits is whether it lays tables out or not.
+    OmTextExportOptions options;
+    if (commandLine.destination) {
+      options.TabSeparated(commandLine.tabSeparated);
+    } else {
+      SetOptions(commandLine, options);
+    }
+    if (auto problem = omtext::cli::CheckRenderLimits(tree, options)) {
+      return Fail(name + ": " + *problem);
+    }
+  }
 
   if (commandLine.destination) return RunDestination(commandLine, tree);
 

@@ -254,6 +254,10 @@ void CheckDecodedUtf8(std::string_view text, Position at) {
   }
 }
 
+// The longest string a document may hold (16 MiB): far beyond any real
+// heading or line, and it keeps one value from exhausting memory.
+constexpr std::size_t kMaxStringBytes = std::size_t{1} << 24;
+
 // Turns the reader's events, with their positions, into dispatcher calls.
 class SaxHandler {
  public:
@@ -274,6 +278,9 @@ class SaxHandler {
   bool String(const char* text, rapidjson::SizeType length, bool) {
     const Position at = Next();
     const std::string_view value(text, length);
+    if (value.size() > kMaxStringBytes) {
+      Fail(at, "a string may hold at most " + std::to_string(kMaxStringBytes) + " bytes");
+    }
     CheckDecodedUtf8(value, at);
     mDispatcher.String(value, at);
     return true;

@@ -20,6 +20,18 @@ namespace {
 // refused, since no real table needs them.
 constexpr int kMaxCategoryDepth = 1000;
 
+// The longest text of a pivot-table cell (64 KiB). Cell text is folded to
+// column widths, and folding a text with many line breaks back into few
+// lines costs time that grows with the square of its length; the limit keeps
+// one cell well under a second.
+constexpr std::size_t kMaxCellTextBytes = std::size_t{1} << 16;
+
+void CheckCellText(std::string_view text, Position at) {
+  if (text.size() > kMaxCellTextBytes) {
+    Fail(at, "a cell's text may hold at most " + std::to_string(kMaxCellTextBytes) + " bytes");
+  }
+}
+
 // "1 leaf", "2 leaves": a count with its noun.
 std::string Count(std::int64_t n, std::string_view one, std::string_view many) {
   return std::to_string(n) + " " + std::string(n == 1 ? one : many);
@@ -48,6 +60,7 @@ struct ParsedCell {
     at = start;
   }
   void SetText(std::string_view newText, Position start) {
+    CheckCellText(newText, start);
     Reset(start);
     text.assign(newText.data(), newText.size());
   }
@@ -128,6 +141,7 @@ class CellFrame : public Frame {
   }
   void OnString(std::string_view text, Position at) override {
     if (mKey != kText) Mismatch(at, "a string");
+    CheckCellText(text, at);
     mCell.text.assign(text.data(), text.size());
   }
   void OnNumber(std::string_view raw, Position at) override {

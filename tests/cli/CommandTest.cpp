@@ -168,4 +168,45 @@ TEST_F(Command, WriteFailuresExitWithOne) {
   EXPECT_EQ(ReadFile(Path("stderr")), "omtext: write error: Broken pipe\n");
 }
 
+TEST_F(Command, ResourceLimitsAreRefusedBeforeAnyOutput) {
+  // Two row dimensions of 100,000 leaves: fine with empty rows hidden,
+  // ten billion rows with them shown.
+  std::string categories = "[";
+  for (int i = 0; i < 100000; ++i) categories += (i ? ",\"c" : "\"c") + std::to_string(i) + "\"";
+  categories += "]";
+  const std::string table =
+      R"({"output": [{"type": "heading", "text": "before"}, {"type": "pivot-table", "dimensions": [
+        {"label": "A", "axis": "row", "categories": )" + categories + R"(},
+        {"label": "B", "axis": "row", "categories": )" + categories + R"(}],
+        "cells": [[[0, 0], 1]]}]})";
+  EXPECT_EQ(Run({}, table).status, 0);
+  for (const std::vector<std::string>& options :
+       {std::vector<std::string>{"--show-empty"}, {"--show-empty", "--tab-separated"}}) {
+    const Result refused = Run(options, table);
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.out, "");
+    EXPECT_EQ(refused.err,
+              "omtext: -: pivot table 1 has up to 10000000000 rows and 1 column, more than can be "
+              "laid out\n");
+  }
+  // A layer dimension per 1,001 x 1,000 layers.
+  std::string many = "[";
+  for (int i = 0; i < 1001; ++i) many += (i ? ",\"c" : "\"c") + std::to_string(i) + "\"";
+  many += "]";
+  const std::string layered =
+      R"({"output": [{"type": "pivot-table", "dimensions": [
+        {"label": "A", "axis": "layer", "categories": )" + many + R"(},
+        {"label": "B", "axis": "layer", "categories": )" + many.substr(0, many.rfind(",")) + R"(]}]}]})";
+  EXPECT_EQ(Run({}, layered).err,
+            "omtext: -: pivot table 1 has 1001000 layers; the limit is 1000000\n");
+  EXPECT_EQ(Run({"--current-layer"}, layered).status, 0);
+
+  const std::string longString(std::size_t{1} << 24 | 1, 'x');
+  EXPECT_EQ(Run({}, R"({"output": [{"type": "heading", "text": ")" + longString + "\"}]}").err,
+            "omtext: -:1:41: a string may hold at most 16777216 bytes\n");
+  const std::string longCell((std::size_t{1} << 16) + 1, 'x');
+  EXPECT_EQ(Run({}, R"({"output": [{"type": "pivot-table", "data": ")" + longCell + "\"}]}").err,
+            "omtext: -:1:45: a cell's text may hold at most 65536 bytes\n");
+}
+
 }  // namespace
