@@ -134,63 +134,50 @@ class FormatTest : public ::testing::Test {
 // ---------------------------------------------------------------------------
 // Width planning.
 
-class Narrowing : public FormatTest {
- protected:
-  // One row label as wide as the first width and one column heading per
-  // further width, cells "1"; hidden labels keep the corner a single blank.
-  std::vector<std::int32_t> Plan(const std::vector<std::int32_t>& natural, std::int32_t maxWidth) {
+TEST_F(FormatTest, NarrowingKeepsTheLoopsExactCuts) {
+  struct Case {
+    std::vector<std::int32_t> natural;  // a row label, then column headings
+    std::int32_t width;
+    const char* separator;
+    std::vector<std::int32_t> planned;
+  };
+  const Case cases[] = {
+      // T = 50, F = 4, A = 16: the excess 14 comes off the widest column.
+      {{30, 10, 10}, 40, "|", {16, 10, 10}},
+      {{30, 10, 10}, 54, "|", {30, 10, 10}},
+      // No column above the average: nothing is cut and the table stays wide.
+      {{20, 20, 20}, 30, "|", {20, 20, 20}},
+      // Pass 1 (A = 8) cuts 4; pass 2 (A = 6) cuts the excess 3, to 5.
+      {{12, 5}, 10, "", {5, 5}},
+      // The excess is the surplus plus one: cut whole, one below A = 7.
+      {{10, 10, 1}, 17, "", {6, 10, 1}},
+      {{10, 10, 1}, 18, "", {7, 10, 1}},
+      // Only -1 means no limit.
+      {{12, 5}, 0, "", {5, 5}},
+      {{12, 5}, -5, "", {5, 5}},
+      {{12, 5}, INT_MIN, "", {5, 5}},
+      {{12, 5}, INT_MAX, "", {12, 5}},
+  };
+  for (const Case& c : cases) {
     std::vector<std::string> columns;
-    for (std::size_t i = 1; i < natural.size(); ++i) {
+    for (std::size_t i = 1; i < c.natural.size(); ++i) {
       columns.push_back(
-          std::string(static_cast<std::size_t>(natural[i]), static_cast<char>('a' + i)));
+          std::string(static_cast<std::size_t>(c.natural[i]), static_cast<char>('a' + i)));
     }
-    table = Grid({std::string(static_cast<std::size_t>(natural[0]), 'x')}, columns,
+    // Hidden labels keep the corner a single blank.
+    table = Grid({std::string(static_cast<std::size_t>(c.natural[0]), 'x')}, columns,
                  {std::vector<const char*>(columns.size(), "1")});
-    options.MaxLineWidth(maxWidth);
+    options.MaxLineWidth(c.width);
+    options.ColumnSeparator(c.separator);
     Data& d = Unplanned();
     d.PreCalculateColumnWidths();
-    return d.mColumnWidths;
+    EXPECT_EQ(d.mColumnWidths, c.planned) << c.width;
   }
-};
-
-TEST_F(Narrowing, CutsTheWidestColumnByTheExcessWhenItsSurplusCoversIt) {
-  // T = 50, F = 4, A = 16: the excess 14 is cut from the first column.
-  EXPECT_EQ(Plan({30, 10, 10}, 40), (std::vector<std::int32_t>{16, 10, 10}));
-  EXPECT_EQ(Plan({30, 10, 10}, 54), (std::vector<std::int32_t>{30, 10, 10}));
 }
 
-TEST_F(Narrowing, CutsNothingWhenNoColumnIsWiderThanTheAverage) {
-  EXPECT_EQ(Plan({20, 20, 20}, 30), (std::vector<std::int32_t>{20, 20, 20}));
-}
-
-TEST_F(Narrowing, CanEndOneBelowTheAverageWithAnEmptySeparator) {
-  options.ColumnSeparator("");
-  // Pass 1 (A = 8) cuts 12 to 8; pass 2 (A = 6) cuts the excess 3: 5.
-  EXPECT_EQ(Plan({12, 5}, 10), (std::vector<std::int32_t>{5, 5}));
-}
-
-TEST_F(Narrowing, ExcessOfTheSurplusPlusOneIsCutWholeAndTheTableFits) {
-  options.ColumnSeparator("");
-  // A = 7 and the excess 4 is the first column's surplus plus one: it is cut
-  // whole, to one below the average, and the second column keeps its width.
-  EXPECT_EQ(Plan({10, 10, 1}, 17), (std::vector<std::int32_t>{6, 10, 1}));
-  // One less excess, and the cut is just that.
-  EXPECT_EQ(Plan({10, 10, 1}, 18), (std::vector<std::int32_t>{7, 10, 1}));
-}
-
-TEST_F(Narrowing, PlansForZeroAndNegativeWidthsButNotForMinusOne) {
-  options.ColumnSeparator("");
-  EXPECT_EQ(Plan({12, 5}, 0), (std::vector<std::int32_t>{5, 5}));
-  EXPECT_EQ(Plan({12, 5}, -5), (std::vector<std::int32_t>{5, 5}));
-  EXPECT_EQ(Plan({12, 5}, INT_MIN), (std::vector<std::int32_t>{5, 5}));
-  // The widest widths sum past 32 bits without overflow.
-  EXPECT_EQ(Plan({12, 5}, INT_MAX), (std::vector<std::int32_t>{12, 5}));
-}
-
-TEST_F(Narrowing, CutsStraightToASmallAverage) {
+TEST_F(FormatTest, NarrowingCutsStraightToASmallAverage) {
   // A row label of 3 beside an empty data column: A = 1, so the label's
   // column goes to 1 although an excess of 1 would have left it at 2.
-  table = std::make_unique<OmPivotTable>();
   Flat(*table, OmAxis::Row, "R", {"abc"}, false);
   options.HideEmptyRowsAndColumns(false);
   options.ColumnSeparator("");
@@ -198,45 +185,6 @@ TEST_F(Narrowing, CutsStraightToASmallAverage) {
   Data& d = Unplanned();
   d.PreCalculateColumnWidths();
   EXPECT_EQ(d.mColumnWidths, (std::vector<std::int32_t>{1, 0}));
-}
-
-TEST_F(Narrowing, MeasuresTheCornerIntoItsColumn) {
-  table = std::make_unique<OmPivotTable>();
-  Flat(*table, OmAxis::Row, "A corner label", {"x"});
-  Flat(*table, OmAxis::Column, "C", {"p"}, false);
-  table->SetText({0, 0}, "1");
-  options.MaxLineWidth(100);
-  Data& d = Unplanned();
-  d.PreCalculateColumnWidths();
-  EXPECT_EQ(d.mColumnWidths, (std::vector<std::int32_t>{14, 1}));
-}
-
-TEST_F(FormatTest, SortColumnsPutsTheWidestFirstAndEqualWidthsInIndexOrder) {
-  Data& d = Unplanned();
-  d.mColumnWidths = {3, 7, 3, 9, 7, 3};
-  std::vector<std::uint64_t> order = {42};
-  d.SortColumns(order);
-  EXPECT_EQ(order, (std::vector<std::uint64_t>{3, 1, 4, 0, 2, 5}));
-  d.mColumnWidths.assign(40, 1);
-  d.mColumnWidths[17] = 5;
-  d.mColumnWidths[31] = 6;
-  d.SortColumns(order);
-  ASSERT_EQ(order.size(), 40u);
-  EXPECT_EQ(order[0], 31u);
-  EXPECT_EQ(order[1], 17u);
-}
-
-TEST_F(FormatTest, PlannedTableFitsTheWidthAndCutsTheLongWord) {
-  table = Grid({std::string(30, 'x')}, {std::string(10, 'a'), std::string(10, 'b')}, {{"1", "2"}});
-  options.MaxLineWidth(40);
-  EXPECT_EQ(Matrix(Planned()), (Lines{
-                                   "|________________|__________|__________|",
-                                   "|                |aaaaaaaaaa|bbbbbbbbbb|",
-                                   "|________________|__________|__________|",
-                                   "|xxxxxxxxxxxxxxxx|1         |2         |",
-                                   "|xxxxxxxxxxxxxx  |          |          |",
-                                   "|________________|__________|__________|",
-                               }));
 }
 
 TEST_F(FormatTest, OnlyAPositiveWidthFoldsEachColumnAtItsOwnWidth) {
@@ -281,16 +229,14 @@ TEST_F(FormatTest, CornerIsOneTextNodeOverTheBandThenBlanks) {
   EXPECT_TRUE(nodes[2]->IsEmpty());
   EXPECT_EQ(width, 4);
   EXPECT_EQ(d.mColumnWidths[0], 0);  // the corner never stores a width
-}
 
-TEST_F(FormatTest, MissingCornerTextIsOneBlank) {
+  // A corner without text is a single blank.
   table = Grid({"row"}, {"col"}, {{"1"}});
-  Data& d = Unplanned();
-  Data::NodeList nodes;
-  std::int32_t width = 0;
-  d.PreFormatCornerText(0, width, &nodes);
-  ASSERT_EQ(nodes.size(), 1u);
-  EXPECT_EQ(nodes[0]->String(), " ");
+  Data::NodeList blank;
+  width = 0;
+  Unplanned().PreFormatCornerText(0, width, &blank);
+  ASSERT_EQ(blank.size(), 1u);
+  EXPECT_EQ(blank[0]->String(), " ");
   EXPECT_EQ(width, 1);
 }
 
@@ -336,55 +282,6 @@ TEST_F(FormatTest, RowLabelWithoutTextLeavesNoNodeAndShiftsTheBands) {
                               "|third|v1|", "__|", "v2|", "__|"}));
 }
 
-TEST_F(FormatTest, SpanningColumnHeadingIsMadeOnceWithItsSpan) {
-  table = std::make_unique<OmPivotTable>();
-  Flat(*table, OmAxis::Row, "R", {"a"}, false);
-  Flat(*table, OmAxis::Column, "C", {"p", "q", "r"});
-  for (std::int32_t c = 0; c < 3; ++c)
-    table->SetText({0, c}, "1");
-  Data& d = Unplanned();
-  d.mColumnWidths = {1, 4, 5, 6};
-  Data::NodeList first;
-  Data::NodeList second;
-  d.PreFormatTableColumn(1, &first);
-  d.PreFormatTableColumn(2, &second);
-  ASSERT_EQ(first.size(), 3u);
-  EXPECT_EQ(first[0]->String(), "C");
-  EXPECT_EQ(first[0]->NColumns(), 3);
-  EXPECT_EQ(first[0]->ExtraWidth(), 11);
-  EXPECT_EQ(first[1]->String(), "p");
-  ASSERT_EQ(second.size(), 3u);
-  EXPECT_TRUE(second[0]->IsEmpty());
-  EXPECT_EQ(second[1]->String(), "q");
-}
-
-TEST_F(FormatTest, DataRowsTakeTheirBandHeightButMissingCellsOneLine) {
-  table = Grid({"a", "b"}, {"p"}, {{"1"}, {nullptr}});
-  options.HideEmptyRowsAndColumns(false);
-  Data& d = Unplanned();
-  d.mRowHeights = {1, 3, 4};
-  Data::NodeList nodes;
-  d.PreFormatTableColumn(1, &nodes);
-  ASSERT_EQ(nodes.size(), 3u);
-  EXPECT_EQ(nodes[1]->NRows(), 3);
-  EXPECT_EQ(nodes[2]->String(), " ");
-  EXPECT_EQ(nodes[2]->NRows(), 1);
-}
-
-TEST_F(FormatTest, TableWithoutDataRowsGetsOneBlankPerDataColumn) {
-  table = std::make_unique<OmPivotTable>();
-  table->AddDimension(OmAxis::Row, "R");
-  Flat(*table, OmAxis::Column, "C", {"p", "q"}, false);
-  options.HideEmptyRowsAndColumns(false);
-  Data& d = Unplanned();
-  ASSERT_EQ(d.mRowHeading.NRows(), 0);
-  Data::NodeList nodes;
-  d.PreFormatTableColumn(d.mRowHeading.NColumns(), &nodes);
-  ASSERT_EQ(nodes.size(), 2u);
-  EXPECT_EQ(nodes[0]->String(), "p");
-  EXPECT_EQ(nodes[1]->String(), " ");
-}
-
 // ---------------------------------------------------------------------------
 // Column filling.
 
@@ -401,6 +298,19 @@ TEST_F(FormatTest, RuleOfASpanningHeadingRunsOverTheColumnsItCovers) {
   EXPECT_TRUE(d.mMatrix.IsEmpty(0, 2));
   EXPECT_TRUE(d.mMatrix.IsEmpty(0, 3));
   EXPECT_EQ(d.mMatrix.Piece(0, 1), "_____|");
+  // The label is made once, in its first column, with its span; the
+  // columns it covers get blank nodes.
+  Data::NodeList first;
+  Data::NodeList second;
+  d.PreFormatTableColumn(1, &first);
+  d.PreFormatTableColumn(2, &second);
+  ASSERT_EQ(first.size(), 3u);
+  EXPECT_EQ(first[0]->String(), "C");
+  EXPECT_EQ(first[0]->NColumns(), 3);
+  EXPECT_EQ(first[0]->ExtraWidth(), 2);
+  ASSERT_EQ(second.size(), 3u);
+  EXPECT_TRUE(second[0]->IsEmpty());
+  EXPECT_EQ(second[1]->String(), "q");
 }
 
 TEST_F(FormatTest, CellFoldingPastItsBandAddsALineToEveryColumn) {
@@ -426,19 +336,6 @@ TEST_F(FormatTest, BlankContinuationCopiesTheByteLengthOfTheFirstLine) {
                               "| |words|  |", "|_|_____|_|", "|b|1    |1|", "|_|_____|_|"}));
 }
 
-TEST_F(FormatTest, MissingCellLeftOfAFoldedCellKeepsOneLine) {
-  // A missing cell is one line high whatever its band grew to, so its
-  // piece stays empty on the band's added lines.
-  table = Grid({"a"}, {"p", "q"}, {{nullptr, "two words"}});
-  options.HideEmptyRowsAndColumns(false);
-  options.MaxLineWidth(20);
-  Data& d = Unplanned();
-  d.mColumnWidths = {1, 1, 5};
-  FillAll(d);
-  EXPECT_EQ(Matrix(d), (Lines{"|_|_|_____|", "| |p|q    |", "|_|_|_____|", "|a| |two  |",
-                              "| |words|", "|_|_|_____|"}));
-}
-
 TEST_F(FormatTest, DataColumnKeepsTextAlreadyAtTheStartOfABand) {
   table = Grid({"a", "b"}, {"p"}, {{"1"}, {"2"}});
   Data& d = Unplanned();
@@ -450,21 +347,16 @@ TEST_F(FormatTest, DataColumnKeepsTextAlreadyAtTheStartOfABand) {
     EXPECT_EQ(d.mMatrix.Piece(i, 1), pieces[i]) << i;
 }
 
-TEST_F(FormatTest, EmptyTextLeavesItsBandAndTheRuleAboveItEmpty) {
-  table = Grid({"a", "b"}, {"p", "q"}, {{"", "1"}, {"2", "3"}});
-  EXPECT_EQ(Matrix(Planned()),
-            (Lines{"|_|_|_|", "| |p|q|", "|_|_|", "|a|1|", "|_|_|_|", "|b|2|3|", "|_|_|_|"}));
-}
-
 TEST_F(FormatTest, BottomRuleTakesItsWidthFromTheLastBandWithText) {
   table = Grid({"a", "b"}, {"p", "q"}, {{"1", "22"}, {"3", ""}});
   EXPECT_EQ(Matrix(Planned()),
             (Lines{"|_|_|__|", "| |p|q |", "|_|_|__|", "|a|1|22|", "|_|_|", "|b|3|", "|_|_|__|"}));
 }
 
-TEST_F(FormatTest, RuleOfASpanningRowLabelCoversTheColumnsItReaches) {
-  // "Total" has no node in the second heading column and takes its room.
-  table = std::make_unique<OmPivotTable>();
+TEST_F(FormatTest, RuleOfASpanningRowLabelClearsTheColumnsItReaches) {
+  // "Total" has no node in the second heading column and takes its room;
+  // its rules replace the second column's own pieces, the bottom one
+  // included. Its width less the room it reaches widens the first column.
   OmDimension& rows = table->AddDimension(OmAxis::Row, "R");
   rows.SetShowLabel(false);
   const auto group = rows.AddCategory("G");
@@ -474,22 +366,16 @@ TEST_F(FormatTest, RuleOfASpanningRowLabelCoversTheColumnsItReaches) {
   Flat(*table, OmAxis::Column, "C", {"p"}, false);
   for (std::int32_t r = 0; r < 3; ++r)
     table->SetText({r, 0}, "1");
-  // Its width less the separator and the column it reaches widens the
-  // first column to 2.
   EXPECT_EQ(Matrix(Planned()),
             (Lines{"|__|__|_|", "|  |  |p|", "|__|__|_|", "|G |x |1|", "|  |__|_|", "|  |yy|1|",
                    "|_____|_|", "|Total|1|", "|_____|_|"}));
 }
 
-TEST_F(FormatTest, LongRowSeparatorIsRepeatedWholeAndOvershoots) {
+TEST_F(FormatTest, RowSeparatorIsRepeatedWholeAndEmptySeparatorsDrawNothing) {
   table = Grid({"abc"}, {"xyz"}, {{"1"}});
   options.RowSeparator("-=");
   EXPECT_EQ(Matrix(Planned()),
             (Lines{"|-=-=|-=-=|", "|   |xyz|", "|-=-=|-=-=|", "|abc|1  |", "|-=-=|-=-=|"}));
-}
-
-TEST_F(FormatTest, EmptySeparatorsDrawNoRulesAndNoEdges) {
-  table = Grid({"abc"}, {"xyz"}, {{"1"}});
   options.RowSeparator("");
   options.ColumnSeparator("");
   EXPECT_EQ(Matrix(Planned()), (Lines{"   xyz", "abc1  "}));
@@ -550,77 +436,62 @@ TEST_F(FormatTest, LongColumnsComeOutAsIfFoldedInOneGo) {
 }
 
 // ---------------------------------------------------------------------------
-// Printing and paging. The table has a heading band of three lines (its
-// top rule, the heading row and the rule under it) and three body rows.
+// Printing and paging.
 
-class Paging : public FormatTest {
- protected:
-  void SetUp() override {
-    table = Grid({"a", "b", "c"}, {"p"}, {{"1"}, {"2"}, {"3"}});
-    options.InsertPageBreak(true);
-  }
+TEST_F(FormatTest, PagesBreakWhereTheyFillAndRepeatTheHeadingOnlyInTheBody) {
+  // A heading band of three lines (its top rule, the heading row and the
+  // rule under it) over three rows.
   const std::string head = "|_|_|\n| |p|\n|_|_|\n";
-};
-
-TEST_F(Paging, PageThatFillsWithTheHeadingBandBreaksWithoutRepeating) {
-  // The heading fits the rest of the page exactly, so the table starts
-  // here; the page then ends with the heading band, which is not repeated.
-  options.NumLinesPerPage(6);
-  EXPECT_EQ(Body(2), "\n" + head + "\f\n|a|1|\n|_|_|\n|b|2|\n|_|_|\n|c|3|\n|_|_|\n");
-}
-
-TEST_F(Paging, HeadingIsRepeatedAfterABreakInTheBody) {
-  options.NumLinesPerPage(6);
-  EXPECT_EQ(Body(0), "\n" + head + "|a|1|\n|_|_|\n\f\n" + head + "|b|2|\n|_|_|\n|c|3|\n\f\n" +
-                         head + "|_|_|\n");
+  const std::string again = "\f\n" + head;
+  struct Case {
+    const char* what;
+    std::int32_t pageLength;
+    std::int32_t linesOnPage;
+    std::string body;
+  };
+  const Case cases[] = {
+      {"fills in the body, at its first line and later", 5, 0,
+       "\n" + head + "|a|1|\n" + again + "|_|_|\n|b|2|\n" + again + "|_|_|\n|c|3|\n" + again +
+           "|_|_|\n"},
+      {"fills in the body", 6, 0,
+       "\n" + head + "|a|1|\n|_|_|\n" + again + "|b|2|\n|_|_|\n|c|3|\n" + again + "|_|_|\n"},
+      {"heading fits exactly, the page ends with it: no repeat", 6, 2,
+       "\n" + head + "\f\n|a|1|\n|_|_|\n|b|2|\n|_|_|\n|c|3|\n|_|_|\n"},
+      {"heading would not fit the rest of the page", 6, 3,
+       "\n\f\n" + head + "|a|1|\n|_|_|\n|b|2|\n" + again + "|_|_|\n|c|3|\n|_|_|\n"},
+      {"the empty line fills the page", 9, 8,
+       "\n\f\n" + head + "|a|1|\n|_|_|\n|b|2|\n|_|_|\n|c|3|\n|_|_|\n"},
+      {"heading longer than a page starts here", 2, 0,
+       "\n|_|_|\n\f\n| |p|\n|_|_|\n\f\n|a|1|\n|_|_|\n" + again + "|b|2|\n" + again + "|_|_|\n" +
+           again + "|c|3|\n" + again + "|_|_|\n"},
+      {"... unless the page is full", 2, 1,
+       "\n\f\n|_|_|\n| |p|\n\f\n|_|_|\n|a|1|\n" + again + "|_|_|\n" + again + "|b|2|\n" + again +
+           "|_|_|\n" + again + "|c|3|\n" + again + "|_|_|\n"},
+  };
+  table = Grid({"a", "b", "c"}, {"p"}, {{"1"}, {"2"}, {"3"}});
+  options.InsertPageBreak(true);
+  for (const Case& c : cases) {
+    options.NumLinesPerPage(c.pageLength);
+    out.str("");
+    EXPECT_EQ(Body(c.linesOnPage), c.body) << c.what;
+  }
   // Three repeated heading lines and the last rule.
+  options.NumLinesPerPage(6);
+  out.str("");
+  Body(0);
   EXPECT_EQ(data->mLinesOnPage, 4);
-}
-
-TEST_F(Paging, PageThatFillsAtTheFirstBodyLineRepeatsTheHeading) {
-  options.NumLinesPerPage(5);
-  EXPECT_EQ(Body(0), "\n" + head + "|a|1|\n\f\n" + head + "|_|_|\n|b|2|\n\f\n" + head +
-                         "|_|_|\n|c|3|\n\f\n" + head + "|_|_|\n");
-}
-
-TEST_F(Paging, BreaksBeforeTheTableWhenItsHeadingWouldNotFitTheRestOfThePage) {
-  options.NumLinesPerPage(6);
-  EXPECT_EQ(Body(3),
-            "\n\f\n" + head + "|a|1|\n|_|_|\n|b|2|\n\f\n" + head + "|_|_|\n|c|3|\n|_|_|\n");
-}
-
-TEST_F(Paging, BreaksBeforeTheTableWhenTheEmptyLineEndsThePage) {
-  options.NumLinesPerPage(9);
-  EXPECT_EQ(Body(8), "\n\f\n" + head + "|a|1|\n|_|_|\n|b|2|\n|_|_|\n|c|3|\n|_|_|\n");
-  EXPECT_EQ(data->mLinesOnPage, 9);
-}
-
-TEST_F(Paging, HeadingLongerThanAPageStartsHereAndBreaksWithoutRepeating) {
-  options.NumLinesPerPage(2);
-  const std::string again = "\f\n" + head;
-  EXPECT_EQ(Body(0), "\n|_|_|\n\f\n| |p|\n|_|_|\n\f\n|a|1|\n|_|_|\n" + again + "|b|2|\n" + again +
-                         "|_|_|\n" + again + "|c|3|\n" + again + "|_|_|\n");
-}
-
-TEST_F(Paging, FullPageBreaksBeforeAHeadingLongerThanAPage) {
-  options.NumLinesPerPage(2);
-  const std::string again = "\f\n" + head;
-  EXPECT_EQ(Body(1), "\n\f\n|_|_|\n| |p|\n\f\n|_|_|\n|a|1|\n" + again + "|_|_|\n" + again +
-                         "|b|2|\n" + again + "|_|_|\n" + again + "|c|3|\n" + again + "|_|_|\n");
-}
-
-TEST_F(Paging, WithoutPageBreaksTheCountStillDropsWhereABreakWouldBe) {
+  // Without page breaks the count still drops where a break would be.
   options.InsertPageBreak(false);
-  options.NumLinesPerPage(6);
+  out.str("");
   EXPECT_EQ(Body(0), "\n" + head + "|a|1|\n|_|_|\n|b|2|\n|_|_|\n|c|3|\n|_|_|\n");
   EXPECT_EQ(data->mLinesOnPage, 4);
 }
 
-TEST_F(Paging, TableWithoutColumnHeadingNeverRepeats) {
-  table = std::make_unique<OmPivotTable>();
+TEST_F(FormatTest, TableWithoutColumnHeadingNeverRepeatsItsTopRule) {
   Flat(*table, OmAxis::Row, "R", {"a", "b", "c"}, false);
   for (std::int32_t r = 0; r < 3; ++r)
     table->SetText({r}, std::to_string(r + 1));
+  options.InsertPageBreak(true);
   options.NumLinesPerPage(3);
   EXPECT_EQ(Body(0), "\n|_|_|\n|a|1|\n\f\n|_|_|\n|b|2|\n|_|_|\n\f\n|c|3|\n|_|_|\n");
 }
@@ -628,35 +499,28 @@ TEST_F(Paging, TableWithoutColumnHeadingNeverRepeats) {
 // ---------------------------------------------------------------------------
 // Odd layers and options.
 
-TEST_F(FormatTest, TableWithoutDimensionsIsOneCell) {
+TEST_F(FormatTest, LayersWithoutDimensionsRowsOrColumnsStillPrintACellColumn) {
   table->SetText({}, "only");
   EXPECT_EQ(Matrix(Planned()), (Lines{"|____|", "|only|", "|____|"}));
-  table = std::make_unique<OmPivotTable>();
   // Nothing at all: one blank cell of width 0.
+  table = std::make_unique<OmPivotTable>();
   EXPECT_EQ(Matrix(Planned()), (Lines{"||", "| |", "||"}));
-}
-
-TEST_F(FormatTest, TableWithRowsOnlyHasNoHeadingBand) {
+  // Rows only: no heading band, so the corner label has nowhere to go.
   table = std::make_unique<OmPivotTable>();
   Flat(*table, OmAxis::Row, "Rows", {"a", "b"});
   table->SetText({0}, "1");
   table->SetText({1}, "2");
   EXPECT_EQ(Matrix(Planned()), (Lines{"|_|_|", "|a|1|", "|_|_|", "|b|2|", "|_|_|"}));
-}
-
-TEST_F(FormatTest, TableWithoutDataRowsShowsItsHeadingOverOneBlankRow) {
+  // No data rows: the heading over one blank row, without a cell lookup.
+  options.HideEmptyRowsAndColumns(false);
   table = std::make_unique<OmPivotTable>();
   table->AddDimension(OmAxis::Row, "R");
   Flat(*table, OmAxis::Column, "C", {"p", "q"}, false);
-  options.HideEmptyRowsAndColumns(false);
   EXPECT_EQ(Matrix(Planned()), (Lines{"|_|_|", "|p|q|", "|_|_|", "| | |", "|_|_|"}));
-}
-
-TEST_F(FormatTest, TableWithoutDataColumnsStillHasOneCellColumn) {
+  // No data columns: one more matrix column than row-heading columns.
   table = std::make_unique<OmPivotTable>();
   Flat(*table, OmAxis::Row, "R", {"a", "b"}, false);
   table->AddDimension(OmAxis::Column, "C");
-  options.HideEmptyRowsAndColumns(false);
   Data& d = Planned();
   EXPECT_EQ(d.mColumnWidths.size(), static_cast<std::size_t>(d.mRowHeading.NColumns()) + 1);
   EXPECT_EQ(d.mMatrix.NumColumns(), d.mColumnWidths.size());
