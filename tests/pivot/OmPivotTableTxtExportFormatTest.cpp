@@ -36,7 +36,7 @@ OmDimension& Flat(OmPivotTable& table, OmAxis axis, const std::string& label,
 }
 
 // Rows and columns of single leaves with hidden labels, and a cell text per
-// (row, column); an empty optional text leaves the cell out.
+// (row, column); a null text leaves the cell out.
 std::unique_ptr<OmPivotTable> Grid(const std::vector<std::string>& rows,
                                    const std::vector<std::string>& columns,
                                    const std::vector<std::vector<const char*>>& cells) {
