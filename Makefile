@@ -19,7 +19,7 @@ build: deps
 	cmake --build $(BUILD) -j $(JOBS)
 
 demo: build
-	@$(BUILD)/cli/omtext examples/report.json
+	@$(BUILD)/cli/omtext examples/quarterly-report.json
 
 test: build
 	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
