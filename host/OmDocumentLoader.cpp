@@ -6,6 +6,7 @@
 #include <rapidjson/error/en.h>
 #include <rapidjson/reader.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstring>
@@ -34,9 +35,31 @@ void Fail(Position at, std::string message) {
 
 std::string Quote(std::string_view text) {
   constexpr std::size_t kLongest = 40;
+  // Cut between characters, never inside one, and write control characters
+  // as escapes: a message is one line of valid UTF-8 whatever the key held.
+  std::size_t cut = std::min(text.size(), kLongest);
+  if (cut < text.size()) {
+    while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) --cut;
+  }
   std::string quoted = "\"";
-  quoted.append(text.substr(0, kLongest));
-  if (text.size() > kLongest) quoted.append("...");
+  for (const char c : text.substr(0, cut)) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte >= 0x20) {
+      quoted.push_back(c);
+    } else if (c == '\n') {
+      quoted.append("\\n");
+    } else if (c == '\r') {
+      quoted.append("\\r");
+    } else if (c == '\t') {
+      quoted.append("\\t");
+    } else {
+      static constexpr char kHex[] = "0123456789abcdef";
+      quoted.append("\\u00");
+      quoted.push_back(kHex[byte >> 4]);
+      quoted.push_back(kHex[byte & 15]);
+    }
+  }
+  if (cut < text.size()) quoted.append("...");
   quoted.push_back('"');
   return quoted;
 }
@@ -83,6 +106,13 @@ void EventLog::Replay(Frame& target) const {
         break;
     }
   }
+}
+
+RecorderFrame::~RecorderFrame() {
+  // Each level of a nested value has its own frame, owned by the level
+  // above; unlinking them one by one keeps the stack flat.
+  std::unique_ptr<RecorderFrame> next = std::move(mChild);
+  while (next) next = std::move(next->mChild);
 }
 
 void RecorderFrame::OnKey(std::string_view key, Position at) {
@@ -286,7 +316,10 @@ class SaxHandler {
     return true;
   }
   bool Key(const char* text, rapidjson::SizeType length, bool) {
-    mDispatcher.Key(std::string_view(text, length), Next());
+    const Position at = Next();
+    const std::string_view key(text, length);
+    CheckDecodedUtf8(key, at);
+    mDispatcher.Key(key, at);
     return true;
   }
   bool StartObject() {
@@ -704,6 +737,15 @@ OmOutputTree OmDocumentLoader::Load(std::istream& in) {
                               rapidjson::kParseNumbersAsStringsFlag;
   const rapidjson::ParseResult parsed = reader.Parse<kFlags>(stream, handler);
   if (stream.StoppedAtNul()) Fail(stream.Here(), "the document holds a NUL byte");
-  if (parsed.IsError()) Fail(stream.At(parsed.Offset()), ReaderMessage(parsed.Code()));
+  if (parsed.IsError()) {
+    // The reader calls a raw control character in a string an invalid
+    // escape; it stops in front of that character, behind a true escape.
+    if (parsed.Code() == rapidjson::kParseErrorStringEscapeInvalid &&
+        parsed.Offset() == stream.Tell() && static_cast<unsigned char>(stream.Peek()) < 0x20) {
+      Fail(stream.At(parsed.Offset()),
+           "invalid JSON: a control character in a string must be written as an escape");
+    }
+    Fail(stream.At(parsed.Offset()), ReaderMessage(parsed.Code()));
+  }
   return result;
 }

@@ -123,6 +123,9 @@ class EventLog {
 class RecorderFrame : public Frame {
  public:
   RecorderFrame(Position start, EventLog& log) : Frame(start), mLog(log) {}
+  // Frees the chain of child frames without recursing, however deep the
+  // recorded value was nested.
+  ~RecorderFrame() override;
 
   void OnKey(std::string_view key, Position at) override;
   Frame* OnObject(Position at) override;
