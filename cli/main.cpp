@@ -28,7 +28,7 @@ using omtext::cli::CommandLine;
 constexpr const char* kVersion = "omtext 0.1.0";
 
 int Fail(const std::string& message) {
-  std::cerr << "omtext: " << message << '\n';
+  std::cerr << "omtext: " << omtext::cli::OneLine(message) << '\n';
   return 1;
 }
 
@@ -77,7 +77,7 @@ int RunDestination(const CommandLine& commandLine, OmOutputTree& tree) {
   const BpErrorHandlerScope handler(
       [&fileProblem](const std::string& text, std::int32_t, std::int32_t) {
         fileProblem = true;
-        std::cerr << "omtext: " << text << '\n';
+        std::cerr << "omtext: " << omtext::cli::OneLine(text) << '\n';
       });
   try {
     // A failed write leaves its reason in errno; clear it so that no older
@@ -185,7 +185,8 @@ int main(int argc, char** argv) {
   try {
     commandLine = omtext::cli::ParseCommandLine(std::vector<std::string>(argv + 1, argv + argc));
   } catch (const omtext::cli::UsageError& error) {
-    std::cerr << "omtext: " << error.what() << '\n' << omtext::cli::UsageText();
+    std::cerr << "omtext: " << omtext::cli::OneLine(error.what()) << '\n'
+              << omtext::cli::UsageText();
     return 2;
   }
   if (commandLine.help) {
