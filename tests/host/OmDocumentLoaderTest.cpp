@@ -4,29 +4,16 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 #include "host/OmHeading.h"
 #include "host/OmPageTitle.h"
 #include "host/OmTextBlock.h"
 #include "host/OmTitledPart.h"
+#include "LoaderTestSupport.h"
 
 namespace {
 
-OmOutputTree Load(const std::string& text) {
-  std::istringstream in(text);
-  return OmDocumentLoader::Load(in);
-}
-
-// "LINE:COLUMN: MESSAGE" of the rejection, or "accepted".
-std::string Rejection(const std::string& text) {
-  try {
-    Load(text);
-  } catch (const OmDocumentError& error) {
-    return error.what();
-  }
-  return "accepted";
-}
+using omtext::testing::Load;
+using omtext::testing::Rejection;
 
 // The tree as "level kind text" lines, to compare whole trees at once.
 std::string Describe(OmOutputTree& tree) {

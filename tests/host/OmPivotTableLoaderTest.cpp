@@ -2,27 +2,15 @@
 // the dense data form, and every rejection with its position.
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 #include "host/OmDocumentLoader.h"
+#include "LoaderTestSupport.h"
 #include "host/OmPivotTable.h"
 #include "host/OmText.h"
 
 namespace {
 
-OmOutputTree Load(const std::string& text) {
-  std::istringstream in(text);
-  return OmDocumentLoader::Load(in);
-}
-
-std::string Rejection(const std::string& text) {
-  try {
-    Load(text);
-  } catch (const OmDocumentError& error) {
-    return error.what();
-  }
-  return "accepted";
-}
+using omtext::testing::Load;
+using omtext::testing::Rejection;
 
 // The rejection expected for a document in which a backtick marks where the
 // offending value starts: "LINE:COLUMN: message", the backtick removed.
