@@ -123,6 +123,22 @@ TEST(OmDocumentLoader, DeepNestingIsRefused) {
       << rejection;
 }
 
+TEST(OmDocumentLoader, MessagesAreOneLineOfWholeCharacters) {
+  // Quoted keys and values show control characters as escapes.
+  EXPECT_EQ(Rejection(R"({"output": [{"type": "head\ning"}]})"),
+            "1:22: unknown part type \"head\\ning\"");
+  EXPECT_EQ(Rejection(R"({"output": [{"type": "chart", "\r\t\u0001": 1}]})"),
+            "1:31: key \"\\r\\t\\u0001\" is not allowed in a \"chart\" part");
+  // A long key is cut at 40 bytes, or before a character that spans the cut.
+  EXPECT_EQ(Rejection(R"({"output": [{"type": "chart", ")" + std::string(39, 'k') + "\u00e9z\": 1}]}"),
+            "1:31: key \"" + std::string(39, 'k') + "...\" is not allowed in a \"chart\" part");
+  // Keys are checked for escaped lone surrogates like any other string.
+  EXPECT_EQ(Rejection(R"({"output": [{"\udc00": 1}]})"),
+            "1:14: the string is not valid UTF-8 (an escape encodes a lone surrogate)");
+  EXPECT_EQ(Rejection("{\"output\": [\"a\tb\"]}"),
+            "1:15: invalid JSON: a control character in a string must be written as an escape");
+}
+
 TEST(OmDocumentLoader, ReadsAcrossChunkBoundaries) {
   // Lines long enough to cross the reader's 64 KiB chunks, with an error
   // after them, checks the positions the stream keeps across refills.
