@@ -7,7 +7,7 @@ ifeq ($(CI),true)
 CMAKE_FLAGS += -DOMTEXT_WERROR=ON
 endif
 
-.PHONY: all deps build demo test test-sanitize bench install clean
+.PHONY: all deps build demo test test-sanitize bench install clean fuzz
 
 all: build
 
@@ -36,3 +36,10 @@ test-sanitize: deps
 
 clean:
 	rm -rf $(BUILD) $(SANITIZE_BUILD)
+
+# Fuzzing (clang-14, libFuzzer): the saved corpus in fuzz/corpus as a
+# regression pass, then each target for FUZZ_SECONDS. FUZZ_MERGE=1 folds new
+# coverage back into fuzz/corpus.
+FUZZ_SECONDS ?= 60
+fuzz:
+	JOBS=$(JOBS) FUZZ_CMAKE_FLAGS="$(CMAKE_FLAGS)" scripts/fuzz.sh $(FUZZ_SECONDS)
