@@ -4,8 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <limits>
+#include <random>
 
 namespace {
 
@@ -73,6 +76,32 @@ TEST(OmNumberCell, WithDecimalsFormatsAsPrintfFixed) {
   EXPECT_EQ(OmNumberCell(2.5, 0).GetText(), "2");
   EXPECT_EQ(OmNumberCell(-0.0, 1).GetText(), "-0.0");
   EXPECT_EQ(OmNumberCell(100, 1).GetText(), "100.0");
+}
+
+// Up to 4 decimals take a shorter path than the general conversion: ties,
+// signs that round to zero, the edge of its range and arbitrary bit patterns
+// must still come out as printf has them.
+TEST(OmNumberCell, FewDecimalsMatchPrintfOnTiesEdgesAndRandomValues) {
+  const double edges[] = {0.375,  0.0625, 1.005, 0.045,     -0.001,  -0.00004, 0.00005,
+                          2.5e-5, 8.5,    9.5,   899999999999999.5, 9.0e14, 9.0e18, 9.5e18};
+  std::mt19937_64 random(7);
+  for (int i = 0; i < 50000; ++i) {
+    double value = 0;
+    if (i < static_cast<int>(std::size(edges))) {
+      value = edges[i];
+    } else if (i % 2 == 0) {
+      const std::uint64_t bits = random();
+      std::memcpy(&value, &bits, sizeof value);
+    } else {
+      // Values on a grid of halves of the last decimal, where ties live.
+      value = static_cast<double>(static_cast<std::int64_t>(random() % 2000001) - 1000000) /
+              static_cast<double>(std::int64_t{1} << (random() % 16));
+    }
+    for (int decimals = 0; decimals <= 4; ++decimals) {
+      ASSERT_EQ(OmNumberCell(value, decimals).GetText(), PrintfDecimals(decimals, value))
+          << value << " with " << decimals;
+    }
+  }
 }
 
 TEST(OmNumberCell, DecimalsOutsideTheRangeAreClamped) {
