@@ -1,6 +1,7 @@
 // Pivot-table cell storage.
 #include "host/OmCellStore.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <utility>
@@ -15,6 +16,8 @@ struct OmCellStore::Shape {
   std::vector<std::uint64_t> strides;
   bool linear = true;
   std::uint64_t span = 1;
+  // Layers start as arrays when this many cells are expected in each.
+  std::uint64_t expected = 0;
 };
 
 namespace {
@@ -24,6 +27,9 @@ constexpr std::uint64_t kEmptyKey = std::numeric_limits<std::uint64_t>::max();
 // larger than an empty hash table, so that a table of many thin layers
 // costs memory in proportion to its cells.
 constexpr std::uint64_t kSmallSpan = 32;
+
+// A layer filled to a quarter of its slots costs no more as an array.
+bool IsDenseEnough(std::uint64_t cells, std::uint64_t span) { return cells >= span / 4 + (span % 4 != 0); }
 
 struct Slot {
   std::uint64_t key;
@@ -36,7 +42,7 @@ struct Slot {
 class OmCellStore::Layer {
  public:
   explicit Layer(const Shape& shape) : mShape(shape) {
-    if (shape.linear && shape.span <= kSmallSpan) {
+    if (shape.linear && (shape.span <= kSmallSpan || IsDenseEnough(shape.expected, shape.span))) {
       mDense.assign(static_cast<std::size_t>(shape.span), nullptr);
       mMode = Mode::Dense;
     } else if (!shape.linear) {
@@ -72,8 +78,7 @@ class OmCellStore::Layer {
       case Mode::Sparse: {
         const std::uint64_t key = Key(index);
         if (mSparse[Probe(key)].key != kEmptyKey) return false;
-        // A layer filled to a quarter of its slots costs no more as an array.
-        if (static_cast<std::uint64_t>(mCount + 1) * 4 >= mShape.span) {
+        if (IsDenseEnough(mCount + 1, mShape.span)) {
           MakeDense();
           return Insert(index, cell);
         }
@@ -218,6 +223,16 @@ OmCellStore::OmCellStore(const std::vector<std::int32_t>& sizes, const std::vect
     span *= size;
   }
   mShape->span = span;
+  for (const std::int32_t d : mLayerDims) {
+    const auto size = static_cast<std::uint64_t>(std::max(sizes[static_cast<std::size_t>(d)], 1));
+    mLayerCount = mLayerCount > std::numeric_limits<std::uint64_t>::max() / size
+                      ? std::numeric_limits<std::uint64_t>::max()
+                      : mLayerCount * size;
+  }
+}
+
+void OmCellStore::Expect(std::int64_t cells) {
+  mShape->expected = cells > 0 ? static_cast<std::uint64_t>(cells) / mLayerCount : 0;
 }
 
 OmCellStore::~OmCellStore() = default;

@@ -30,6 +30,10 @@ class OmCellStore {
   // false and stores nothing when the index holds a cell already. Throws
   // std::bad_alloc when memory runs out; the store is then unchanged.
   bool Insert(const std::int32_t* index, const OmCellText* cell);
+  // Says that about cells cells are coming, spread evenly over the layers:
+  // layers made from now on that this would fill densely enough start as
+  // arrays.
+  void Expect(std::int64_t cells);
   // The number of cells stored.
   std::int64_t Count() const { return mCount; }
   // The number of cells in the layer whose positions layerIndex holds (one
@@ -58,6 +62,8 @@ class OmCellStore {
   std::vector<std::int32_t> mLayerDims;
   std::int32_t mNDimensions = 0;
   std::int64_t mCount = 0;
+  // The number of layers the table's layer dimensions make, saturating.
+  std::uint64_t mLayerCount = 1;
   // Without layer dimensions every cell is in mSingle; otherwise the layers
   // are found by the bytes of their positions.
   std::unique_ptr<Layer> mSingle;

@@ -26,6 +26,7 @@ struct OmPivotTable::Data {
   std::deque<OmStringCell> texts;
   std::vector<std::unique_ptr<OmCellText>> owned;
   std::unique_ptr<OmCellStore> store;
+  std::int64_t expected = 0;
 };
 
 namespace {
@@ -146,6 +147,7 @@ void OmPivotTable::Freeze() {
     layer.push_back(dimension->Axis() == OmAxis::Layer);
   }
   mData->store = std::make_unique<OmCellStore>(sizes, layer);
+  mData->store->Expect(mData->expected);
   mData->sizes = std::move(sizes);
   for (auto& dimension : mData->dimensions) dimension->mFrozen = true;
 }
@@ -206,6 +208,11 @@ OmNumberCell& OmPivotTable::SetNumber(const std::vector<std::int32_t>& index, do
 
 OmStringCell& OmPivotTable::SetText(const std::vector<std::int32_t>& index, std::string text) {
   return Emplace<OmStringCell>(index, std::move(text));
+}
+
+void OmPivotTable::ExpectCells(std::int64_t count) {
+  mData->expected = count;
+  if (mData->store) mData->store->Expect(count);
 }
 
 const OmCellText* OmPivotTable::Cell(const std::vector<std::int32_t>& index) const {

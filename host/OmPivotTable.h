@@ -91,6 +91,10 @@ class OmPivotTable : public OmOutputPart {
   OmNumberCell& SetNumber(const std::vector<std::int32_t>& index, double value);
   OmNumberCell& SetNumber(const std::vector<std::int32_t>& index, double value, int decimals);
   OmStringCell& SetText(const std::vector<std::int32_t>& index, std::string text);
+  // Says that about count cells are coming, spread evenly over the layers,
+  // so that a densely filled table gets its final layout from the first
+  // cell rather than growing into it. Only a hint: any number may follow.
+  void ExpectCells(std::int64_t count);
 
   // The cell at index; null where there is none, or where index does not
   // have one entry per dimension or an entry is out of range.

@@ -2,7 +2,10 @@
 // their category trees, the sparse "cells" list and the dense "data" form.
 // Cells are stored as they stream in once the table's dimensions are known;
 // "cells" or "data" that come before "dimensions" are recorded and replayed.
+#include <algorithm>
 #include <array>
+#include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 #include <utility>
@@ -812,6 +815,14 @@ Frame* PivotTableBody::OnArray(Position at) {
       return mCellsList.get();
     case kData:
       if (mTable->NDimensions() > 0) {
+        // The dense form names every position, so the table is as full as
+        // the list is long; nulls aside, that is the number of cells.
+        std::int64_t positions = 1;
+        for (std::int32_t d = 0; d < mTable->NDimensions(); ++d) {
+          const std::int64_t leaves = mTable->Dimension(d).NLeaves();
+          positions = leaves == 0 ? 0 : std::min(positions, std::numeric_limits<std::int64_t>::max() / leaves) * leaves;
+        }
+        mTable->ExpectCells(positions);
         mDenseIndex = mTable->SizeVector();
         if (!mDataList) mDataList = std::make_unique<DataListFrame>(*this, 0);
         mDataList->Reopen(at);
