@@ -3,9 +3,8 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <cstdint>
-#include <limits>
+#include <cstring>
 
 struct OmCellText::Extras {
   std::vector<std::int16_t> footnotes;
@@ -16,37 +15,46 @@ namespace {
 const std::vector<std::int16_t> kNoFootnotes;
 const std::vector<std::string> kNoMarkers;
 
-// Writes value with up to 4 decimals into out, rounded to nearest with ties
+// Writes value with up to 3 decimals into out, rounded to nearest with ties
 // to even as std::to_chars does, and returns the end; null when the value is
-// out of this path's reach. Tables are mostly such numbers, and the general
-// conversion costs several times as much. With 4 decimals the scaled value
-// needs at most 53 + 10 significant bits, so the long double product and the
-// fraction split are exact.
+// out of this path's reach (at least 2^52, or not finite). Tables are mostly
+// such numbers, and the general conversion costs several times as much. The
+// value is m * 2^-s exactly, so m * 10^decimals (below 2^63) shifted right by
+// s is the scaled value, and the bits shifted out decide the rounding.
 char* FormatFixedShort(double value, int decimals, char* out) {
-  if constexpr (std::numeric_limits<long double>::digits < 64) {
-    return nullptr;
-  } else {
-    static constexpr long double kScale[] = {1.0L, 10.0L, 100.0L, 1000.0L, 10000.0L};
-    if (decimals < 0 || decimals > 4 || !std::isfinite(value)) return nullptr;
-    const long double scaled = std::fabs(static_cast<long double>(value)) * kScale[decimals];
-    if (!(scaled < 9.0e18L)) return nullptr;
-    auto whole = static_cast<std::uint64_t>(scaled);
-    const long double fraction = scaled - static_cast<long double>(whole);
-    if (fraction > 0.5L || (fraction == 0.5L && (whole & 1U) != 0)) ++whole;
-    char digits[24];
-    int count = 0;
-    do {
-      digits[count++] = static_cast<char>('0' + whole % 10);
-      whole /= 10;
-    } while (whole != 0 || count <= decimals);
-    if (std::signbit(value)) *out++ = '-';
-    while (count > decimals) *out++ = digits[--count];
-    if (decimals > 0) {
-      *out++ = '.';
-      while (count > 0) *out++ = digits[--count];
-    }
-    return out;
+  static constexpr std::uint64_t kScale[] = {1, 10, 100, 1000};
+  if (decimals < 0 || decimals > 3) return nullptr;
+  std::uint64_t bits = 0;
+  std::memcpy(&bits, &value, sizeof bits);
+  const auto biased = static_cast<int>((bits >> 52) & 0x7FF);
+  std::uint64_t mantissa = bits & ((std::uint64_t{1} << 52) - 1);
+  int shift = 1074;  // subnormal numbers
+  if (biased != 0) {
+    mantissa |= std::uint64_t{1} << 52;
+    shift = 1075 - biased;
   }
+  if (shift <= 0) return nullptr;  // 2^52 and beyond, infinities, NaN
+  const std::uint64_t scaled = mantissa * kScale[decimals];
+  std::uint64_t whole = 0;
+  if (shift < 64) {
+    whole = scaled >> shift;
+    const std::uint64_t rest = scaled & ((std::uint64_t{1} << shift) - 1);
+    const std::uint64_t half = std::uint64_t{1} << (shift - 1);
+    if (rest > half || (rest == half && (whole & 1U) != 0)) ++whole;
+  }  // else the scaled value is below 2^63 / 2^64, which rounds to 0
+  char digits[24];
+  int count = 0;
+  do {
+    digits[count++] = static_cast<char>('0' + whole % 10);
+    whole /= 10;
+  } while (whole != 0 || count <= decimals);
+  if ((bits >> 63) != 0) *out++ = '-';
+  while (count > decimals) *out++ = digits[--count];
+  if (decimals > 0) {
+    *out++ = '.';
+    while (count > 0) *out++ = digits[--count];
+  }
+  return out;
 }
 }  // namespace
 

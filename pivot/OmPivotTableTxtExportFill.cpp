@@ -170,9 +170,8 @@ void OmPivotTableTxtExport::Data::FillBands(NodeList& nodes, std::int32_t width,
 
 void OmPivotTableTxtExport::Data::FillRowSeparator(NodeList& nodes, std::int32_t line,
                                                    std::int32_t band, std::int32_t column) {
-  const std::string rowSeparator = mOptions.RowSeparator();
   const std::size_t lines = mMatrix.NumLines();
-  if (rowSeparator.empty() || line < 0 || static_cast<std::size_t>(line) >= lines)
+  if (SeparatorFlag() == 0 || line < 0 || static_cast<std::size_t>(line) >= lines)
     return;
   const auto at = static_cast<std::size_t>(line);
   if (!mMatrix.IsEmpty(at, static_cast<std::size_t>(column)))
@@ -207,12 +206,21 @@ void OmPivotTableTxtExport::Data::FillRowSeparator(NodeList& nodes, std::int32_t
     mMatrix.ClearPiece(at, static_cast<std::size_t>(c));
   }
 
+  std::int64_t target =
+      std::int64_t{mColumnWidths[static_cast<std::size_t>(column)]} + node.ExtraWidth();
+  if (span > 1)
+    target += (span - 1) * mStringFolder->GetStringLength(mOptions.ColumnSeparator());
+  mMatrix.SetPiece(at, static_cast<std::size_t>(column), RulePiece(target, column == 0));
+}
+
+const std::string& OmPivotTableTxtExport::Data::RulePiece(std::int64_t target, bool firstColumn) {
+  if (target == mRuleTarget && firstColumn == mRuleFirstColumn)
+    return mRulePiece;
+  const std::string rowSeparator = mOptions.RowSeparator();
   const std::string columnSeparator = mOptions.ColumnSeparator();
-  std::int64_t target = std::int64_t{mColumnWidths[static_cast<std::size_t>(column)]} +
-                        node.ExtraWidth() +
-                        (span - 1) * mStringFolder->GetStringLength(columnSeparator);
   std::string piece;
-  if (column == 0) {
+  const std::int64_t wanted = target;
+  if (firstColumn) {
     piece = columnSeparator;
     target += static_cast<std::int64_t>(columnSeparator.size());
   }
@@ -233,7 +241,10 @@ void OmPivotTableTxtExport::Data::FillRowSeparator(NodeList& nodes, std::int32_t
     }
   }
   piece.append(columnSeparator);
-  mMatrix.SetPiece(at, static_cast<std::size_t>(column), piece);
+  mRulePiece = std::move(piece);
+  mRuleTarget = wanted;
+  mRuleFirstColumn = firstColumn;
+  return mRulePiece;
 }
 
 void OmPivotTableTxtExport::Data::InsertExtraRows(std::int32_t band, std::int32_t firstLine,

@@ -55,6 +55,9 @@ struct OmPivotTableTxtExport::Data {
   OmVector<OmNodeColumn> mRowHeadColumns;
   OmVector<OmNodeColumn> mColHeadColumns;
   std::unique_ptr<OmStringFolder> mStringFolder;
+  std::string mRulePiece;
+  std::int64_t mRuleTarget = -1;
+  bool mRuleFirstColumn = false;
 
   // Width planning (OmPivotTableTxtExportPlanning.cpp).
   void PrepareFormatting();
@@ -94,6 +97,10 @@ struct OmPivotTableTxtExport::Data {
   void FillTableColumn(std::int32_t column);
   void FillRowSeparator(NodeList& nodes, std::int32_t line, std::int32_t band,
                         std::int32_t column);
+  // The piece of a rule target display positions wide, with the left edge
+  // in the first column; the last one made is kept, as a column's rules
+  // are mostly alike.
+  const std::string& RulePiece(std::int64_t target, bool firstColumn);
   void InsertExtraRows(std::int32_t band, std::int32_t firstLine, std::int32_t column,
                        std::int32_t lines, std::int32_t plannedLines);
 
