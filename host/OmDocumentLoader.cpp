@@ -179,10 +179,10 @@ void KeySet::Mark(int k, std::string_view key, Position at) {
 namespace {
 
 // The reader's input: the document in chunks, with the line and column of
-// the start of the latest token. After Arm(1) the start is caught by the
-// first byte taken that is neither white space nor a comma or colon, which is
-// exactly where the next value or key begins. The reader reports brackets
-// before it takes them; Arm(2) then lets the bracket itself pass.
+// the start of the latest token. The reader skips white space before every
+// token (values, keys, brackets, commas and colons alike) and reports a value
+// or key once it has taken it whole, a bracket before taking it; so where the
+// latest skip stopped is where the reported token began.
 class TrackingStream {
  public:
   using Ch = char;
@@ -201,9 +201,6 @@ class TrackingStream {
   Ch Take() {
     const Ch c = *mCurrent;
     if (mCurrent == mLast) return c;
-    if (mArmed != 0 && c != ' ' && c != '\n' && c != '\r' && c != '\t' && c != ',' && c != ':') {
-      if (--mArmed == 0) mToken = Here();
-    }
     ++mCurrent;
     if (c == '\n') {
       ++mLine;
@@ -224,7 +221,20 @@ class TrackingStream {
   void Flush() {}
   std::size_t PutEnd(Ch*) { return 0; }
 
-  void Arm(int skip) { mArmed = skip; }
+  // Skips the white space the reader skips, and notes where it stops.
+  void SkipWhitespace() {
+    while (mCurrent != mLast) {
+      const Ch c = *mCurrent;
+      if (c != ' ' && c != '\n' && c != '\r' && c != '\t') break;
+      ++mCurrent;
+      if (c == '\n') {
+        ++mLine;
+        mLineStart = Tell();
+      }
+      if (mCurrent == mLast) Refill();
+    }
+    mToken = Here();
+  }
   Position Token() const { return mToken; }
   Position Here() const {
     return Position{mLine, static_cast<std::int64_t>(Tell() - mLineStart) + 1};
@@ -269,9 +279,12 @@ class TrackingStream {
   bool mNul = false;
   std::int64_t mLine = 1;
   std::size_t mLineStart = 0;
-  int mArmed = 1;
   Position mToken;
 };
+
+// Found by argument-dependent lookup, in preference to the reader's own
+// template, which would go through Peek and Take a byte at a time.
+void SkipWhitespace(TrackingStream& stream) { stream.SkipWhitespace(); }
 
 // A decoded string holds invalid UTF-8 only where an escape named a lone
 // low surrogate (the reader checks raw bytes and surrogate pairs itself).
@@ -323,19 +336,19 @@ class SaxHandler {
     return true;
   }
   bool StartObject() {
-    mDispatcher.StartObject(NextBracket());
+    mDispatcher.StartObject(Next());
     return true;
   }
   bool StartArray() {
-    mDispatcher.StartArray(NextBracket());
+    mDispatcher.StartArray(Next());
     return true;
   }
   bool EndObject(rapidjson::SizeType) {
-    mDispatcher.End(NextBracket());
+    mDispatcher.End(Next());
     return true;
   }
   bool EndArray(rapidjson::SizeType) {
-    mDispatcher.End(NextBracket());
+    mDispatcher.End(Next());
     return true;
   }
   // Numbers arrive as raw text only (the reader is told so).
@@ -346,18 +359,8 @@ class SaxHandler {
   bool Double(double) { return false; }
 
  private:
-  // The position of a scalar or key, which the reader has taken whole.
-  Position Next() {
-    const Position at = mStream.Token();
-    mStream.Arm(1);
-    return at;
-  }
-  // The position of a bracket, which the reader has not taken yet.
-  Position NextBracket() {
-    const Position at = mStream.Here();
-    mStream.Arm(2);
-    return at;
-  }
+  // The position of the token just reported.
+  Position Next() const { return mStream.Token(); }
 
   TrackingStream& mStream;
   Dispatcher mDispatcher;
