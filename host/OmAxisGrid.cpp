@@ -36,7 +36,8 @@ bool Span(const std::vector<std::int32_t>& sizes, std::uint64_t& span) {
 
 OmAxisGrid::OmAxisGrid(const OmPivotTable& table, OmAxis axis,
                        const std::vector<std::int32_t>& layerIndex, bool hideEmpty,
-                       bool labelPositions) {
+                       bool labelPositions)
+    : mNDimensions(static_cast<std::size_t>(table.NDimensions())) {
   const std::vector<std::int32_t>& dims = table.AxisDimensions(axis);
   BuildBlocks(table, dims, labelPositions);
 
@@ -179,8 +180,23 @@ void OmAxisGrid::SortedCombinations(const OmPivotTable& table,
   mNCombinations = static_cast<std::int32_t>(count);
 }
 
+OmNodeColumn OmAxisGrid::NodesOfCombination(std::int32_t combination) const {
+  OmNodeColumn nodes;
+  if (combination < 0 || combination >= mNCombinations) return nodes;
+  for (std::int32_t p = 0; p < mNPositions; ++p) nodes.push_back(At(combination, p));
+  return nodes;
+}
+
+OmNodeColumn OmAxisGrid::NodesAtPosition(std::int32_t position) const {
+  OmNodeColumn nodes;
+  if (position < 0 || position >= mNPositions) return nodes;
+  for (std::int32_t c = 0; c < mNCombinations; ++c) nodes.push_back(At(c, position));
+  return nodes;
+}
+
 void OmAxisGrid::Fill(std::vector<std::int32_t>& index, std::int32_t combination) const {
   if (combination < 0 || combination >= mNCombinations) return;
+  if (index.size() < mNDimensions) index.resize(mNDimensions, 0);
   const std::size_t k = mBlocks.size();
   for (std::size_t i = 0; i < k; ++i) {
     index[static_cast<std::size_t>(mBlocks[i].dimension)] =

@@ -49,8 +49,13 @@ class OmAxisGrid {
                        static_cast<std::size_t>(position - block.first)];
   }
 
-  // Writes the combination's leaf positions into index, which must have one
-  // entry per table dimension; a combination out of range writes nothing.
+  // The nodes of one combination at every heading position, and the nodes at
+  // one heading position across every combination; empty when out of range.
+  OmNodeColumn NodesOfCombination(std::int32_t combination) const;
+  OmNodeColumn NodesAtPosition(std::int32_t position) const;
+
+  // Writes the combination's leaf positions into index, first growing it to
+  // one entry per table dimension; a combination out of range writes nothing.
   void Fill(std::vector<std::int32_t>& index, std::int32_t combination) const;
 
  private:
@@ -66,6 +71,7 @@ class OmAxisGrid {
   std::vector<std::int32_t> mBlockOf;
   std::int32_t mNPositions = 0;
   std::int32_t mNCombinations = 0;
+  std::size_t mNDimensions = 0;
   // For combination c, entries c * blocks .. c * blocks + blocks - 1: the
   // leaf position of each dimension of the axis.
   std::vector<std::int32_t> mLeaves;

@@ -17,11 +17,9 @@ std::vector<std::int32_t> LayerIndex(const OmDisplayLayerHeading& layer) {
 
 struct OmDisplayColumnHeading::Data {
   Data(OmDisplayLayerHeading& layer, bool hideEmpty)
-      : table(&layer.Table()),
-        grid(layer.Table(), OmAxis::Column, LayerIndex(layer), hideEmpty, true),
+      : grid(layer.Table(), OmAxis::Column, LayerIndex(layer), hideEmpty, true),
         columns(static_cast<std::size_t>(grid.NCombinations())) {}
 
-  const OmPivotTable* table;
   OmAxisGrid grid;
   // Table columns made so far; null until asked for.
   mutable std::vector<std::unique_ptr<OmNodeColumn>> columns;
@@ -43,22 +41,15 @@ const OmNodeColumn& OmDisplayColumnHeading::Column(std::int32_t j) const {
   if (j < 0 || j >= NColumns()) return kNone;
   std::unique_ptr<OmNodeColumn>& column = mData->columns[static_cast<std::size_t>(j)];
   if (!column) {
-    auto made = std::make_unique<OmNodeColumn>();
-    for (std::int32_t r = 0; r < NRows(); ++r) made->push_back(mData->grid.At(j, r));
-    column = std::move(made);
+    column = std::make_unique<OmNodeColumn>(mData->grid.NodesOfCombination(j));
   }
   return *column;
 }
 
 OmNodeColumn OmDisplayColumnHeading::Row(std::int32_t r) const {
-  OmNodeColumn row;
-  if (r < 0 || r >= NRows()) return row;
-  for (std::int32_t j = 0; j < NColumns(); ++j) row.push_back(mData->grid.At(j, r));
-  return row;
+  return mData->grid.NodesAtPosition(r);
 }
 
 void OmDisplayColumnHeading::Fill(std::vector<std::int32_t>& index, std::int32_t j) const {
-  const auto size = static_cast<std::size_t>(mData->table->NDimensions());
-  if (index.size() < size) index.resize(size, 0);
   mData->grid.Fill(index, j);
 }

@@ -53,18 +53,13 @@ const OmNodeColumn& OmDisplayRowHeading::Column(std::int32_t i) const {
   if (i < 0 || i >= NColumns()) return kNone;
   std::unique_ptr<OmNodeColumn>& column = mData->columns[static_cast<std::size_t>(i)];
   if (!column) {
-    auto made = std::make_unique<OmNodeColumn>();
-    for (std::int32_t r = 0; r < NRows(); ++r) made->push_back(mData->grid.At(r, i));
-    column = std::move(made);
+    column = std::make_unique<OmNodeColumn>(mData->grid.NodesAtPosition(i));
   }
   return *column;
 }
 
 OmNodeColumn OmDisplayRowHeading::Row(std::int32_t r) const {
-  OmNodeColumn row;
-  if (r < 0 || r >= NRows()) return row;
-  for (std::int32_t i = 0; i < NColumns(); ++i) row.push_back(mData->grid.At(r, i));
-  return row;
+  return mData->grid.NodesOfCombination(r);
 }
 
 const std::vector<const OmCellText*>& OmDisplayRowHeading::CornerText() const {
@@ -72,7 +67,5 @@ const std::vector<const OmCellText*>& OmDisplayRowHeading::CornerText() const {
 }
 
 void OmDisplayRowHeading::Fill(std::vector<std::int32_t>& index, std::int32_t r) const {
-  const auto size = static_cast<std::size_t>(mData->table->NDimensions());
-  if (index.size() < size) index.resize(size, 0);
   mData->grid.Fill(index, r);
 }
