@@ -40,6 +40,9 @@ struct OmPivotTableTxtExport::Data {
   Data(const Data&) = delete;
   Data& operator=(const Data&) = delete;
 
+  // Ends the line with a line feed and writes it in one call.
+  void WriteLine(std::string& line);
+
   // The layer's state, in construction order.
   OmDisplayLayerHeading& mLayerHeading;
   OmDisplayColumnHeading mColumnHeading;

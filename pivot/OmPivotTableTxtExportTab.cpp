@@ -12,15 +12,6 @@
 
 using Data = OmPivotTableTxtExport::Data;
 
-namespace {
-
-void WriteLine(std::ostream& out, std::string& line) {
-  line.push_back('\n');
-  out.write(line.data(), static_cast<std::streamsize>(line.size()));
-}
-
-}  // namespace
-
 void Data::TabExport() {
   const std::int32_t headingColumns = mRowHeading.NColumns();
   const std::int32_t headingRows = mColumnHeading.NRows();
@@ -50,7 +41,7 @@ void Data::TabExport() {
       if (i + 1 < level.size())
         line += '\t';
     }
-    WriteLine(mStream, line);
+    WriteLine(line);
   }
 
   std::vector<std::int32_t> index = mLayerHeading.Table().SizeVector();
@@ -102,5 +93,5 @@ void Data::PrintCells(std::vector<std::int32_t>& index) {
     // A table without column dimensions has one data column.
     line = GetCellText(table.Cell(index));
   }
-  WriteLine(mStream, line);
+  WriteLine(line);
 }

@@ -12,14 +12,10 @@
 
 using Data = OmPivotTableTxtExport::Data;
 
-namespace {
-
-void WriteLine(std::ostream& out, std::string& line) {
+void Data::WriteLine(std::string& line) {
   line.push_back('\n');
-  out.write(line.data(), static_cast<std::streamsize>(line.size()));
+  mStream.write(line.data(), static_cast<std::streamsize>(line.size()));
 }
-
-}  // namespace
 
 std::string Data::GetCellText(const OmCellText* cell) {
   // Made on the first call and kept for the life of the process.
@@ -85,7 +81,7 @@ void Data::PrintFootnotes() {
     line = mFootnoter.NoteMarker(i);
     line += separator;
     line += mFootnoter.Note(i);
-    WriteLine(mStream, line);
+    WriteLine(line);
     CountLine();
     // The list tests after each line it printed.
     if (mLinesOnPage >= mOptions.NumLinesPerPage())
@@ -107,7 +103,7 @@ void OmPivotTableTxtExport::PrintLayerHeading() const {
   std::string line;
   if (title == 1) {
     line = data.GetCellText(&table.Title());
-    WriteLine(data.mStream, line);
+    data.WriteLine(line);
     data.CountLine();
   }
   const char separator = data.mOptions.TabSeparated() ? '\t' : ' ';
@@ -120,7 +116,7 @@ void OmPivotTableTxtExport::PrintLayerHeading() const {
         line += data.GetCellText(node->Label());
       line += separator;
     }
-    WriteLine(data.mStream, line);
+    data.WriteLine(line);
     data.CountLine();
   }
 }
@@ -144,7 +140,7 @@ void OmPivotTableTxtExport::PrintLayerFooter() const {
       c = '\n';
   }
   // However many line feeds it holds, the caption counts as one line.
-  WriteLine(data.mStream, text);
+  data.WriteLine(text);
   data.CountLine();
   data.PrintFootnotes();
 }
