@@ -11,6 +11,7 @@
 #include <sys/stat.h>
 
 #include "cli/CommandLine.h"
+#include "cli/Deliver.h"
 #include "cli/OutputFile.h"
 #include "cli/RenderLimits.h"
 #include "destination/TextTreeVisitor.h"
@@ -18,7 +19,6 @@
 #include "export/OmTextExportOptions.h"
 #include "host/BpError.h"
 #include "host/OmDocumentLoader.h"
-#include "host/OmPageTitle.h"
 #include "host/OmPlatform.h"
 
 namespace {
@@ -93,15 +93,7 @@ int RunDestination(const CommandLine& commandLine, OmOutputTree& tree) {
                   (error != 0 ? ": " + std::string(std::strerror(error)) : ""));
     }
     if (fileProblem) return 1;
-    while (!tree.Empty()) {
-      OmOutputTree part = tree.ExtractFirst();
-      if (auto* title = dynamic_cast<OmPageTitle*>(part.Begin().Value())) {
-        std::string subtitle = title->Subtitle();
-        destination.SetPageTitle(title->Title(), subtitle);
-      } else {
-        destination.EndProcedure(part);
-      }
-    }
+    omtext::cli::DeliverDocument(tree, destination);
     destination.Close();
   } catch (const std::ios_base::failure&) {
     const int error = errno;

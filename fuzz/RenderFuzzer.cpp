@@ -28,6 +28,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/Deliver.h"
 #include "cli/RenderLimits.h"
 #include "destination/TextTreeVisitor.h"
 #include "export/OmTextExport.h"
@@ -36,7 +37,6 @@
 #include "host/OmCellText.h"
 #include "host/OmDocumentLoader.h"
 #include "host/OmHeading.h"
-#include "host/OmPageTitle.h"
 #include "host/OmPivotTable.h"
 #include "host/OmPlatform.h"
 
@@ -169,15 +169,7 @@ std::string Render(OmOutputTree& tree, const OmTextExportOptions& options, bool 
 void RenderToDestination(OmOutputTree& tree, bool tabSeparated) {
   TextTreeVisitor destination;
   destination.SetTextTreeParameters(tabSeparated, "/dev/null");
-  while (!tree.Empty()) {
-    OmOutputTree part = tree.ExtractFirst();
-    if (auto* title = dynamic_cast<OmPageTitle*>(part.Begin().Value())) {
-      std::string subtitle = title->Subtitle();
-      destination.SetPageTitle(title->Title(), subtitle);
-    } else {
-      destination.EndProcedure(part);
-    }
-  }
+  omtext::cli::DeliverDocument(tree, destination);
   destination.Close();
 }
 
