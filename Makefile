@@ -7,7 +7,7 @@ ifeq ($(CI),true)
 CMAKE_FLAGS += -DOMTEXT_WERROR=ON
 endif
 
-.PHONY: all deps build demo test test-sanitize bench install clean fuzz
+.PHONY: all deps build demo test test-sanitize bench bench-quick install clean fuzz
 
 all: build
 
@@ -43,3 +43,20 @@ clean:
 FUZZ_SECONDS ?= 60
 fuzz:
 	JOBS=$(JOBS) FUZZ_CMAKE_FLAGS="$(CMAKE_FLAGS)" scripts/fuzz.sh $(FUZZ_SECONDS)
+
+# Side-by-side timings against column -t, tabulate and pandas (bench/compare.sh;
+# ROWS="100000" for one size). Not part of make test.
+ROWS ?= 10000 100000 1000000
+bench: deps
+	bench/compare.sh $(ROWS)
+
+# The Google Benchmarks of the hot paths at 10,000 rows and the folder cases,
+# in Release: a regression guard that runs in under a minute.
+BENCH_BUILD ?= build-bench
+bench-quick: deps
+	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=Release -DOMTEXT_BUILD_TESTS=OFF >/dev/null
+	cmake --build $(BENCH_BUILD) -j $(JOBS) --target BM_Loader BM_Host BM_Fold BM_Export
+	@for b in BM_Loader BM_Host BM_Export; do \
+	  $(BENCH_BUILD)/bench/$$b --benchmark_filter='/10000$$|rows:10000/' --benchmark_min_time=0.2 || exit 1; \
+	done
+	$(BENCH_BUILD)/bench/BM_Fold --benchmark_filter='ShortNumber|TwoWordLabel|Paragraph/|ManyWordsIntoOneRow/25000' --benchmark_min_time=0.2

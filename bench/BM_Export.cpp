@@ -1,7 +1,9 @@
-// Formatted export of one pivot table of 10 statistics under two nested row
-// dimensions, at 10,000 and 100,000 rows, with no line width and narrowed to
-// 100 columns. Time per row must stay flat as the table grows: planning,
-// folding and the text matrix's line insertions are all linear.
+// Export of one pivot table of 10 statistics under two nested row dimensions,
+// at 10,000 and 100,000 rows: formatted with no line width and narrowed to
+// 100 columns, and tab-separated, both for one layer's exporter alone and
+// through OmTextExport. Time per row must stay flat as the table grows:
+// planning, folding, the text matrix's line insertions and the tab lines are
+// all linear. The output goes to a stream that only counts it.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
@@ -96,5 +98,44 @@ BENCHMARK(BM_OmPivotTableTxtExport_Formatted)
     ->Args({10000, 100})
     ->Args({100000, 100})
     ->Unit(benchmark::kMillisecond);
+
+// One layer's exporter (its headings included) and its body, as the visit
+// makes and prints them.
+void BM_OmPivotTableTxtExport_TabLayer(benchmark::State& state) {
+  const std::int64_t rows = state.range(0);
+  OmPivotTable& table = Table(Tree(rows));
+  OmTextExportOptions options;
+  options.TabSeparated(true);
+  CountingBuffer buffer;
+  std::ostream out(&buffer);
+  for (auto _ : state) {
+    OmDisplayLayerHeading layer(table, options.HideEmptyRowsAndColumns());
+    layer.LastLayer();
+    OmPivotTableTxtExport exporter(layer, options, out, 0);
+    exporter.PrintLayer();
+  }
+  state.SetItemsProcessed(state.iterations() * rows);
+  state.SetBytesProcessed(buffer.bytes);
+}
+BENCHMARK(BM_OmPivotTableTxtExport_TabLayer)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+
+// The whole command path below the loader: the tree exported tab-separated
+// through OmTextExport.
+void BM_OmTextExport_TabTable(benchmark::State& state) {
+  const std::int64_t rows = state.range(0);
+  OmOutputTree& tree = Tree(rows);
+  OmTextExportOptions options;
+  options.TabSeparated(true);
+  options.NumLinesPerPage(2147483647);
+  CountingBuffer buffer;
+  std::ostream out(&buffer);
+  for (auto _ : state) {
+    OmTextExport exporter(options, out);
+    exporter.Export(tree);
+  }
+  state.SetItemsProcessed(state.iterations() * rows);
+  state.SetBytesProcessed(buffer.bytes);
+}
+BENCHMARK(BM_OmTextExport_TabTable)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -1,0 +1,82 @@
+"""Prints bench/compare.sh's results for one size (a table, the ratios of
+omtext to each peer and the targets), or, with --scaling, how each figure
+grew from one size to the next."""
+import csv
+import os
+import sys
+
+OMTEXT = ["omtext", "omtext-w100", "omtext-tab"]
+LABELS = {
+    "omtext": "omtext (formatted)",
+    "omtext-w100": "omtext --width 100",
+    "omtext-tab": "omtext --tab-separated",
+    "column": "column -t",
+    "tabulate": "tabulate grid",
+    "pandas": "pandas to_string",
+}
+
+
+def load(path):
+    with open(path, newline="") as f:
+        return {r["tool"]: r for r in csv.DictReader(f)}
+
+
+def report(rows, path, stats):
+    results = load(path)
+    print(f"\n## {int(rows):,} rows\n")
+    print("| tool | wall s (mean ± sd) | peak MB | output MB |")
+    print("|---|---|---|---|")
+    for tool, r in results.items():
+        print(f"| {LABELS[tool]} | {float(r['seconds']):.3f} ± {float(r['stddev']):.3f} "
+              f"| {r['peak_mb']} | {r['output_mb']} |")
+    peers = [t for t in results if t not in OMTEXT]
+    print("\nTime ratios, omtext / peer:\n")
+    print("| | " + " | ".join(LABELS[p] for p in peers) + " |")
+    print("|---|" + "---|" * len(peers))
+    for tool in OMTEXT:
+        cells = [f"{float(results[tool]['seconds']) / float(results[p]['seconds']):.2f}"
+                 for p in peers]
+        print(f"| {LABELS[tool]} | " + " | ".join(cells) + " |")
+    if os.path.exists(stats):
+        print("\nLoad and render shares (`omtext --stats`):\n")
+        for line in open(stats):
+            name, rest = line.strip().split(": ", 1)
+            parts = dict(p.split(" ")[:2] for p in rest.split(", "))
+            load_s, render_s = float(parts["load"]), float(parts["render"])
+            total = load_s + render_s
+            print(f"- {LABELS[name]}: load {load_s:.2f} s ({100 * load_s / total:.0f} %), "
+                  f"render {render_s:.2f} s ({100 * render_s / total:.0f} %)")
+    # The targets are set for the 1,000,000-row table; smaller tables are
+    # dominated by start-up and shown for the trend only.
+    heading = "Targets" if int(rows) >= 1000000 else "Targets (set for 1,000,000 rows; informative here)"
+    print(f"\n{heading}:\n")
+    t = {k: float(v["seconds"]) for k, v in results.items()}
+    m = {k: float(v["peak_mb"]) for k, v in results.items()}
+    checks = [("formatted faster than column -t", t["omtext"] < t["column"]),
+              ("--tab-separated at most half of column -t", t["omtext-tab"] <= t["column"] / 2)]
+    if "pandas" in t:
+        checks.append(("formatted at most a tenth of pandas", t["omtext"] <= t["pandas"] / 10))
+    for tool in OMTEXT:
+        checks.append((f"{LABELS[tool]} peak memory below column -t", m[tool] < m["column"]))
+    for name, ok in checks:
+        print(f"- {'PASS' if ok else 'FAIL'}: {name}")
+
+
+def scaling(build, sizes):
+    print("\n## Growth\n")
+    for small, large in zip(sizes, sizes[1:]):
+        a = load(os.path.join(build, f"results-{small}.csv"))
+        b = load(os.path.join(build, f"results-{large}.csv"))
+        factor = int(large) / int(small)
+        for tool in OMTEXT:
+            time_ratio = float(b[tool]["seconds"]) / float(a[tool]["seconds"])
+            memory_ratio = float(b[tool]["peak_mb"]) / float(a[tool]["peak_mb"])
+            ok = time_ratio <= 1.1 * factor and memory_ratio <= 1.1 * factor
+            print(f"- {'PASS' if ok else 'FAIL'}: {LABELS[tool]}, {int(small):,} -> {int(large):,} rows: "
+                  f"time x{time_ratio:.1f}, memory x{memory_ratio:.1f} (limit x{1.1 * factor:.0f})")
+
+
+if sys.argv[1] == "--scaling":
+    scaling(sys.argv[2], sys.argv[3:])
+else:
+    report(sys.argv[1], sys.argv[2], sys.argv[3])
