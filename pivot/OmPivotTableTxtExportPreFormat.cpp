@@ -16,11 +16,16 @@ using NodeList = OmPivotTableTxtExport::Data::NodeList;
 
 }  // namespace
 
-void OmPivotTableTxtExport::Data::MeasureNode(std::int32_t col, OmFormattedNode& node,
-                                              std::int32_t& width) {
-  if (mColumnWidths[static_cast<std::size_t>(col)] != 0)
-    return;
-  width = std::max(width, mStringFolder->GetMinimumColumnWidth(node, width));
+void OmPivotTableTxtExport::Data::AddMeasuredNode(std::int32_t col, std::string text,
+                                                  std::int32_t columns, std::int32_t lines,
+                                                  std::int32_t extra, std::int32_t& width,
+                                                  NodeList* nodes) {
+  std::unique_ptr<OmFormattedNode> node =
+      mStringFolder->MakeNode(std::move(text), columns, lines, extra);
+  if (mColumnWidths[static_cast<std::size_t>(col)] == 0)
+    width = std::max(width, mStringFolder->GetMinimumColumnWidth(*node, width));
+  if (nodes != nullptr)
+    nodes->push_back(std::move(node));
 }
 
 void OmPivotTableTxtExport::Data::PreFormatCornerText(std::int32_t col, std::int32_t& width,
@@ -34,10 +39,8 @@ void OmPivotTableTxtExport::Data::PreFormatCornerText(std::int32_t col, std::int
     // The corner is one cell, one column wide, over the whole upper band.
     std::string text = corner != nullptr ? GetCellText(corner) : std::string(" ");
     const std::int32_t rows = GetNumberOfRowsAvailableInCorner(texts, col);
-    std::unique_ptr<OmFormattedNode> node = mStringFolder->MakeNode(std::move(text), 1, rows, 0);
-    MeasureNode(col, *node, width);
+    AddMeasuredNode(col, std::move(text), 1, rows, 0, width, nodes);
     if (nodes != nullptr) {
-      nodes->push_back(std::move(node));
       for (std::int32_t r = 1; r < headRows; ++r)
         nodes->push_back(mStringFolder->MakeNode());
     }
@@ -77,11 +80,7 @@ void OmPivotTableTxtExport::Data::PreFormatRowHeadRows(std::int32_t col, std::in
     std::int32_t extra = 0;
     const std::int32_t columns = GetNumberOfColumnsAvailableInRowHead(col, r, extra);
     const std::int32_t lines = GetNumberOfRowsAvailableInRowHead(col, r);
-    std::unique_ptr<OmFormattedNode> node =
-        mStringFolder->MakeNode(GetCellText(label), columns, lines, extra);
-    MeasureNode(col, *node, width);
-    if (nodes != nullptr)
-      nodes->push_back(std::move(node));
+    AddMeasuredNode(col, GetCellText(label), columns, lines, extra, width, nodes);
   }
 }
 
@@ -106,11 +105,7 @@ void OmPivotTableTxtExport::Data::PreFormatColHeadColumn(std::int32_t col, std::
     std::int32_t extra = 0;
     const std::int32_t columns = GetNumberOfColumnsAvailableInColHead(col, r, extra);
     const std::int32_t lines = GetNumberOfRowsAvailableInColHead(col, r);
-    std::unique_ptr<OmFormattedNode> node =
-        mStringFolder->MakeNode(GetCellText(label), columns, lines, extra);
-    MeasureNode(col, *node, width);
-    if (nodes != nullptr)
-      nodes->push_back(std::move(node));
+    AddMeasuredNode(col, GetCellText(label), columns, lines, extra, width, nodes);
   }
   const std::int32_t planned = mColumnWidths[static_cast<std::size_t>(col)];
   if (planned != 0)
@@ -142,11 +137,7 @@ void OmPivotTableTxtExport::Data::PreFormatTableCells(std::int32_t col,
       mRowHeading.Fill(cellIndex, r);
       if (const OmCellText* cell = table.Cell(cellIndex)) {
         const std::int32_t lines = mRowHeights[static_cast<std::size_t>(headRows + r)];
-        std::unique_ptr<OmFormattedNode> node =
-            mStringFolder->MakeNode(GetCellText(cell), 1, lines, 0);
-        MeasureNode(col, *node, width);
-        if (nodes != nullptr)
-          nodes->push_back(std::move(node));
+        AddMeasuredNode(col, GetCellText(cell), 1, lines, 0, width, nodes);
         continue;
       }
     }

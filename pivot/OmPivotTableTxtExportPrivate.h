@@ -108,8 +108,12 @@ struct OmPivotTableTxtExport::Data {
                        std::int32_t lines, std::int32_t plannedLines);
 
   // Helpers of pre-formatting and filling (…PreFormat.cpp, …Fill.cpp).
-  // While column col is not planned, widens width to what node needs.
-  void MeasureNode(std::int32_t col, OmFormattedNode& node, std::int32_t& width);
+  // Folds text into a node of the given room, widens width to what the node
+  // needs while column col is not planned, and keeps the node in nodes when
+  // they are wanted.
+  void AddMeasuredNode(std::int32_t col, std::string text, std::int32_t columns,
+                       std::int32_t lines, std::int32_t extra, std::int32_t& width,
+                       NodeList* nodes);
   // The row-label nodes of rows firstRow .. endRow - 1 of a row-heading
   // column, as PreFormatRowHeadColumn makes them.
   void PreFormatRowHeadRows(std::int32_t col, std::int32_t firstRow, std::int32_t endRow,
