@@ -4,10 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <functional>
 #include <new>
 #include <sstream>
 #include <stdexcept>
 #include <streambuf>
+#include <vector>
 
 #include "export/OmTextExportOptions.h"
 #include "host/OmHeading.h"
@@ -17,37 +20,23 @@
 
 namespace {
 
-// A part whose printing fails with the given exception.
-template <class Exception>
-class FailingPart : public OmChart {
- public:
-  explicit FailingPart(std::streambuf* arm = nullptr) : mArm(arm) {}
-  void Accept(Visitor&) override;
-
- private:
-  std::streambuf* mArm;
-};
-
 // A stream buffer that throws std::bad_alloc on writing once armed.
-class ArmedBuf : public std::stringbuf {
- public:
+struct ArmedBuf : std::stringbuf {
   bool armed = false;
-
- protected:
   std::streamsize xsputn(const char* s, std::streamsize n) override {
     if (armed) throw std::bad_alloc();
     return std::stringbuf::xsputn(s, n);
   }
 };
 
-template <class Exception>
-void FailingPart<Exception>::Accept(Visitor&) {
-  if (mArm != nullptr) static_cast<ArmedBuf*>(mArm)->armed = true;
-  throw Exception();
-}
+// A part whose printing throws what the given action throws.
+class FailingPart : public OmChart {
+ public:
+  explicit FailingPart(std::function<void()> fail) : mFail(std::move(fail)) {}
+  void Accept(Visitor&) override { mFail(); }
 
-struct RuntimeFailure : std::runtime_error {
-  RuntimeFailure() : std::runtime_error("boom") {}
+ private:
+  std::function<void()> mFail;
 };
 
 class TreeExport : public ::testing::Test {
@@ -62,12 +51,6 @@ class TreeExport : public ::testing::Test {
   OmOutputTree::Node Text(std::vector<std::string> lines, int level = 1, bool selected = true) {
     return Add(std::make_unique<OmTextBlock>(std::move(lines)), level, selected);
   }
-  std::string ExportTree() {
-    std::ostringstream out;
-    OmTextExport exporter(options, out);
-    exporter.Export(tree);
-    return out.str();
-  }
   std::string ExportAll() {
     std::ostringstream out;
     OmTextExport exporter(options, out);
@@ -79,28 +62,21 @@ class TreeExport : public ::testing::Test {
   OmTextExportOptions options;
 };
 
-TEST_F(TreeExport, EmptyTreeWritesNothing) { EXPECT_EQ(ExportTree(), ""); }
-
-TEST_F(TreeExport, TreeExportStopsAtTheFirstNodesSibling) {
+TEST_F(TreeExport, TreeIsItsFirstNodeAndDescendantsRangeStopsBeforeLast) {
+  std::ostringstream out;
+  OmTextExport(options, out).Export(tree);
+  EXPECT_EQ(out.str(), "");
   options.NumLinesPerPage(100);
   Heading("A");
   Heading("B", 2);
   Heading("C", 3);
-  Heading("D", 2);
-  Heading("E");
+  auto d = Heading("D", 2);
+  auto e = Heading("E");
   Heading("F", 2);
-  EXPECT_EQ(ExportTree(), "A\nB\nC\nD\n");
-}
-
-TEST_F(TreeExport, RangeExportStopsBeforeLast) {
-  options.NumLinesPerPage(100);
-  Heading("A");
-  auto second = Heading("B");
-  auto third = Heading("C");
-  std::ostringstream out;
-  OmTextExport exporter(options, out);
-  exporter.Export(second, third);
-  EXPECT_EQ(out.str(), "B\n");
+  OmTextExport(options, out).Export(tree);
+  EXPECT_EQ(out.str(), "A\nB\nC\nD\n");
+  OmTextExport(options, out).Export(d, e);
+  EXPECT_EQ(out.str(), "A\nB\nC\nD\nD\n");
 }
 
 TEST_F(TreeExport, SelectionRules) {
@@ -116,33 +92,20 @@ TEST_F(TreeExport, SelectionRules) {
   EXPECT_EQ(ExportAll(), "child of it\n");
 }
 
-TEST_F(TreeExport, ProcedureBreaksThePageOnlyWithInsertPageBreak) {
+// A procedure breaks the page, selected or not, unless nothing was written
+// since the last break, page breaks are off or the export is tab-separated.
+TEST_F(TreeExport, ProcedurePageBreaks) {
   options.NumLinesPerPage(100);
-  Heading("A");
-  Add(std::make_unique<OmProcedure>("P"), 1);
-  EXPECT_EQ(ExportAll(), "A\nP\n");
-  options.InsertPageBreak(true);
-  EXPECT_EQ(ExportAll(), "A\n\f\nP\n");
-}
-
-TEST_F(TreeExport, UnselectedProcedureStillBreaksThePage) {
-  options.NumLinesPerPage(100);
-  options.InsertPageBreak(true);
-  Heading("A");
-  Add(std::make_unique<OmProcedure>("P"), 1, false);
-  Heading("B");
-  EXPECT_EQ(ExportAll(), "A\n\f\nB\n");
-}
-
-TEST_F(TreeExport, NoPageBreakOnAnEmptyPageOrWhenTabSeparated) {
-  options.NumLinesPerPage(100);
-  options.InsertPageBreak(true);
   Add(std::make_unique<OmProcedure>("P"), 1);
   Heading("A");
   Add(std::make_unique<OmProcedure>("Q"), 1);
-  EXPECT_EQ(ExportAll(), "P\nA\n\f\nQ\n");
+  Add(std::make_unique<OmProcedure>("hidden"), 1, false);
+  Heading("B");
+  EXPECT_EQ(ExportAll(), "P\nA\nQ\nB\n");
+  options.InsertPageBreak(true);
+  EXPECT_EQ(ExportAll(), "P\nA\n\f\nQ\n\f\nB\n");
   options.TabSeparated(true);
-  EXPECT_EQ(ExportAll(), "P\nA\nQ\n");
+  EXPECT_EQ(ExportAll(), "P\nA\nQ\nB\n");
 }
 
 TEST_F(TreeExport, LineDrawingBytesBecomePlainCharacters) {
@@ -163,29 +126,22 @@ TEST_F(TreeExport, FormFeedLineIsReplacedByAPageBreak) {
   EXPECT_EQ(ExportAll(), "a\nb\n");
 }
 
-TEST_F(TreeExport, HeadingsBreakEveryThirdLineTextLinesOnlyCount) {
-  options.NumLinesPerPage(3);
-  for (const char* text : {"1", "2", "3", "4", "5", "6", "7"}) Heading(text);
-  EXPECT_EQ(ExportAll(), "1\n2\n3\n\f\n4\n5\n6\n\f\n7\n");
-  tree = OmOutputTree();
-  Text({"a", "b", "c", "d"});
-  Heading("h");
-  EXPECT_EQ(ExportAll(), "a\nb\nc\nd\nh\n\f\n");
-}
-
-TEST_F(TreeExport, DefaultAndZeroPageLengthBreakAfterEveryHeading) {
+TEST_F(TreeExport, HeadingsEndPagesTextLinesOnlyCount) {
+  // The default and 0 page lengths end the page after every heading.
   Heading("A");
   Heading("B");
   EXPECT_EQ(ExportAll(), "A\n\f\nB\n\f\n");
   options.NumLinesPerPage(0);
   EXPECT_EQ(ExportAll(), "A\n\f\nB\n\f\n");
-  options.NumLinesPerPage(-5);
-  options.TabSeparated(true);
-  EXPECT_EQ(ExportAll(), "A\nB\n");
-}
-
-TEST_F(TreeExport, PageCountCarriesOverBetweenExports) {
   options.NumLinesPerPage(3);
+  for (const char* text : {"3", "4", "5", "6", "7"}) Heading(text);
+  EXPECT_EQ(ExportAll(), "A\nB\n3\n\f\n4\n5\n6\n\f\n7\n");
+  tree = OmOutputTree();
+  Text({"a", "b", "c", "d"});
+  Heading("h");
+  EXPECT_EQ(ExportAll(), "a\nb\nc\nd\nh\n\f\n");
+  // The count carries over from one export to the next.
+  tree = OmOutputTree();
   Heading("A");
   Heading("B", 2);
   std::ostringstream out;
@@ -193,12 +149,15 @@ TEST_F(TreeExport, PageCountCarriesOverBetweenExports) {
   exporter.Export(tree);
   exporter.Export(tree);
   EXPECT_EQ(out.str(), "A\nB\nA\n\f\nB\n");
+  options.NumLinesPerPage(-5);
+  options.TabSeparated(true);
+  EXPECT_EQ(ExportAll(), "A\nB\n");
 }
 
 TEST_F(TreeExport, LackOfMemoryReplacesThePartAndGoesOn) {
   options.NumLinesPerPage(100);
   Heading("before");
-  auto failing = Add(std::make_unique<FailingPart<std::bad_alloc>>(), 1);
+  auto failing = Add(std::make_unique<FailingPart>([] { throw std::bad_alloc(); }), 1);
   Heading("child", 2);
   Heading("after");
   EXPECT_EQ(ExportAll(), "before\nOutput Missing\nOut of memory exporting output.\nchild\nafter\n");
@@ -214,7 +173,11 @@ TEST_F(TreeExport, SecondLackOfMemoryPropagates) {
   ArmedBuf buffer;
   std::ostream out(&buffer);
   out.exceptions(std::ios_base::badbit);
-  Add(std::make_unique<FailingPart<std::bad_alloc>>(&buffer), 1);
+  Add(std::make_unique<FailingPart>([&buffer] {
+        buffer.armed = true;
+        throw std::bad_alloc();
+      }),
+      1);
   OmTextExport exporter(options, out);
   EXPECT_THROW(exporter.Export(tree), std::bad_alloc);
 }
@@ -222,40 +185,23 @@ TEST_F(TreeExport, SecondLackOfMemoryPropagates) {
 TEST_F(TreeExport, OtherExceptionsPropagateWithOutputKept) {
   options.NumLinesPerPage(100);
   Heading("kept");
-  Add(std::make_unique<FailingPart<RuntimeFailure>>(), 1);
+  Add(std::make_unique<FailingPart>([] { throw std::runtime_error("boom"); }), 1);
   std::ostringstream out;
   OmTextExport exporter(options, out);
-  EXPECT_THROW(exporter.Export(tree.Begin(), tree.End()), RuntimeFailure);
+  EXPECT_THROW(exporter.Export(tree.Begin(), tree.End()), std::runtime_error);
   EXPECT_EQ(out.str(), "kept\n");
 }
 
-TEST(OmTextExportOptions, DefaultsAndUncheckedSetters) {
-  OmTextExportOptions options;
-  EXPECT_EQ(options.ColumnSeparator(), "|");
-  EXPECT_EQ(options.RowSeparator(), "_");
-  EXPECT_EQ(options.WidthRestriction(), -1);
-  EXPECT_EQ(options.NumLinesPerPage(), -1);
-  EXPECT_EQ(options.MaxLineWidth(), -1);
-  EXPECT_TRUE(options.HideEmptyRowsAndColumns());
-  EXPECT_TRUE(options.RowDimensionLabelsInCorner());
-  EXPECT_TRUE(options.KeepFootNotesAndCaption());
-  EXPECT_TRUE(options.ExportAllLayers());
-  EXPECT_TRUE(options.AlphabeticFootNotes());
-  EXPECT_TRUE(options.ShowUnselected());
-  EXPECT_FALSE(options.TabSeparated());
-  EXPECT_FALSE(options.InsertPageBreak());
-  EXPECT_FALSE(options.ShowNotes());
-
-  options.RowSeparator("");
-  options.ColumnSeparator(" || ");
-  options.MaxLineWidth(0);
-  options.NumLinesPerPage(-7);
-  options.WidthRestriction(-2147483647 - 1);
-  EXPECT_EQ(options.RowSeparator(), "");
-  EXPECT_EQ(options.ColumnSeparator(), " || ");
-  EXPECT_EQ(options.MaxLineWidth(), 0);
-  EXPECT_EQ(options.NumLinesPerPage(), -7);
-  EXPECT_EQ(options.WidthRestriction(), -2147483647 - 1);
+TEST(OmTextExportOptions, Defaults) {
+  const OmTextExportOptions o;
+  EXPECT_EQ(o.ColumnSeparator() + o.RowSeparator(), "|_");
+  EXPECT_EQ((std::vector<std::int32_t>{o.WidthRestriction(), o.NumLinesPerPage(), o.MaxLineWidth()}),
+            (std::vector<std::int32_t>{-1, -1, -1}));
+  EXPECT_EQ((std::vector<bool>{o.HideEmptyRowsAndColumns(), o.RowDimensionLabelsInCorner(),
+                               o.KeepFootNotesAndCaption(), o.ExportAllLayers(),
+                               o.AlphabeticFootNotes(), o.ShowUnselected(), o.TabSeparated(),
+                               o.InsertPageBreak(), o.ShowNotes()}),
+            (std::vector<bool>{true, true, true, true, true, true, false, false, false}));
 }
 
 }  // namespace

