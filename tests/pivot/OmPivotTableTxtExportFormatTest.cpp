@@ -1,13 +1,11 @@
-// The formatted layout of a pivot-table layer where plain renderings cannot
-// show it: the narrowing loop's exact cuts and odd widths, the kept quirks of
-// column filling, batched folding of long columns, printing at page lengths
-// shorter than the heading, and layers that are tiny, empty or oddly
-// configured. Expected matrices are worked out by hand from the layout rules.
+// The formatted layout where plain renderings cannot show it: exact narrowing
+// cuts, odd widths, the kept filling quirks, batched folding, short pages and
+// empty layers. Expected matrices are worked out by hand from the layout rules.
 #include <algorithm>
 #include <climits>
 
-#include "fold/OmWinStringFolder.h"
 #include "PivotLayerTest.h"
+#include "fold/OmWinStringFolder.h"
 
 namespace {
 
@@ -55,19 +53,16 @@ TEST_F(FormatTest, NarrowingKeepsTheLoopsExactCuts) {
       {{10, 10, 1}, 18, "", {7, 10, 1}},
       // Only -1 means no limit.
       {{12, 5}, 0, "", {5, 5}},
-      {{12, 5}, -5, "", {5, 5}},
       {{12, 5}, INT_MIN, "", {5, 5}},
       {{12, 5}, INT_MAX, "", {12, 5}},
   };
   for (const Case& c : cases) {
-    std::vector<std::string> columns;
-    for (std::size_t i = 1; i < c.natural.size(); ++i) {
-      columns.push_back(
-          std::string(static_cast<std::size_t>(c.natural[i]), static_cast<char>('a' + i)));
-    }
     // Hidden labels keep the corner a single blank.
-    table = Grid({std::string(static_cast<std::size_t>(c.natural[0]), 'x')}, columns,
-                 {std::vector<const char*>(columns.size(), "1")});
+    std::vector<std::string> texts;
+    for (const std::int32_t width : c.natural)
+      texts.emplace_back(static_cast<std::size_t>(width), 'x');
+    table = Grid({texts[0]}, Lines(texts.begin() + 1, texts.end()),
+                 {std::vector<const char*>(texts.size() - 1, "1")});
     options.MaxLineWidth(c.width);
     options.ColumnSeparator(c.separator);
     EXPECT_EQ(Planned().mColumnWidths, c.planned) << c.width;
@@ -85,15 +80,12 @@ TEST_F(FormatTest, NarrowingCutsStraightToASmallAverage) {
 }
 
 TEST_F(FormatTest, OnlyAPositiveWidthFoldsEachColumnAtItsOwnWidth) {
-  // Narrowed to widths {1, 1} in both cases; with a width of 0 or less the
+  // Narrowed to widths {1, 1} in both cases; with a width of 0 the
   // table-wide folder (no restriction) lets the long word overflow, with 1
   // the column's own folder cuts it into single characters.
   table = Grid({"a"}, {"p"}, {{"abcdefghij"}});
-  for (const std::int32_t width : {0, -5}) {
-    options.MaxLineWidth(width);
-    EXPECT_EQ(Matrix(Planned()), (Lines{"|_|_|", "| |p|", "|_|_|", "|a|abcdefghij|", "|_|_|"}))
-        << width;
-  }
+  options.MaxLineWidth(0);
+  EXPECT_EQ(Matrix(Planned()), (Lines{"|_|_|", "| |p|", "|_|_|", "|a|abcdefghij|", "|_|_|"}));
   options.MaxLineWidth(1);
   Lines expected = {"|_|_|", "| |p|", "|_|_|", "|a|a|"};
   for (const char c : std::string("bcdefghij"))
@@ -113,8 +105,8 @@ TEST_F(FormatTest, RowLabelWithoutTextLeavesNoNodeAndShiftsTheBands) {
     table->SetText({r, 0}, "v" + std::to_string(r));
   // "third" lands in the band of the row without a label, and the last
   // band's rules in that column are never drawn.
-  EXPECT_EQ(Matrix(Planned()), (Lines{"|_____|__|", "|     |c |", "|_____|__|", "|first|v0|", "|_____|__|",
-                              "|third|v1|", "__|", "v2|", "__|"}));
+  EXPECT_EQ(Matrix(Planned()), (Lines{"|_____|__|", "|     |c |", "|_____|__|", "|first|v0|",
+                                      "|_____|__|", "|third|v1|", "__|", "v2|", "__|"}));
 }
 
 // Column filling.
@@ -220,9 +212,6 @@ TEST_F(FormatTest, PagesBreakWhereTheyFillAndRepeatTheHeadingOnlyInTheBody) {
     std::string body;
   };
   const Case cases[] = {
-      {"fills in the body, at its first line and later", 5, 0,
-       "\n" + head + "|a|1|\n" + again + "|_|_|\n|b|2|\n" + again + "|_|_|\n|c|3|\n" + again +
-           "|_|_|\n"},
       {"fills in the body", 6, 0,
        "\n" + head + "|a|1|\n|_|_|\n" + again + "|b|2|\n|_|_|\n|c|3|\n" + again + "|_|_|\n"},
       {"heading fits exactly, the page ends with it: no repeat", 6, 2,
@@ -245,12 +234,9 @@ TEST_F(FormatTest, PagesBreakWhereTheyFillAndRepeatTheHeadingOnlyInTheBody) {
     out.str("");
     EXPECT_EQ(Body(c.linesOnPage), c.body) << c.what;
   }
-  // Three repeated heading lines and the last rule.
+  // Without page breaks the count still drops where a break would be: the
+  // last break at page length 6 leaves three heading lines and the rule.
   options.NumLinesPerPage(6);
-  out.str("");
-  Body(0);
-  EXPECT_EQ(data->mLinesOnPage, 4);
-  // Without page breaks the count still drops where a break would be.
   options.InsertPageBreak(false);
   out.str("");
   EXPECT_EQ(Body(0), "\n" + head + "|a|1|\n|_|_|\n|b|2|\n|_|_|\n|c|3|\n|_|_|\n");
@@ -285,37 +271,27 @@ TEST_F(FormatTest, LayersWithoutDimensionsRowsOrColumnsStillPrintACellColumn) {
   EXPECT_EQ(Matrix(Planned()), (Lines{"|_|_|", "|p|q|", "|_|_|", "| | |", "|_|_|"}));
 }
 
-// Every width from far negative to huge, with and without separators, on a
-// table with spans, long words, line breaks, multibyte text and empty
-// cells: the plan finishes and prints exactly its matrix.
+// Tiny to huge widths, with and without separators, on spans, line breaks,
+// long words and multibyte text: the plan finishes and prints its matrix.
 TEST_F(FormatTest, AnyWidthAndSeparatorsGiveAPrintableTable) {
-  OmDimension& rows = table->AddDimension(OmAxis::Row, "Rows with a long label");
-  const auto group = rows.AddCategory("Gr\xC3\xB6up");
-  rows.AddCategory(group, "a\n\nb");
-  rows.AddCategory(group, "supercalifragilistic");
-  rows.AddCategory("Total");
-  OmDimension& columns = table->AddDimension(OmAxis::Column, "Columns");
+  OmDimension& rows = Flat(*table, OmAxis::Row, "Rows with a long label", {"a\n\nb", "Total"});
+  rows.AddCategory(rows.AddCategory("Gr\xC3\xB6up"), "supercalifragilistic");
+  OmDimension& columns = Flat(*table, OmAxis::Column, "Columns", {"r"});
   const auto span = columns.AddCategory("Spanning label over two");
   columns.AddCategory(span, "p");
   columns.AddCategory(span, "q");
-  columns.AddCategory("r");
-  table->SetText({0, 0}, "text with   blanks");
-  table->SetText({0, 2}, "");
-  table->SetText({1, 1}, "\xE2\x82\xAC\xE2\x82\xAC\xE2\x82\xAC \xE2\x82\xAC");
-  table->SetText({2, 2}, "   ");
-  for (const std::int32_t width : {INT_MIN, -7, -2, -1, 0, 1, 2, 3, 5, 12, 40, INT_MAX}) {
-    for (const char* column : {"", "|", "abc"}) {
-      for (const char* row : {"", "_", "-=+"}) {
-        options.MaxLineWidth(width);
-        options.ColumnSeparator(column);
-        options.RowSeparator(row);
-        out.str("");
-        const std::string body = Body(0);
-        const std::size_t lines = data->mMatrix.NumLines();
-        EXPECT_EQ(static_cast<std::size_t>(std::count(body.begin(), body.end(), '\n')), lines + 1)
-            << width << " '" << column << "' '" << row << "'";
-        EXPECT_GE(lines, std::string(row).empty() ? 5u : 11u);
-      }
+  table->SetText({0, 1}, "text with   blanks");
+  table->SetText({2, 2}, "\xE2\x82\xAC\xE2\x82\xAC\xE2\x82\xAC \xE2\x82\xAC");
+  for (const std::int32_t width : {INT_MIN, -7, 0, 1, 2, 3, 5, 12, INT_MAX}) {
+    for (const std::string separators : {"", "|_", "abc-=+"}) {
+      options.MaxLineWidth(width);
+      options.ColumnSeparator(separators.substr(0, separators.size() / 2));
+      options.RowSeparator(separators.substr(separators.size() / 2));
+      out.str("");
+      const std::string body = Body(0);
+      EXPECT_EQ(std::count(body.begin(), body.end(), '\n'),
+                static_cast<std::ptrdiff_t>(data->mMatrix.NumLines()) + 1)
+          << width << " " << separators;
     }
   }
 }

@@ -1,6 +1,5 @@
-// A test fixture over one layer of a pivot table built in the test: small
-// table builders, the layer's export record and public exporter, and the
-// planned matrix line by line.
+// A fixture over the current layer of a pivot table built in the test, with
+// small table builders and the planned matrix line by line.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -11,10 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "export/OmTextExportOptions.h"
 #include "host/OmDisplayLayerHeading.h"
-#include "host/OmPivotTable.h"
-#include "pivot/OmPivotTableTxtExport.h"
 #include "pivot/OmPivotTableTxtExportPrivate.h"
 
 using Lines = std::vector<std::string>;
@@ -50,7 +46,7 @@ class PivotLayerTest : public ::testing::Test {
  protected:
   using Data = OmPivotTableTxtExport::Data;
 
-  // The record over the table's current layer; a formatted one is planned.
+  // The record over the table's last layer; a formatted one is planned.
   Data& Make(std::int32_t linesOnPage = 0) {
     NewLayer();
     data = std::make_unique<Data>(*layer, options, out, linesOnPage);
@@ -61,19 +57,20 @@ class PivotLayerTest : public ::testing::Test {
     exporter = std::make_unique<OmPivotTableTxtExport>(*layer, options, out, linesOnPage);
     return *exporter;
   }
-  // Drops what refers to the table first: the table may have been replaced.
   void NewLayer() {
-    exporter.reset();
-    data.reset();
-    layer.reset();
+    Release();
     layer = std::make_unique<OmDisplayLayerHeading>(*table, options.HideEmptyRowsAndColumns());
     layer->LastLayer();
   }
   void NewTable() {
+    Release();
+    table = std::make_unique<OmPivotTable>();
+  }
+  // Drops what refers to the table, the newest first.
+  void Release() {
     exporter.reset();
     data.reset();
     layer.reset();
-    table = std::make_unique<OmPivotTable>();
   }
   static Lines Matrix(const Data& d) {
     Lines lines(d.mMatrix.NumLines());
