@@ -1,8 +1,12 @@
 // Running the built command for tests.
 #include "CommandRunner.h"
 
+#include <dirent.h>
+#include <fcntl.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -21,22 +25,47 @@ void WriteFile(const std::string& path, const std::string& text) {
   std::ofstream(path, std::ios::binary) << text;
 }
 
+bool Exists(const std::string& path) {
+  return ::access(path.c_str(), F_OK) == 0;
+}
+
 std::string ShellQuote(const std::string& text) {
   std::string quoted = "'";
-  for (char c : text) {
-    if (c == '\'') {
-      quoted += "'\\''";
-    } else {
-      quoted += c;
-    }
-  }
+  for (char c : text)
+    quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
   return quoted + "'";
+}
+
+std::vector<std::string> ListFiles(const std::string& dir, const std::string& suffix) {
+  std::vector<std::string> names;
+  if (DIR* handle = ::opendir(dir.c_str())) {
+    while (const dirent* entry = ::readdir(handle)) {
+      const std::string name = entry->d_name;
+      if (name.size() > suffix.size() &&
+          name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0) {
+        names.push_back(name);
+      }
+    }
+    ::closedir(handle);
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+int LockFile(const std::string& path) {
+  const int fd = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+  struct flock lock {};
+  lock.l_type = F_WRLCK;
+  lock.l_whence = SEEK_SET;
+  EXPECT_EQ(::fcntl(fd, F_OFD_SETLK, &lock), 0) << path;
+  return fd;
 }
 
 CommandResult RunCommand(const std::vector<std::string>& arguments, const std::string& stdinPath,
                          const std::string& dir, const std::string& redirect) {
   std::string command = ShellQuote(OMTEXT_COMMAND);
-  for (const std::string& argument : arguments) command += " " + ShellQuote(argument);
+  for (const std::string& argument : arguments)
+    command += " " + ShellQuote(argument);
   command += " < " + ShellQuote(stdinPath) + " 2> " + ShellQuote(dir + "/stderr");
   command += redirect.empty() ? " > " + ShellQuote(dir + "/stdout") : " " + redirect;
   const int raw = std::system(command.c_str());
@@ -49,7 +78,8 @@ CommandResult RunCommand(const std::vector<std::string>& arguments, const std::s
 
 std::string MakeScratchDirectory() {
   char pattern[] = "/tmp/omtext-test-XXXXXX";
-  if (::mkdtemp(pattern) == nullptr) throw std::runtime_error("cannot make a scratch directory");
+  if (::mkdtemp(pattern) == nullptr)
+    throw std::runtime_error("cannot make a scratch directory");
   return pattern;
 }
 

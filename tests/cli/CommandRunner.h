@@ -1,6 +1,10 @@
 // Runs the built omtext command through the shell for tests: arguments,
-// standard input from a file, and the output, error text and exit status.
+// standard input from a file, and the output, error text and exit status;
+// with the scratch directories and file helpers the command and destination
+// tests share.
 #pragma once
+
+#include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
@@ -15,8 +19,14 @@ struct CommandResult {
 
 std::string ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const std::string& text);
+bool Exists(const std::string& path);
 // Quotes text for the shell, whatever it holds.
 std::string ShellQuote(const std::string& text);
+// The names of the files in dir that end in suffix, sorted.
+std::vector<std::string> ListFiles(const std::string& dir, const std::string& suffix);
+// Write-locks the whole file through an open file description of its own,
+// as another program would; closing the returned descriptor unlocks it.
+int LockFile(const std::string& path);
 
 // Runs the command with the arguments, standard input from stdinPath, in a
 // scratch directory dir (which receives its output files). redirect, when
@@ -27,5 +37,22 @@ CommandResult RunCommand(const std::vector<std::string>& arguments, const std::s
 // A fresh scratch directory under /tmp, and its removal.
 std::string MakeScratchDirectory();
 void RemoveDirectory(const std::string& dir);
+
+// A test fixture with a scratch directory of its own.
+template <class Base = ::testing::Test>
+class Scratch : public Base {
+ protected:
+  void SetUp() override { dir = MakeScratchDirectory(); }
+  void TearDown() override { RemoveDirectory(dir); }
+  std::string Path(const std::string& name) const { return dir + "/" + name; }
+  // Runs the command with standard input holding input.
+  CommandResult Run(const std::vector<std::string>& arguments, const std::string& input = "",
+                    const std::string& redirect = "") {
+    WriteFile(Path("stdin"), input);
+    return RunCommand(arguments, Path("stdin"), dir, redirect);
+  }
+
+  std::string dir;
+};
 
 }  // namespace omtext::testing

@@ -1,8 +1,8 @@
 // The omtext command, run as a built binary: its output, standard error and
-// exit status for options, inputs and failures.
+// exit status for options, inputs and failures, in both modes. Usage errors
+// and bad documents read from standard input are the bad-input corpus's.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <string>
@@ -12,139 +12,73 @@
 
 namespace {
 
-using omtext::testing::CommandResult;
 using omtext::testing::ReadFile;
 using omtext::testing::ShellQuote;
 using omtext::testing::WriteFile;
-using Result = CommandResult;
-
-class Command : public ::testing::Test {
- protected:
-  void SetUp() override { dir = omtext::testing::MakeScratchDirectory(); }
-  void TearDown() override { omtext::testing::RemoveDirectory(dir); }
-
-  std::string Path(const std::string& name) const { return dir + "/" + name; }
-
-  // Runs the command with the given arguments, standard input from text.
-  Result Run(const std::vector<std::string>& arguments, const std::string& input = "",
-             const std::string& redirect = "") {
-    WriteFile(Path("stdin"), input);
-    return omtext::testing::RunCommand(arguments, Path("stdin"), dir, redirect);
-  }
-
-  std::string dir;
-};
+using Result = omtext::testing::CommandResult;
+using Command = omtext::testing::Scratch<>;
 
 const char* const kDocument =
     R"({"output": [{"type": "procedure", "text": "P", "children": [
          {"type": "heading", "text": "H", "selected": false},
          {"type": "text", "lines": ["line"]}]},
        {"type": "heading", "text": "Second"}]})";
+const char* const kRendered = "P\nline\nSecond\n";
 
-TEST_F(Command, RendersAWholeDocumentFromFileOrStandardInput) {
+// A document of count headings, each holding text.
+std::string Headings(int count, const std::string& text = "h") {
+  std::string document = R"({"output": [)";
+  for (int i = 0; i < count; ++i)
+    document += std::string(i ? "," : "") + R"({"type":"heading","text":")" + text + "\"}";
+  return document + "]}";
+}
+
+TEST_F(Command, ReadsFileOrStandardInputAndTakesOptionsAnywhere) {
   WriteFile(Path("doc.json"), kDocument);
-  const std::string expected = "P\nline\nSecond\n";
-  for (const auto& arguments : std::vector<std::vector<std::string>>{
+  for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
            {Path("doc.json")}, {"-"}, {}, {"--", Path("doc.json")}}) {
     const Result result = Run(arguments, kDocument);
     EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.out, expected);
-    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.out + result.err, kRendered);
   }
-}
-
-TEST_F(Command, DefaultPageLengthIsEffectivelyEndless) {
-  std::string document = "{\"output\": [";
-  for (int i = 0; i < 100; ++i) document += std::string(i ? "," : "") + R"({"type":"heading","text":"h"})";
-  document += "]}";
-  const Result result = Run({}, document);
-  EXPECT_EQ(result.out.find('\f'), std::string::npos);
-  // With a page length given, the library's plain comparison applies.
-  EXPECT_EQ(Run({"--page-length", "0"}, R"({"output":[{"type":"heading","text":"h"}]})").out,
-            "h\n\f\n");
-}
-
-TEST_F(Command, OptionHabits) {
-  const std::string doc = R"({"output":[{"type":"heading","text":"h"},{"type":"heading","text":"i"}]})";
-  WriteFile(Path("doc.json"), doc);
-  // --opt=value, --opt value, values beginning with '-', options after FILE.
-  EXPECT_EQ(Run({"--page-length=1", Path("doc.json")}).out, "h\n\f\ni\n\f\n");
-  EXPECT_EQ(Run({Path("doc.json"), "--page-length", "1", "--tab-separated"}).out, "h\ni\n");
-  EXPECT_EQ(Run({"--row-separator", "-", "--width", "-1", "--column-separator=", Path("doc.json")})
-                .status,
-            0);
-  EXPECT_EQ(Run({"--page-length", "+2", Path("doc.json")}).out, "h\ni\n\f\n");
-  // After "--" a name that looks like an option is a file (here a missing
-  // one, where an option would have been a usage error).
+  WriteFile(Path("two.json"), Headings(2));
+  EXPECT_EQ(Run({"--page-length=1", Path("two.json")}).out, "h\n\f\nh\n\f\n");
+  EXPECT_EQ(Run({Path("two.json"), "--page-length", "1", "--tab-separated"}).out, "h\nh\n");
+  EXPECT_EQ(Run({"--page-length", "+2", Path("two.json")}).out, "h\nh\n\f\n");
+  // After "--" a name that looks like an option is a file.
   const Result odd = Run({"--", "-odd.json"});
   EXPECT_EQ(odd.status, 1);
   EXPECT_EQ(odd.err, "omtext: -odd.json: No such file or directory\n");
 }
 
-TEST_F(Command, UsageErrorsExitWithTwo) {
-  for (const auto& arguments : std::vector<std::vector<std::string>>{
-           {"--bogus"},
-           {"--width"},
-           {"--width", "12x"},
-           {"--width", ""},
-           {"--width", "2147483648"},
-           {"--page-length", "-2147483649"},
-           {"--encoding", "latin1"},
-           {"--tab-separated=yes"},
-           {"-x"},
-           {"a.json", "b.json"}}) {
-    const Result result = Run(arguments);
-    EXPECT_EQ(result.status, 2) << arguments[0];
-    EXPECT_EQ(result.out, "");
-    EXPECT_EQ(result.err.rfind("omtext: ", 0), 0u) << result.err;
-    EXPECT_NE(result.err.find("\nusage: omtext"), std::string::npos);
-  }
-  EXPECT_EQ(Run({"--width", "-2147483648"}, kDocument).status, 0);
-}
-
-TEST_F(Command, HelpAndVersion) {
-  const Result help = Run({"--help"});
-  EXPECT_EQ(help.status, 0);
-  EXPECT_EQ(help.out.rfind("usage: omtext [OPTIONS] [FILE]\n", 0), 0u);
-  const Result version = Run({"--version"});
-  EXPECT_EQ(version.status, 0);
-  EXPECT_EQ(version.out.rfind("omtext ", 0), 0u);
-}
-
-TEST_F(Command, BadDocumentGivesOneLineAndNoOutput) {
+TEST_F(Command, UnreadableOrBadFileGivesOneLineAndNoOutput) {
   WriteFile(Path("bad.json"), "{\"output\": [\n  {\"type\": \"heading\"}]}");
   const Result result = Run({Path("bad.json")});
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.out, "");
   EXPECT_EQ(result.err,
             "omtext: " + Path("bad.json") + ":2:3: missing key \"text\" in a \"heading\" part\n");
-  EXPECT_EQ(Run({}, "{").err, "omtext: -:1:2: invalid JSON: missing a name for object member\n");
-  EXPECT_EQ(Run({Path("missing.json")}).err,
-            "omtext: " + Path("missing.json") + ": No such file or directory\n");
   EXPECT_EQ(Run({dir}).err, "omtext: " + dir + ": Is a directory\n");
 }
 
 TEST_F(Command, OutputFileIsReplacedOnlyOnSuccess) {
   WriteFile(Path("out.txt"), "old contents\n");
   ::chmod(Path("out.txt").c_str(), 0640);
-  Result result = Run({"-o", Path("out.txt")}, "{\"output\": 5}");
-  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(Run({"-o", Path("out.txt")}, "{\"output\": 5}").status, 1);
   EXPECT_EQ(ReadFile(Path("out.txt")), "old contents\n");
-  result = Run({"-o", Path("new.txt")}, "{\"output\": 5}");
-  EXPECT_EQ(::access(Path("new.txt").c_str(), F_OK), -1);
+  Run({"-o", Path("new.txt")}, "{\"output\": 5}");
+  EXPECT_FALSE(omtext::testing::Exists(Path("new.txt")));
 
-  result = Run({"-o", Path("out.txt")}, kDocument);
+  const Result result = Run({"-o", Path("out.txt")}, kDocument);
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.out, "");
-  EXPECT_EQ(ReadFile(Path("out.txt")), "P\nline\nSecond\n");
+  EXPECT_EQ(ReadFile(Path("out.txt")), kRendered);
   struct stat info {};
   ASSERT_EQ(::stat(Path("out.txt").c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 0777, 0640u);
   // No temporary file is left beside it.
   EXPECT_EQ(std::system(("test $(ls -A " + ShellQuote(dir) + " | grep -c omtext-) -eq 0").c_str()),
             0);
-  EXPECT_EQ(Run({"--output=" + Path("o2.txt")}, kDocument).status, 0);
-  EXPECT_EQ(ReadFile(Path("o2.txt")), "P\nline\nSecond\n");
   EXPECT_EQ(Run({"-o", "/dev/null"}, kDocument).status, 0);
   EXPECT_EQ(Run({"-o", Path("no/such/dir.txt")}, kDocument).status, 1);
 }
@@ -155,58 +89,126 @@ TEST_F(Command, WriteFailuresExitWithOne) {
   EXPECT_EQ(full.err, "omtext: write error: No space left on device\n");
   // A reader that never reads and exits: more text than a pipe holds must
   // fail to be written, and the closed pipe is reported.
-  std::string document = "{\"output\": [";
-  for (int i = 0; i < 20000; ++i) {
-    document += std::string(i ? "," : "") + R"({"type":"heading","text":"0123456789"})";
-  }
-  WriteFile(Path("stdin"), document + "]}");
-  const std::string command = "{ " + ShellQuote(OMTEXT_COMMAND) + " < " + ShellQuote(Path("stdin")) +
-                              " 2> " + ShellQuote(Path("stderr")) + "; echo $? > " +
-                              ShellQuote(Path("status")) + "; } | true";
-  std::system(command.c_str());
+  WriteFile(Path("stdin"), Headings(20000, "0123456789"));
+  std::system(("{ " + ShellQuote(OMTEXT_COMMAND) + " < " + ShellQuote(Path("stdin")) + " 2> " +
+               ShellQuote(Path("stderr")) + "; echo $? > " + ShellQuote(Path("status")) +
+               "; } | true")
+                  .c_str());
   EXPECT_EQ(ReadFile(Path("status")), "1\n");
   EXPECT_EQ(ReadFile(Path("stderr")), "omtext: write error: Broken pipe\n");
 }
 
 TEST_F(Command, ResourceLimitsAreRefusedBeforeAnyOutput) {
-  // Two row dimensions of 100,000 leaves: fine with empty rows hidden,
-  // ten billion rows with them shown.
-  std::string categories = "[";
-  for (int i = 0; i < 100000; ++i) categories += (i ? ",\"c" : "\"c") + std::to_string(i) + "\"";
-  categories += "]";
-  const std::string table =
-      R"({"output": [{"type": "heading", "text": "before"}, {"type": "pivot-table", "dimensions": [
-        {"label": "A", "axis": "row", "categories": )" + categories + R"(},
-        {"label": "B", "axis": "row", "categories": )" + categories + R"(}],
-        "cells": [[[0, 0], 1]]}]})";
-  EXPECT_EQ(Run({}, table).status, 0);
+  auto table = [](const std::string& axis, int count) {
+    std::string categories = "[\"c\"";
+    for (int i = 1; i < count; ++i)
+      categories += ",\"c" + std::to_string(i) + "\"";
+    return R"({"output": [{"type": "heading", "text": "before"}, {"type": "pivot-table",
+      "dimensions": [{"label": "A", "axis": ")" +
+           axis + R"(", "categories": )" + categories + R"(]}, {"label": "B", "axis": ")" + axis +
+           R"(", "categories": )" + categories + R"(, "x"]}]}]})";
+  };
+  // Two row dimensions of 100,001 and 100,000 leaves: fine with empty rows
+  // hidden, ten billion rows with them shown.
+  const std::string rows = table("row", 100000);
+  EXPECT_EQ(Run({}, rows).status, 0);
   for (const std::vector<std::string>& options :
        {std::vector<std::string>{"--show-empty"}, {"--show-empty", "--tab-separated"}}) {
-    const Result refused = Run(options, table);
+    const Result refused = Run(options, rows);
     EXPECT_EQ(refused.status, 1);
     EXPECT_EQ(refused.out, "");
     EXPECT_EQ(refused.err,
-              "omtext: -: pivot table 1 has up to 10000000000 rows and 1 column, more than can be "
+              "omtext: -: pivot table 1 has up to 10000100000 rows and 1 column, more than can be "
               "laid out\n");
   }
-  // A layer dimension per 1,001 x 1,000 layers.
-  std::string many = "[";
-  for (int i = 0; i < 1001; ++i) many += (i ? ",\"c" : "\"c") + std::to_string(i) + "\"";
-  many += "]";
-  const std::string layered =
-      R"({"output": [{"type": "pivot-table", "dimensions": [
-        {"label": "A", "axis": "layer", "categories": )" + many + R"(},
-        {"label": "B", "axis": "layer", "categories": )" + many.substr(0, many.rfind(",")) + R"(]}]}]})";
-  EXPECT_EQ(Run({}, layered).err,
+  const std::string layers = table("layer", 1000);
+  EXPECT_EQ(Run({}, layers).err,
             "omtext: -: pivot table 1 has 1001000 layers; the limit is 1000000\n");
-  EXPECT_EQ(Run({"--current-layer"}, layered).status, 0);
-
+  EXPECT_EQ(Run({"--current-layer"}, layers).status, 0);
   const std::string longString(std::size_t{1} << 24 | 1, 'x');
   EXPECT_EQ(Run({}, R"({"output": [{"type": "heading", "text": ")" + longString + "\"}]}").err,
             "omtext: -:1:41: a string may hold at most 16777216 bytes\n");
   const std::string longCell((std::size_t{1} << 16) + 1, 'x');
   EXPECT_EQ(Run({}, R"({"output": [{"type": "pivot-table", "data": ")" + longCell + "\"}]}").err,
             "omtext: -:1:45: a cell's text may hold at most 65536 bytes\n");
+}
+
+// Destination mode: the command hands each top-level part to the text file
+// destination with the host settings taken from the options.
+const std::string kMark = "\xEF\xBB\xBF";
+
+// A page title (whose child is not exported), a procedure with children, a
+// heading, and a procedure with a notes table.
+const char* const kDestinationDocument = R"({"output": [
+  {"type": "page-title", "text": "Title", "subtitle": "Sub",
+   "children": [{"type": "heading", "text": "not exported"}]},
+  {"type": "procedure", "text": "P", "children": [{"type": "heading", "text": "H"}]},
+  {"type": "heading", "text": "Second"},
+  {"type": "procedure", "text": "Crosstabs", "children": [
+    {"type": "pivot-table", "title": "Counts", "notes": true,
+     "dimensions": [{"label": "Sex", "axis": "row", "categories": ["Male", "Female"]},
+                    {"label": "Answer", "axis": "column", "categories": ["Yes", "No"]}],
+     "data": [[1, 2], [3, 40]]}]}]})";
+
+const std::string kDestinationRendered =
+    "Title\nSub\nP\nH\nSecond\nCrosstabs\nCounts\n\n"
+    " Sex    Answer \n"
+    "        Yes No \n"
+    " Male   1   2  \n"
+    " Female 3   40 \n\n";
+
+class DestinationCommand : public omtext::testing::Scratch<> {
+ protected:
+  // Runs the command on the document with out.txt as destination,
+  // expecting success, and returns what the destination wrote.
+  std::string Written(std::vector<std::string> arguments) {
+    arguments.insert(arguments.end(), {"--destination", Path("out.txt")});
+    const Result result = Run(arguments, kDestinationDocument);
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out + result.err, "");
+    return ReadFile(Path("out.txt"));
+  }
+};
+
+TEST_F(DestinationCommand, WritesEachTopLevelPartWithTheHostsSettings) {
+  WriteFile(Path("out.txt"), "old contents, longer than what replaces them\n");
+  // Stream export options and -o are not used.
+  EXPECT_EQ(
+      Written({"-o", Path("o.txt"), "--page-breaks", "--column-separator", "#", "--no-footnotes"}),
+      kMark + kDestinationRendered);
+  EXPECT_FALSE(omtext::testing::Exists(Path("o.txt")));
+  EXPECT_EQ(Written({"--encoding=single-byte"}), kDestinationRendered);
+  // The page length is six lines more than the host's, without overflow.
+  EXPECT_EQ(Written({"--page-length", "-5"})
+                .rfind(kMark + "Title\nSub\nP\n\f\nH\n\f\nSecond\n\f\nCrosstabs\n\f\n", 0),
+            0u);
+  EXPECT_EQ(Written({"--page-length=2147483647"}), kMark + kDestinationRendered);
+  EXPECT_NE(Written({"--width", "12"}).find("\n Sex Answer \n"), std::string::npos);
+  EXPECT_NE(Written({"--width", "12", "--tab-separated"}).find("\nFemale\t3\t40\n"),
+            std::string::npos);
+}
+
+TEST_F(DestinationCommand, UnusableFilesExitWithOneAndTheHostsMessage) {
+  const std::pair<std::string, std::string> cases[] = {
+      {dir, "File " + dir + " is read only."},
+      {"/dev/full", "/dev/full: write error: No space left on device"}};
+  for (const auto& [spec, message] : cases) {
+    const Result result = Run({"--destination", spec}, kDestinationDocument);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "omtext: " + message + "\n");
+  }
+}
+
+TEST_F(DestinationCommand, RejectedDocumentLeavesTheFileUntouched) {
+  WriteFile(Path("out.txt"), "keep");
+  const std::string bad = R"({"output": [{"type": "heading"}]})";
+  const Result result = Run({"--destination", Path("out.txt")}, bad);
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err.rfind("omtext: -:1:", 0), 0u) << result.err;
+  EXPECT_EQ(ReadFile(Path("out.txt")), "keep");
+  EXPECT_EQ(Run({"--destination", Path("new.txt")}, bad).status, 1);
+  EXPECT_FALSE(omtext::testing::Exists(Path("new.txt")));
 }
 
 }  // namespace
