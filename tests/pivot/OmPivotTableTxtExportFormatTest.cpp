@@ -257,12 +257,15 @@ TEST_F(FormatTest, TableWithoutColumnHeadingNeverRepeatsItsTopRule) {
 TEST_F(FormatTest, LayersWithoutDimensionsRowsOrColumnsStillPrintACellColumn) {
   // Nothing at all: one blank cell of width 0.
   EXPECT_EQ(Matrix(Planned()), (Lines{"||", "| |", "||"}));
-  // Rows only: no heading band, so the corner label has nowhere to go.
+  // Rows only: no heading band, so the corner label has nowhere to go; "b"
+  // spans the empty heading column beside it.
   NewTable();
-  Flat(*table, OmAxis::Row, "Rows", {"a", "b"});
+  OmDimension& rows = Flat(*table, OmAxis::Row, "Rows", {});
+  rows.AddCategory(rows.AddCategory("a"), "x");
+  rows.AddCategory("b");
   table->SetText({0}, "1");
   table->SetText({1}, "2");
-  EXPECT_EQ(Matrix(Planned()), (Lines{"|_|_|", "|a|1|", "|_|_|", "|b|2|", "|_|_|"}));
+  EXPECT_EQ(Matrix(Planned()), (Lines{"|_|_|_|", "|a|x|1|", "|___|_|", "|b  |2|", "|___|_|"}));
   // No data rows: the heading over one blank row, without a cell lookup.
   options.HideEmptyRowsAndColumns(false);
   NewTable();
