@@ -1,5 +1,5 @@
-// The host's file checks: resolving typed specifications and validating a
-// file before it is written.
+// The host's file checks (resolving typed specifications, validating a file
+// before it is written) and the reporting of the problems they find.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pwd.h>
@@ -8,8 +8,12 @@
 
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "../cli/CommandRunner.h"
+#include "host/BpComposite.h"
+#include "host/BpError.h"
+#include "host/BpString.h"
 #include "host/CheckFileRef.h"
 #include "host/ValidateFileSpecification.h"
 
@@ -58,12 +62,7 @@ std::string Check(const std::string& name, std::int32_t length = -2) {
   return digits + " " + scratch;
 }
 
-class ValidateFileSpecificationTest : public ::testing::Test {
- protected:
-  void SetUp() override { dir = omtext::testing::MakeScratchDirectory(); }
-  void TearDown() override { omtext::testing::RemoveDirectory(dir); }
-  std::string dir;
-};
+using ValidateFileSpecificationTest = omtext::testing::Scratch<>;
 
 TEST_F(ValidateFileSpecificationTest, TellsTheStatesOfAPath) {
   WriteFile(dir + "/f", "x");
@@ -111,6 +110,43 @@ TEST_F(ValidateFileSpecificationTest, ConflictingLocksOfOtherDescriptionsMakeAFi
   ASSERT_EQ(::fcntl(fd, F_SETLK, &lock), 0);
   EXPECT_EQ(Check(dir + "/f"), "1001 " + dir);
   ::close(fd);
+}
+
+BpComposite Compose(const std::string& pattern, const std::vector<std::string>& arguments) {
+  BpComposite composite(pattern, true);
+  for (const std::string& argument : arguments)
+    composite.Add(BpString(argument, false));
+  composite.Finish();
+  return composite;
+}
+
+TEST(BpComposite, FillsPlaceholdersInOnePass) {
+  EXPECT_EQ(Compose("^2 before ^1, ^1x", {"one", "two"}).Text(), "two before one, onex");
+  EXPECT_EQ(Compose("^10|^1", {"a", "b", "c", "d", "e", "f", "g", "h", "i", "j"}).Text(), "j|a");
+  // Carets that name no argument stay, however long their number.
+  EXPECT_EQ(Compose("^0 ^2 ^ ^x ^^1 end^ ^12", {"A"}).Text(), "^0 ^2 ^ ^x ^A end^ ^12");
+  EXPECT_EQ(Compose("^99999999999999999999999", {"A"}).Text(), "^99999999999999999999999");
+  // Inserted text is not expanded again.
+  EXPECT_EQ(Compose("File ^1 and ^2", {"^2", "x"}).Text(), "File ^2 and x");
+  BpComposite unfinished("File ^1.", true);
+  unfinished.Add(BpString("a", false));
+  EXPECT_EQ(unfinished.Text(), "File ^1.");
+}
+
+TEST(BpError, ReachesTheInstalledHandlerUntilItsScopeEnds) {
+  std::vector<std::string> reports;
+  {
+    const BpErrorHandlerScope scope(
+        [&reports](const std::string& text, std::int32_t show, std::int32_t level) {
+          reports.push_back(text + " " + std::to_string(show) + " " + std::to_string(level));
+        });
+    BpError(Compose("File ^1 is busy.", {"x"}), 2, 4);
+  }
+  EXPECT_EQ(reports, std::vector<std::string>{"File x is busy. 2 4"});
+  // Out of the scope, the default handler writes one line to standard error.
+  ::testing::internal::CaptureStderr();
+  BpError(Compose("File ^1 is read only.", {"y"}), 2, 4);
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "omtext: File y is read only.\n");
 }
 
 }  // namespace
