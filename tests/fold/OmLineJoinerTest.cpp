@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "fold/OmLineJoiner.h"
@@ -14,14 +15,8 @@ using Lengths = std::vector<std::int64_t>;
 using Indices = std::vector<std::int32_t>;
 using Method = OmLineJoiner::Method;
 
-struct Outcome {
-  std::int64_t width;
-  Indices starts;
-  Lengths lengths;
-  bool operator==(const Outcome& o) const {
-    return width == o.width && starts == o.starts && lengths == o.lengths;
-  }
-};
+// The width to pad to, and the start and length of each joined line.
+using Outcome = std::tuple<std::int64_t, Indices, Lengths>;
 
 Outcome JoinWith(Method method, const Lengths& lengths, const Indices& breaks, std::int32_t rows,
                  std::int32_t restriction) {
