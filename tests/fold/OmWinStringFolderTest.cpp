@@ -179,6 +179,17 @@ TEST(OmWinStringFolder, PadsEveryLineAndAddsRows) {
   EXPECT_EQ(folder.MakeNode("ab  ", 1, 1, 0)->Length(), 4);
 }
 
+TEST(OmWinStringFolder, AdjustJoinsGivenStringsAndFillsTheRows) {
+  OmWinStringFolder::Data data(MakeOptions({}));
+  OmFormattedNode node("", 1, 3, 0, 0);
+  Lines lines{"aaa", "bb", "c", "dddd", "e"};
+  EXPECT_EQ(data.AdjustNumberOfStrings(node, 7, lines, {}), 6);
+  EXPECT_EQ(lines, (Lines{"aaa", "bb c", "dddd e"}));
+  lines = {"x"};
+  EXPECT_EQ(data.AdjustNumberOfStrings(node, 7, lines, {}), 7);
+  EXPECT_EQ(lines, (Lines{"x", "", ""}));
+}
+
 TEST(OmWinStringFolder, MinimumWidthIsWidestLineLessSpan) {
   EXPECT_EQ(MinimumWidth("abcdefgh", 1, {1, 3, 0}), 6);
   EXPECT_EQ(MinimumWidth("abcdefgh", 1, {1, 3, 4}), 2);
