@@ -71,10 +71,11 @@ TEST(OmPivotTable, SetCellRejectsABadIndexAndLeavesTheTableAlone) {
 TEST(OmPivotTable, CellIsNullForEveryIndexThatHasNoCell) {
   auto table = SmallTable();
   EXPECT_EQ(table->Cell({0, 0, 0}), nullptr);  // no cells yet
-  OmCellText& stored = table->SetCell({1, 1, 2}, std::make_unique<OmNumberCell>(2.25, 2));
-  EXPECT_EQ(table->Cell({1, 1, 2}), &stored);
+  OmCellText& stored = table->SetCell({1, 1, 0}, std::make_unique<OmNumberCell>(2.25, 2));
+  EXPECT_EQ(table->Cell({1, 1, 0}), &stored);
+  // {1, 0, 4} is one past the last column, where the row below would start.
   for (const Index& index :
-       std::vector<Index>{{1, 1, 1}, {1, 1}, {1, 1, 2, 0}, {1, 1, 4}, {-1, 1, 2}, {}}) {
+       std::vector<Index>{{1, 1, 1}, {1, 1}, {1, 1, 0, 0}, {1, 0, 4}, {-1, 1, 0}, {}}) {
     EXPECT_EQ(table->Cell(index), nullptr) << index.size();
   }
   EXPECT_EQ(table->SizeVector(), (Index{0, 0, 0}));
