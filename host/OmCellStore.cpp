@@ -28,6 +28,11 @@ constexpr std::uint64_t kEmptyKey = std::numeric_limits<std::uint64_t>::max();
 // costs memory in proportion to its cells.
 constexpr std::uint64_t kSmallSpan = 32;
 
+// A hint alone makes at most this many slots (128 MB) at once: it is only
+// a caller's word, and a wrong one must not allocate a huge array. A larger
+// layer that really fills up becomes an array as its cells arrive.
+constexpr std::uint64_t kHintedSpan = std::uint64_t{1} << 24;
+
 // A layer filled to a quarter of its slots costs no more as an array.
 bool IsDenseEnough(std::uint64_t cells, std::uint64_t span) { return cells >= span / 4 + (span % 4 != 0); }
 
@@ -42,7 +47,9 @@ struct Slot {
 class OmCellStore::Layer {
  public:
   explicit Layer(const Shape& shape) : mShape(shape) {
-    if (shape.linear && (shape.span <= kSmallSpan || IsDenseEnough(shape.expected, shape.span))) {
+    if (shape.linear &&
+        (shape.span <= kSmallSpan ||
+         (shape.span <= kHintedSpan && IsDenseEnough(shape.expected, shape.span)))) {
       mDense.assign(static_cast<std::size_t>(shape.span), nullptr);
       mMode = Mode::Dense;
     } else if (!shape.linear) {

@@ -185,4 +185,16 @@ INSTANTIATE_TEST_SUITE_P(Forms, CellStoreForms,
                              // A product beyond 64 bits: keyed by the positions' bytes.
                              std::vector<std::int32_t>{2, INT32_MAX, INT32_MAX, INT32_MAX, 7}));
 
+// The count of expected cells is only a hint: a wildly high one on a layer
+// of ten billion slots must not make it an array of 80 GB.
+TEST(OmCellStore, AWrongHintDoesNotMakeAHugeLayerAnArray) {
+  OmCellStore store({1, 100000, 100000}, {true, false, false});
+  store.Expect(INT64_MAX);
+  OmStringCell cell("x");
+  const Index index{0, 99999, 99999};
+  EXPECT_TRUE(store.Insert(index.data(), &cell));
+  EXPECT_EQ(store.Find(index.data()), &cell);
+  EXPECT_EQ(store.Count(), 1);
+}
+
 }  // namespace
