@@ -1,7 +1,6 @@
-// Runs the built omtext command through the shell for tests: arguments,
-// standard input from a file, and the output, error text and exit status;
-// with the scratch directories and file helpers the command and destination
-// tests share.
+// Runs the built omtext command through the shell for tests (arguments,
+// standard input from a file; output, error text, exit status), with the
+// scratch directories and file helpers the command and destination tests share.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -31,7 +31,6 @@ TEST(OmWinFormattedNode, FoldsAtBlanksAndBreaksAndTrimsTrailingBlanks) {
   EXPECT_EQ(Scanned("a b"), "'a b' [1,]");
   EXPECT_EQ(Scanned("a  b"), "'a  b' [1,2,]");
   EXPECT_EQ(Scanned(" a"), "' a' [0,]");
-  EXPECT_EQ(Scanned("a\nb"), "'a\nb' [1,]");
   EXPECT_EQ(Scanned("a\r\nb"), "'a\r\nb' [1,2,]");
   EXPECT_EQ(Scanned("a\tb,c"), "'a\tb,c' []");
   EXPECT_EQ(Scanned("a \n"), "'a \n' [1,2,]");  // the break ends the blanks
