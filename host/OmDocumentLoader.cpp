@@ -223,16 +223,9 @@ class TrackingStream {
 
   // Skips the white space the reader skips, and notes where it stops.
   void SkipWhitespace() {
-    while (mCurrent != mLast) {
-      const Ch c = *mCurrent;
-      if (c != ' ' && c != '\n' && c != '\r' && c != '\t') break;
-      ++mCurrent;
-      if (c == '\n') {
-        ++mLine;
-        mLineStart = Tell();
-      }
-      if (mCurrent == mLast) Refill();
-    }
+    for (Ch c = Peek(); mCurrent != mLast && (c == ' ' || c == '\n' || c == '\r' || c == '\t');
+         c = Peek())
+      Take();
     mToken = Here();
   }
   Position Token() const { return mToken; }
