@@ -18,10 +18,10 @@
 #include "OmTableGenerator.h"
 #include "export/OmTextExport.h"
 #include "export/OmTextExportOptions.h"
-#include "host/OmDisplayLayerHeading.h"
-#include "host/OmDocumentLoader.h"
-#include "host/OmOutputTree.h"
-#include "host/OmPivotTable.h"
+#include "host/table/OmDisplayLayerHeading.h"
+#include "loader/OmDocumentLoader.h"
+#include "host/output/OmOutputTree.h"
+#include "host/table/OmPivotTable.h"
 #include "pivot/OmPivotTableTxtExportPrivate.h"
 
 namespace {

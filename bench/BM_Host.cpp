@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "host/OmDisplayColumnHeading.h"
-#include "host/OmDisplayLayerHeading.h"
-#include "host/OmDisplayRowHeading.h"
-#include "host/OmPivotTable.h"
+#include "host/table/OmDisplayColumnHeading.h"
+#include "host/table/OmDisplayLayerHeading.h"
+#include "host/table/OmDisplayRowHeading.h"
+#include "host/table/OmPivotTable.h"
 
 namespace {
 

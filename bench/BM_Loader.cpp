@@ -5,7 +5,7 @@
 #include <sstream>
 
 #include "OmTableGenerator.h"
-#include "host/OmDocumentLoader.h"
+#include "loader/OmDocumentLoader.h"
 
 namespace {
 

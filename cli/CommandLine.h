@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "host/OmPlatform.h"
+#include "host/platform/OmPlatform.h"
 
 namespace omtext::cli {
 

@@ -3,8 +3,8 @@
 #include <string>
 
 #include "destination/TextTreeVisitor.h"
-#include "host/OmOutputTree.h"
-#include "host/OmPageTitle.h"
+#include "host/output/OmOutputTree.h"
+#include "host/output/OmPageTitle.h"
 
 namespace omtext::cli {
 

@@ -5,11 +5,11 @@
 #include <new>
 
 #include "export/OmTextExportOptions.h"
-#include "host/OmDisplayColumnHeading.h"
-#include "host/OmDisplayLayerHeading.h"
-#include "host/OmDisplayRowHeading.h"
-#include "host/OmOutputTree.h"
-#include "host/OmPivotTable.h"
+#include "host/table/OmDisplayColumnHeading.h"
+#include "host/table/OmDisplayLayerHeading.h"
+#include "host/table/OmDisplayRowHeading.h"
+#include "host/output/OmOutputTree.h"
+#include "host/table/OmPivotTable.h"
 
 namespace omtext::cli {
 namespace {

@@ -17,9 +17,9 @@
 #include "destination/TextTreeVisitor.h"
 #include "export/OmTextExport.h"
 #include "export/OmTextExportOptions.h"
-#include "host/BpError.h"
-#include "host/OmDocumentLoader.h"
-#include "host/OmPlatform.h"
+#include "host/platform/BpError.h"
+#include "loader/OmDocumentLoader.h"
+#include "host/platform/OmPlatform.h"
 
 namespace {
 

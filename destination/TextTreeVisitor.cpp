@@ -7,14 +7,14 @@
 
 #include "export/OmTextExport.h"
 #include "export/OmTextExportOptions.h"
-#include "host/BpComposite.h"
-#include "host/BpError.h"
-#include "host/BpString.h"
-#include "host/CheckFileRef.h"
-#include "host/ExtNameStr.h"
-#include "host/OmOutputTree.h"
-#include "host/OmPlatform.h"
-#include "host/ValidateFileSpecification.h"
+#include "host/platform/BpComposite.h"
+#include "host/platform/BpError.h"
+#include "host/platform/BpString.h"
+#include "host/platform/CheckFileRef.h"
+#include "host/platform/ExtNameStr.h"
+#include "host/output/OmOutputTree.h"
+#include "host/platform/OmPlatform.h"
+#include "host/platform/ValidateFileSpecification.h"
 
 namespace {
 

@@ -9,9 +9,9 @@
 #include <memory>
 #include <string>
 
-#include "host/ListTree.h"
-#include "host/OmFactory.h"
-#include "host/OmOutputPart.h"
+#include "host/output/ListTree.h"
+#include "host/output/OmFactory.h"
+#include "host/output/OmOutputPart.h"
 
 class OmOutputTree;
 

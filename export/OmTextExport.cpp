@@ -7,10 +7,9 @@
 
 #include "export/OmTextExportOptions.h"
 #include "export/OmTextExportTreeVisitor.h"
-#include "fold/OmWinStringFolder.h"
-#include "host/OmCellText.h"
-#include "host/OmOutputTree.h"
-#include "host/OmTextBlock.h"
+#include "host/output/OmCellText.h"
+#include "host/output/OmOutputTree.h"
+#include "host/output/OmTextBlock.h"
 
 struct OmTextExport::Data {
   Data(const OmTextExportOptions& exportOptions, std::ostream& out)
@@ -22,13 +21,7 @@ struct OmTextExport::Data {
 };
 
 OmTextExport::OmTextExport(const OmTextExportOptions& options, std::ostream& stream)
-    : mData(std::make_unique<Data>(options, stream)) {
-  if (!options.TabSeparated() && options.MaxLineWidth() != -1) {
-    OmStringFolder::Options folderOptions;
-    folderOptions.widthRestriction = options.MaxLineWidth();
-    mData->visitor.SetStringFolder(std::make_unique<OmWinStringFolder>(folderOptions));
-  }
-}
+    : mData(std::make_unique<Data>(options, stream)) {}
 
 OmTextExport::~OmTextExport() = default;
 

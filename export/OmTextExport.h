@@ -8,8 +8,8 @@
 #include <iosfwd>
 #include <memory>
 
-#include "host/ListTree.h"
-#include "host/OmOutputPart.h"
+#include "host/output/ListTree.h"
+#include "host/output/OmOutputPart.h"
 
 class OmOutputTree;
 class OmTextExportOptions;

@@ -6,11 +6,10 @@
 #include <ostream>
 
 #include "export/OmTextExportOptions.h"
-#include "fold/OmStringFolder.h"
-#include "host/OmDisplayLayerHeading.h"
-#include "host/OmHeading.h"
-#include "host/OmPivotTable.h"
-#include "host/OmTextBlock.h"
+#include "host/table/OmDisplayLayerHeading.h"
+#include "host/output/OmHeading.h"
+#include "host/table/OmPivotTable.h"
+#include "host/output/OmTextBlock.h"
 #include "pivot/OmPivotTableTxtExport.h"
 
 struct OmTextExportTreeVisitor::Data {
@@ -20,7 +19,6 @@ struct OmTextExportTreeVisitor::Data {
   std::ostream& stream;
   const OmTextExportOptions& options;
   std::int32_t linesOnPage = 0;
-  std::unique_ptr<OmStringFolder> stringFolder;
 
   // Counts one printed line. The count saturates instead of overflowing on
   // an absurdly long page; it is only ever compared with the page length.
@@ -161,7 +159,3 @@ void OmTextExportTreeVisitor::PrintText(std::string line) {
 }
 
 std::int32_t OmTextExportTreeVisitor::LinesOnPage() const { return mData->linesOnPage; }
-
-void OmTextExportTreeVisitor::SetStringFolder(std::unique_ptr<OmStringFolder> folder) {
-  mData->stringFolder = std::move(folder);
-}

@@ -10,9 +10,8 @@
 #include <memory>
 #include <string>
 
-#include "host/OmOutputPart.h"
+#include "host/output/OmOutputPart.h"
 
-class OmStringFolder;
 class OmTextExportOptions;
 
 class OmTextExportTreeVisitor : public OmOutputPart::Visitor {
@@ -51,8 +50,6 @@ class OmTextExportTreeVisitor : public OmOutputPart::Visitor {
 
   // The lines written since the last page break.
   std::int32_t LinesOnPage() const;
-  // Takes over the string folder the exporter made (or null).
-  void SetStringFolder(std::unique_ptr<OmStringFolder> folder);
 
  private:
   struct Data;

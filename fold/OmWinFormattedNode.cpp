@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/OmPlatform.h"
+#include "host/platform/OmPlatform.h"
 
 OmWinFormattedNode::OmWinFormattedNode(std::string text, std::int32_t columns, std::int32_t rows,
                                        std::int32_t extraWidth, std::int32_t length)

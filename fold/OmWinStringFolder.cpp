@@ -10,7 +10,7 @@
 #include "fold/OmFormattedNode.h"
 #include "fold/OmWinFormattedNode.h"
 #include "fold/OmWinStringFolderPrivate.h"
-#include "host/OmPlatform.h"
+#include "host/platform/OmPlatform.h"
 
 namespace {
 

@@ -18,7 +18,7 @@
 #include "fold/OmFormattedNode.h"
 #include "fold/OmWinStringFolder.h"
 #include "fuzz/FuzzInput.h"
-#include "host/OmPlatform.h"
+#include "host/platform/OmPlatform.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include <sstream>
 #include <string>
 
-#include "host/OmDocumentLoader.h"
-#include "host/OmOutputTree.h"
+#include "loader/OmDocumentLoader.h"
+#include "host/output/OmOutputTree.h"
 
 namespace {
 

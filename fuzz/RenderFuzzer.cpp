@@ -34,11 +34,11 @@
 #include "export/OmTextExport.h"
 #include "export/OmTextExportOptions.h"
 #include "fuzz/FuzzInput.h"
-#include "host/OmCellText.h"
-#include "host/OmDocumentLoader.h"
-#include "host/OmHeading.h"
-#include "host/OmPivotTable.h"
-#include "host/OmPlatform.h"
+#include "host/output/OmCellText.h"
+#include "loader/OmDocumentLoader.h"
+#include "host/output/OmHeading.h"
+#include "host/table/OmPivotTable.h"
+#include "host/platform/OmPlatform.h"
 
 namespace {
 

@@ -7,7 +7,20 @@ execute_process(COMMAND "${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${
 if(result)
   message(FATAL_ERROR "install failed: ${result}")
 endif()
+# The installed headers compile from the install alone: none needs an
+# internal one.
+file(GLOB_RECURSE headers RELATIVE "${WORK_DIR}/prefix/include/omtext" "${WORK_DIR}/prefix/include/omtext/*.h")
+list(LENGTH headers count)
+if(count LESS 20)
+  message(FATAL_ERROR "only ${count} headers were installed")
+endif()
+set(all_headers "")
+foreach(header ${headers})
+  string(APPEND all_headers "#include \"${header}\"\n")
+endforeach()
+file(WRITE "${WORK_DIR}/all_headers.cpp" "${all_headers}")
 execute_process(COMMAND "${CMAKE_COMMAND}" -S "${SOURCE_DIR}/tests/consumer" -B "${WORK_DIR}/build"
+                        "-DALL_HEADERS=${WORK_DIR}/all_headers.cpp"
                         "-DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix"
                 RESULT_VARIABLE result OUTPUT_VARIABLE log ERROR_VARIABLE log)
 if(result)

@@ -4,9 +4,9 @@
 
 #include "export/OmTextExport.h"
 #include "export/OmTextExportOptions.h"
-#include "host/OmHeading.h"
-#include "host/OmOutputTree.h"
-#include "host/OmTextBlock.h"
+#include "host/output/OmHeading.h"
+#include "host/output/OmOutputTree.h"
+#include "host/output/OmTextBlock.h"
 
 int main() {
   OmOutputTree tree;

@@ -11,11 +11,11 @@
 #include <vector>
 
 #include "../cli/CommandRunner.h"
-#include "host/BpComposite.h"
-#include "host/BpError.h"
-#include "host/BpString.h"
-#include "host/CheckFileRef.h"
-#include "host/ValidateFileSpecification.h"
+#include "host/platform/BpComposite.h"
+#include "host/platform/BpError.h"
+#include "host/platform/BpString.h"
+#include "host/platform/CheckFileRef.h"
+#include "host/platform/ValidateFileSpecification.h"
 
 namespace {
 

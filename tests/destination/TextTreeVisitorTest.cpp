@@ -11,10 +11,10 @@
 #include <vector>
 
 #include "../cli/CommandRunner.h"
-#include "host/BpError.h"
-#include "host/OmHeading.h"
-#include "host/OmOutputTree.h"
-#include "host/OmPlatform.h"
+#include "host/platform/BpError.h"
+#include "host/output/OmHeading.h"
+#include "host/output/OmOutputTree.h"
+#include "host/platform/OmPlatform.h"
 
 namespace {
 

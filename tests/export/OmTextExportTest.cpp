@@ -17,11 +17,11 @@
 
 #include "export/OmTextExportOptions.h"
 #include "export/OmTextExportTreeVisitor.h"
-#include "host/OmHeading.h"
-#include "host/OmOutputTree.h"
-#include "host/OmPivotTable.h"
-#include "host/OmTextBlock.h"
-#include "host/OmTitledPart.h"
+#include "host/output/OmHeading.h"
+#include "host/output/OmOutputTree.h"
+#include "host/table/OmPivotTable.h"
+#include "host/output/OmTextBlock.h"
+#include "host/output/OmTitledPart.h"
 
 namespace {
 

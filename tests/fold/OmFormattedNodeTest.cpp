@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "fold/OmWinFormattedNode.h"
-#include "host/OmPlatform.h"
+#include "host/platform/OmPlatform.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include "fold/OmFormattedNode.h"
 #include "fold/OmWinStringFolder.h"
 #include "fold/OmWinStringFolderPrivate.h"
-#include "host/OmPlatform.h"
+#include "host/platform/OmPlatform.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // Number cells format exactly as C printf does in the C locale, whichever
 // path the conversion takes.
-#include "host/OmCellText.h"
+#include "host/output/OmCellText.h"
 
 #include <gtest/gtest.h>
 

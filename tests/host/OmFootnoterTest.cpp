@@ -1,6 +1,6 @@
 // The footnoter: markers by first request, the listing order, and the
 // numeric and alphabetic sequences.
-#include "host/OmFootnoter.h"
+#include "host/table/OmFootnoter.h"
 
 #include <gtest/gtest.h>
 

@@ -1,13 +1,13 @@
 // Building pivot tables: dimensions and categories, the index check that
 // loaders use, and cell storage and lookup in every storage form.
-#include "host/OmPivotTable.h"
+#include "host/table/OmPivotTable.h"
 
 #include <gtest/gtest.h>
 
 #include <map>
 #include <stdexcept>
 
-#include "host/OmCellStore.h"
+#include "host/table/OmCellStore.h"
 
 namespace {
 

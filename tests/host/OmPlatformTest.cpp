@@ -1,5 +1,5 @@
 // Character lengths in the three host encodings.
-#include "host/OmPlatform.h"
+#include "host/platform/OmPlatform.h"
 
 #include <gtest/gtest.h>
 

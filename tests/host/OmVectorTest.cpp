@@ -1,6 +1,6 @@
 // Memory regions and vectors over them: the growth rule, moving
 // non-trivial elements, giving blocks back, and failures while growing.
-#include "host/OmVector.h"
+#include "host/platform/OmVector.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "host/OmMemoryRegion.h"
+#include "host/platform/OmMemoryRegion.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 // span sums' kept oddities, cell texts with their markers, and the heading
 // and footer lines with their counts and page-break tests.
 #include "PivotLayerTest.h"
-#include "host/OmText.h"
+#include "host/output/OmText.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "host/OmDisplayLayerHeading.h"
+#include "host/table/OmDisplayLayerHeading.h"
 #include "pivot/OmPivotTableTxtExportPrivate.h"
 
 using Lines = std::vector<std::string>;

@@ -1,6 +1,0 @@
-// Output part base and visitor.
-#include "host/OmOutputPart.h"
-
-OmOutputPart::~OmOutputPart() = default;
-OmOutputPart::Visitor::~Visitor() = default;
-void OmOutputPart::Visitor::Visit(OmPageTitle&) {}

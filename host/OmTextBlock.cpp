@@ -1,4 +1,0 @@
-// Text blocks.
-#include "host/OmTextBlock.h"
-
-void OmTextBlock::Accept(Visitor& visitor) { visitor.Visit(*this); }

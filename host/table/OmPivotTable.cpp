@@ -1,0 +1,248 @@
+// Pivot tables.
+#include "host/table/OmPivotTable.h"
+
+#include <deque>
+#include <stdexcept>
+#include <type_traits>
+#include <utility>
+
+#include "host/table/OmCellStore.h"
+#include "host/output/OmText.h"
+
+struct OmPivotTable::Data {
+  std::unique_ptr<OmCellText> title = std::make_unique<OmStringCell>("");
+  std::unique_ptr<OmText> caption;
+  std::vector<std::string> footnotes;
+  bool notes = false;
+  std::vector<std::unique_ptr<OmDimension>> dimensions;
+  // Table positions of the dimensions of each axis, indexed by OmAxis.
+  std::vector<std::int32_t> axes[3];
+  // Leaf counts, fixed when the first cell is stored.
+  std::vector<std::int32_t> sizes;
+  // Cells made by SetNumber and SetText sit in blocks, a few hundred bytes
+  // at a time, without a heap block per cell; SetCell's cells are kept as
+  // given. The store only points at them.
+  std::deque<OmNumberCell> numbers;
+  std::deque<OmStringCell> texts;
+  std::vector<std::unique_ptr<OmCellText>> owned;
+  std::unique_ptr<OmCellStore> store;
+  std::int64_t expected = 0;
+};
+
+namespace {
+
+std::string Describe(OmPivotTable::IndexStatus status) {
+  switch (status) {
+    case OmPivotTable::IndexStatus::Valid:
+      return "valid";
+    case OmPivotTable::IndexStatus::WrongLength:
+      return "the index does not have one entry per dimension";
+    case OmPivotTable::IndexStatus::OutOfRange:
+      return "an index entry is not a leaf position of its dimension";
+    case OmPivotTable::IndexStatus::Used:
+      return "a cell is stored at this index already";
+  }
+  return "invalid index";
+}
+
+void Require(OmPivotTable::IndexStatus status) {
+  if (status != OmPivotTable::IndexStatus::Valid) throw std::invalid_argument(Describe(status));
+}
+
+}  // namespace
+
+OmPivotTable::OmPivotTable() : mData(std::make_unique<Data>()) {}
+OmPivotTable::~OmPivotTable() = default;
+
+void OmPivotTable::Accept(Visitor& visitor) { visitor.Visit(*this); }
+
+const OmCellText& OmPivotTable::Title() const { return *mData->title; }
+
+OmCellText& OmPivotTable::SetTitle(std::unique_ptr<OmCellText> title) {
+  mData->title = title ? std::move(title) : std::make_unique<OmStringCell>("");
+  showTitle = true;
+  return *mData->title;
+}
+
+OmCellText& OmPivotTable::SetTitle(std::string title) {
+  return SetTitle(std::make_unique<OmStringCell>(std::move(title)));
+}
+
+const OmText* OmPivotTable::Caption() const { return mData->caption.get(); }
+void OmPivotTable::SetCaption(std::unique_ptr<OmText> caption) {
+  mData->caption = std::move(caption);
+}
+void OmPivotTable::SetCaption(std::string caption) {
+  mData->caption = std::make_unique<OmText>(std::move(caption));
+}
+
+const std::vector<std::string>& OmPivotTable::Footnotes() const { return mData->footnotes; }
+std::int32_t OmPivotTable::AddFootnote(std::string text) {
+  mData->footnotes.push_back(std::move(text));
+  return static_cast<std::int32_t>(mData->footnotes.size() - 1);
+}
+
+bool OmPivotTable::IsNotes() const { return mData->notes; }
+void OmPivotTable::SetNotes(bool notes) { mData->notes = notes; }
+
+OmDimension& OmPivotTable::AddDimension(OmAxis axis, std::unique_ptr<OmCellText> label) {
+  if (mData->store) {
+    throw std::logic_error("dimensions cannot be added once the table holds cells");
+  }
+  auto dimension = std::make_unique<OmDimension>(axis, std::move(label));
+  std::vector<std::int32_t>& onAxis = mData->axes[static_cast<int>(axis)];
+  onAxis.push_back(NDimensions());
+  try {
+    mData->dimensions.push_back(std::move(dimension));
+  } catch (...) {
+    onAxis.pop_back();
+    throw;
+  }
+  return *mData->dimensions.back();
+}
+
+OmDimension& OmPivotTable::AddDimension(OmAxis axis, std::string label) {
+  return AddDimension(axis, std::make_unique<OmStringCell>(std::move(label)));
+}
+
+std::int32_t OmPivotTable::NDimensions() const {
+  return static_cast<std::int32_t>(mData->dimensions.size());
+}
+
+const OmDimension& OmPivotTable::Dimension(std::int32_t i) const {
+  if (i < 0 || i >= NDimensions()) throw std::out_of_range("no dimension " + std::to_string(i));
+  return *mData->dimensions[static_cast<std::size_t>(i)];
+}
+
+OmDimension& OmPivotTable::Dimension(std::int32_t i) {
+  if (i < 0 || i >= NDimensions()) throw std::out_of_range("no dimension " + std::to_string(i));
+  return *mData->dimensions[static_cast<std::size_t>(i)];
+}
+
+const std::vector<std::int32_t>& OmPivotTable::AxisDimensions(OmAxis axis) const {
+  return mData->axes[static_cast<int>(axis)];
+}
+
+OmPivotTable::IndexStatus OmPivotTable::CheckIndex(const std::vector<std::int32_t>& index,
+                                                   std::int32_t* badEntry) const {
+  if (index.size() != mData->dimensions.size()) return IndexStatus::WrongLength;
+  for (std::size_t i = 0; i < index.size(); ++i) {
+    const std::int32_t leaves =
+        mData->store ? mData->sizes[i] : mData->dimensions[i]->NLeaves();
+    if (index[i] < 0 || index[i] >= leaves) {
+      if (badEntry != nullptr) *badEntry = static_cast<std::int32_t>(i);
+      return IndexStatus::OutOfRange;
+    }
+  }
+  if (mData->store && mData->store->Find(index.data()) != nullptr) return IndexStatus::Used;
+  return IndexStatus::Valid;
+}
+
+void OmPivotTable::Freeze() {
+  if (mData->store) return;
+  std::vector<std::int32_t> sizes;
+  std::vector<bool> layer;
+  for (const auto& dimension : mData->dimensions) {
+    sizes.push_back(dimension->NLeaves());
+    layer.push_back(dimension->Axis() == OmAxis::Layer);
+  }
+  mData->store = std::make_unique<OmCellStore>(sizes, layer);
+  mData->store->Expect(mData->expected);
+  mData->sizes = std::move(sizes);
+  for (auto& dimension : mData->dimensions) dimension->mFrozen = true;
+}
+
+template <class Cell, class... Args>
+Cell& OmPivotTable::Emplace(const std::vector<std::int32_t>& index, Args&&... args) {
+  Require(CheckIndex(index));
+  Freeze();
+  if constexpr (std::is_same_v<Cell, OmNumberCell>) {
+    mData->numbers.emplace_back(std::forward<Args>(args)...);
+  } else {
+    mData->texts.emplace_back(std::forward<Args>(args)...);
+  }
+  Cell& cell = [this]() -> Cell& {
+    if constexpr (std::is_same_v<Cell, OmNumberCell>) {
+      return mData->numbers.back();
+    } else {
+      return mData->texts.back();
+    }
+  }();
+  try {
+    mData->store->Insert(index.data(), &cell);
+  } catch (...) {
+    if constexpr (std::is_same_v<Cell, OmNumberCell>) {
+      mData->numbers.pop_back();
+    } else {
+      mData->texts.pop_back();
+    }
+    throw;
+  }
+  return cell;
+}
+
+OmCellText& OmPivotTable::SetCell(const std::vector<std::int32_t>& index,
+                                  std::unique_ptr<OmCellText> cell) {
+  if (!cell) throw std::invalid_argument("a null cell cannot be stored");
+  Require(CheckIndex(index));
+  Freeze();
+  mData->owned.push_back(std::move(cell));
+  OmCellText& stored = *mData->owned.back();
+  try {
+    mData->store->Insert(index.data(), &stored);
+  } catch (...) {
+    mData->owned.pop_back();
+    throw;
+  }
+  return stored;
+}
+
+OmNumberCell& OmPivotTable::SetNumber(const std::vector<std::int32_t>& index, double value) {
+  return Emplace<OmNumberCell>(index, value);
+}
+
+OmNumberCell& OmPivotTable::SetNumber(const std::vector<std::int32_t>& index, double value,
+                                      int decimals) {
+  return Emplace<OmNumberCell>(index, value, decimals);
+}
+
+OmStringCell& OmPivotTable::SetText(const std::vector<std::int32_t>& index, std::string text) {
+  return Emplace<OmStringCell>(index, std::move(text));
+}
+
+void OmPivotTable::ExpectCells(std::int64_t count) {
+  mData->expected = count;
+  if (mData->store) mData->store->Expect(count);
+}
+
+const OmCellText* OmPivotTable::Cell(const std::vector<std::int32_t>& index) const {
+  if (!mData->store || index.size() != mData->sizes.size()) return nullptr;
+  for (std::size_t i = 0; i < index.size(); ++i) {
+    if (index[i] < 0 || index[i] >= mData->sizes[i]) return nullptr;
+  }
+  return mData->store->Find(index.data());
+}
+
+std::int64_t OmPivotTable::NCells() const { return mData->store ? mData->store->Count() : 0; }
+
+std::int64_t OmPivotTable::NCellsInLayer(const std::vector<std::int32_t>& layerIndex) const {
+  if (!mData->store || layerIndex.size() != mData->sizes.size()) return 0;
+  return mData->store->CountInLayer(layerIndex.data());
+}
+
+void OmPivotTable::ForEachCellInLayer(
+    const std::vector<std::int32_t>& layerIndex,
+    const std::function<void(const std::int32_t* index, const OmCellText& cell)>& visit) const {
+  if (!mData->store || layerIndex.size() != mData->sizes.size()) return;
+  using Visit = std::function<void(const std::int32_t*, const OmCellText&)>;
+  mData->store->ForEach(
+      layerIndex.data(),
+      [](const void* context, const std::int32_t* index, const OmCellText& cell) {
+        (*static_cast<const Visit*>(context))(index, cell);
+      },
+      &visit);
+}
+
+std::vector<std::int32_t> OmPivotTable::SizeVector() const {
+  return std::vector<std::int32_t>(mData->dimensions.size(), 0);
+}

@@ -1,0 +1,747 @@
+// The document loader: a streaming JSON reader whose events go to a stack
+// of frames that build the output tree. This file holds the stream, the
+// event routing and the frames of the document and its parts.
+#include "loader/OmDocumentLoader.h"
+
+#include <rapidjson/error/en.h>
+#include <rapidjson/reader.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstring>
+#include <istream>
+#include <optional>
+#include <utility>
+
+#include "loader/OmDocumentLoaderPrivate.h"
+#include "host/output/OmHeading.h"
+#include "host/output/OmPageTitle.h"
+#include "host/output/OmTextBlock.h"
+#include "host/output/OmTitledPart.h"
+
+OmDocumentError::OmDocumentError(std::int64_t line, std::int64_t column,
+                                 const std::string& message)
+    : std::runtime_error(std::to_string(line) + ":" + std::to_string(column) + ": " + message),
+      mLine(line),
+      mColumn(column),
+      mMessage(message) {}
+
+namespace omtext::loader {
+
+void Fail(Position at, std::string message) {
+  throw OmDocumentError(at.line, at.column, message);
+}
+
+std::string Quote(std::string_view text) {
+  constexpr std::size_t kLongest = 40;
+  // Cut between characters, never inside one, and write control characters
+  // as escapes: a message is one line of valid UTF-8 whatever the key held.
+  std::size_t cut = std::min(text.size(), kLongest);
+  if (cut < text.size()) {
+    while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) --cut;
+  }
+  std::string quoted = "\"";
+  for (const char c : text.substr(0, cut)) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte >= 0x20) {
+      quoted.push_back(c);
+    } else if (c == '\n') {
+      quoted.append("\\n");
+    } else if (c == '\r') {
+      quoted.append("\\r");
+    } else if (c == '\t') {
+      quoted.append("\\t");
+    } else {
+      static constexpr char kHex[] = "0123456789abcdef";
+      quoted.append("\\u00");
+      quoted.push_back(kHex[byte >> 4]);
+      quoted.push_back(kHex[byte & 15]);
+    }
+  }
+  if (cut < text.size()) quoted.append("...");
+  quoted.push_back('"');
+  return quoted;
+}
+
+void Frame::Mismatch(Position at, std::string_view found) const {
+  Fail(at, "expected " + Expected() + ", found " + std::string(found));
+}
+
+void Frame::OnKey(std::string_view, Position at) { Mismatch(at, "a key"); }
+Frame* Frame::OnObject(Position at) { Mismatch(at, "an object"); }
+Frame* Frame::OnArray(Position at) { Mismatch(at, "a list"); }
+void Frame::OnString(std::string_view, Position at) { Mismatch(at, "a string"); }
+void Frame::OnNumber(std::string_view, Position at) { Mismatch(at, "a number"); }
+void Frame::OnBool(bool, Position at) { Mismatch(at, "a boolean"); }
+void Frame::OnNull(Position at) { Mismatch(at, "null"); }
+
+void EventLog::Replay(Frame& target) const {
+  Dispatcher dispatcher(target);
+  for (const Event& event : mEvents) {
+    switch (event.type) {
+      case Type::Key:
+        dispatcher.Key(event.text, event.at);
+        break;
+      case Type::String:
+        dispatcher.String(event.text, event.at);
+        break;
+      case Type::Number:
+        dispatcher.Number(event.text, event.at);
+        break;
+      case Type::Bool:
+        dispatcher.Bool(event.flag, event.at);
+        break;
+      case Type::Null:
+        dispatcher.Null(event.at);
+        break;
+      case Type::StartObject:
+        dispatcher.StartObject(event.at);
+        break;
+      case Type::StartArray:
+        dispatcher.StartArray(event.at);
+        break;
+      case Type::End:
+        dispatcher.End(event.at);
+        break;
+    }
+  }
+}
+
+RecorderFrame::~RecorderFrame() {
+  // Each level of a nested value has its own frame, owned by the level
+  // above; unlinking them one by one keeps the stack flat.
+  std::unique_ptr<RecorderFrame> next = std::move(mChild);
+  while (next) next = std::move(next->mChild);
+}
+
+void RecorderFrame::OnKey(std::string_view key, Position at) {
+  mLog.Add(EventLog::Type::Key, at, key);
+}
+Frame* RecorderFrame::OnObject(Position at) {
+  mLog.Add(EventLog::Type::StartObject, at);
+  if (!mChild) mChild = std::make_unique<RecorderFrame>(at, mLog);
+  return mChild.get();
+}
+Frame* RecorderFrame::OnArray(Position at) {
+  mLog.Add(EventLog::Type::StartArray, at);
+  if (!mChild) mChild = std::make_unique<RecorderFrame>(at, mLog);
+  return mChild.get();
+}
+void RecorderFrame::OnString(std::string_view text, Position at) {
+  mLog.Add(EventLog::Type::String, at, text);
+}
+void RecorderFrame::OnNumber(std::string_view raw, Position at) {
+  mLog.Add(EventLog::Type::Number, at, raw);
+}
+void RecorderFrame::OnBool(bool value, Position at) {
+  mLog.Add(EventLog::Type::Bool, at, {}, value);
+}
+void RecorderFrame::OnNull(Position at) { mLog.Add(EventLog::Type::Null, at); }
+void RecorderFrame::OnEnd(Position at) { mLog.Add(EventLog::Type::End, at); }
+
+std::int64_t ParseInteger(std::string_view raw, Position at, std::int64_t low, std::int64_t high,
+                          std::string_view what) {
+  if (raw.find_first_of(".eE") != std::string_view::npos) {
+    Fail(at, std::string(what) + " must be an integer, without fraction or exponent");
+  }
+  std::int64_t value = 0;
+  const auto [end, error] = std::from_chars(raw.data(), raw.data() + raw.size(), value);
+  if (error != std::errc() || end != raw.data() + raw.size() || value < low || value > high) {
+    Fail(at, std::string(what) + " " + std::string(raw.substr(0, 40)) + " is out of range (" +
+                 std::to_string(low) + " to " + std::to_string(high) + ")");
+  }
+  return value;
+}
+
+double ParseDouble(std::string_view raw, Position at) {
+  double value = 0;
+  const auto [end, error] = std::from_chars(raw.data(), raw.data() + raw.size(), value);
+  if (error == std::errc::result_out_of_range) {
+    // Underflow to zero is harmless; overflow has no finite value to show.
+    const std::size_t exponent = raw.find_first_of("eE");
+    const bool tiny = exponent != std::string_view::npos && exponent + 1 < raw.size() &&
+                      raw[exponent + 1] == '-';
+    if (tiny) return raw.front() == '-' ? -0.0 : 0.0;
+    Fail(at, "the number " + std::string(raw.substr(0, 40)) + " is too large");
+  }
+  if (error != std::errc() || end != raw.data() + raw.size()) {
+    Fail(at, "malformed number " + std::string(raw.substr(0, 40)));
+  }
+  return value;
+}
+
+void KeySet::Mark(int k, std::string_view key, Position at) {
+  if (Has(k)) Fail(at, "repeated key " + Quote(key));
+  mBits |= 1U << k;
+}
+
+namespace {
+
+// The reader's input: the document in chunks, with the line and column of
+// the start of the latest token. The reader skips white space before every
+// token (values, keys, brackets, commas and colons alike) and reports a value
+// or key once it has taken it whole, a bracket before taking it; so where the
+// latest skip stopped is where the reported token began.
+class TrackingStream {
+ public:
+  using Ch = char;
+
+  explicit TrackingStream(std::istream& in) : mIn(in), mBuffer(kChunk + 1) {
+    mCurrent = mLast = mBuffer.data();
+    Refill();
+    if (mLast - mCurrent >= 3 && std::memcmp(mCurrent, "\xEF\xBB\xBF", 3) == 0) {
+      mCurrent += 3;
+      mLineStart = 3;
+    }
+  }
+
+  Ch Peek() const { return *mCurrent; }
+
+  Ch Take() {
+    const Ch c = *mCurrent;
+    if (mCurrent == mLast) return c;
+    ++mCurrent;
+    if (c == '\n') {
+      ++mLine;
+      mLineStart = Tell();
+    }
+    if (mCurrent == mLast) Refill();
+    return c;
+  }
+
+  std::size_t Tell() const {
+    return mBase + static_cast<std::size_t>(mCurrent - mBuffer.data());
+  }
+
+  // The writing half of the stream concept; the reader never writes to a
+  // stream it only parses from.
+  Ch* PutBegin() { return nullptr; }
+  void Put(Ch) {}
+  void Flush() {}
+  std::size_t PutEnd(Ch*) { return 0; }
+
+  // Skips the white space the reader skips, and notes where it stops.
+  void SkipWhitespace() {
+    for (Ch c = Peek(); mCurrent != mLast && (c == ' ' || c == '\n' || c == '\r' || c == '\t');
+         c = Peek())
+      Take();
+    mToken = Here();
+  }
+  Position Token() const { return mToken; }
+  Position Here() const {
+    return Position{mLine, static_cast<std::int64_t>(Tell() - mLineStart) + 1};
+  }
+  // The position of an offset on the current line (the reader reports its
+  // errors at or just before where it stopped, never across a line feed).
+  Position At(std::size_t offset) const {
+    if (offset < mLineStart) return Position{mLine, 1};
+    return Position{mLine, static_cast<std::int64_t>(offset - mLineStart) + 1};
+  }
+  // Whether the input stopped at a NUL byte before its true end.
+  bool StoppedAtNul() const { return mNul && mCurrent == mLast; }
+
+ private:
+  static constexpr std::size_t kChunk = 1 << 16;
+
+  void Refill() {
+    if (mEnd) return;
+    mBase += static_cast<std::size_t>(mLast - mBuffer.data());
+    mIn.read(mBuffer.data(), static_cast<std::streamsize>(kChunk));
+    if (mIn.bad()) throw std::runtime_error("read error");
+    std::size_t count = static_cast<std::size_t>(mIn.gcount());
+    if (count < kChunk) mEnd = true;
+    // The reader takes a NUL byte for the end of the text; stop there and
+    // report it rather than let it cut a document short unnoticed.
+    if (const void* nul = std::memchr(mBuffer.data(), '\0', count)) {
+      count = static_cast<std::size_t>(static_cast<const char*>(nul) - mBuffer.data());
+      mEnd = true;
+      mNul = true;
+    }
+    mCurrent = mBuffer.data();
+    mLast = mBuffer.data() + count;
+    *mLast = '\0';
+  }
+
+  std::istream& mIn;
+  std::vector<char> mBuffer;
+  char* mCurrent = nullptr;
+  char* mLast = nullptr;
+  std::size_t mBase = 0;
+  bool mEnd = false;
+  bool mNul = false;
+  std::int64_t mLine = 1;
+  std::size_t mLineStart = 0;
+  Position mToken;
+};
+
+// Found by argument-dependent lookup, in preference to the reader's own
+// template, which would go through Peek and Take a byte at a time.
+void SkipWhitespace(TrackingStream& stream) { stream.SkipWhitespace(); }
+
+// A decoded string holds invalid UTF-8 only where an escape named a lone
+// low surrogate (the reader checks raw bytes and surrogate pairs itself).
+void CheckDecodedUtf8(std::string_view text, Position at) {
+  for (std::size_t i = text.find('\xED'); i != std::string_view::npos;
+       i = text.find('\xED', i + 1)) {
+    if (i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) >= 0xA0) {
+      Fail(at, "the string is not valid UTF-8 (an escape encodes a lone surrogate)");
+    }
+  }
+}
+
+// The longest string a document may hold (16 MiB): far beyond any real
+// heading or line, and it keeps one value from exhausting memory.
+constexpr std::size_t kMaxStringBytes = std::size_t{1} << 24;
+
+// Turns the reader's events, with their positions, into dispatcher calls.
+class SaxHandler {
+ public:
+  SaxHandler(TrackingStream& stream, Frame& root) : mStream(stream), mDispatcher(root) {}
+
+  bool Null() {
+    mDispatcher.Null(Next());
+    return true;
+  }
+  bool Bool(bool value) {
+    mDispatcher.Bool(value, Next());
+    return true;
+  }
+  bool RawNumber(const char* text, rapidjson::SizeType length, bool) {
+    mDispatcher.Number(std::string_view(text, length), Next());
+    return true;
+  }
+  bool String(const char* text, rapidjson::SizeType length, bool) {
+    const Position at = Next();
+    const std::string_view value(text, length);
+    if (value.size() > kMaxStringBytes) {
+      Fail(at, "a string may hold at most " + std::to_string(kMaxStringBytes) + " bytes");
+    }
+    CheckDecodedUtf8(value, at);
+    mDispatcher.String(value, at);
+    return true;
+  }
+  bool Key(const char* text, rapidjson::SizeType length, bool) {
+    const Position at = Next();
+    const std::string_view key(text, length);
+    CheckDecodedUtf8(key, at);
+    mDispatcher.Key(key, at);
+    return true;
+  }
+  bool StartObject() {
+    mDispatcher.StartObject(Next());
+    return true;
+  }
+  bool StartArray() {
+    mDispatcher.StartArray(Next());
+    return true;
+  }
+  bool EndObject(rapidjson::SizeType) {
+    mDispatcher.End(Next());
+    return true;
+  }
+  bool EndArray(rapidjson::SizeType) {
+    mDispatcher.End(Next());
+    return true;
+  }
+  // Numbers arrive as raw text only (the reader is told so).
+  bool Int(int) { return false; }
+  bool Uint(unsigned) { return false; }
+  bool Int64(std::int64_t) { return false; }
+  bool Uint64(std::uint64_t) { return false; }
+  bool Double(double) { return false; }
+
+ private:
+  // The position of the token just reported.
+  Position Next() const { return mStream.Token(); }
+
+  TrackingStream& mStream;
+  Dispatcher mDispatcher;
+};
+
+// Parts may nest this deep, counting top-level parts as 1; deeper trees are
+// refused rather than walked, since nothing real needs them.
+constexpr int kMaxPartDepth = 1000;
+
+enum class PartKind {
+  kProcedure,
+  kHeading,
+  kText,
+  kPageTitle,
+  kChart,
+  kModel,
+  kAnswerTree,
+  kInteractive,
+  kPivotTable
+};
+
+struct KindName {
+  std::string_view name;
+  PartKind kind;
+};
+constexpr std::array<KindName, 9> kKindNames{{{"procedure", PartKind::kProcedure},
+                                              {"heading", PartKind::kHeading},
+                                              {"text", PartKind::kText},
+                                              {"page-title", PartKind::kPageTitle},
+                                              {"chart", PartKind::kChart},
+                                              {"model", PartKind::kModel},
+                                              {"answer-tree", PartKind::kAnswerTree},
+                                              {"interactive", PartKind::kInteractive},
+                                              {"pivot-table", PartKind::kPivotTable}}};
+
+std::string KindLabel(std::string_view name) { return "a " + Quote(name) + " part"; }
+
+// The body of every part but a pivot table: a text, lines, a title and
+// subtitle as its kind allows.
+class SimplePartBody : public PartBody {
+ public:
+  SimplePartBody(Position start, PartKind kind, std::string_view kindName)
+      : PartBody(start), mKind(kind), mKindName(kindName) {}
+
+  void OnKey(std::string_view key, Position at) override {
+    mKey = -1;
+    for (int k = 0; k < kKeyCount; ++k) {
+      if (kKeyNames[static_cast<std::size_t>(k)] == key) mKey = k;
+    }
+    if (mKey < 0 || !Allows(mKey)) {
+      Fail(at, "key " + Quote(key) + " is not allowed in " + KindLabel(mKindName));
+    }
+    mKeys.Mark(mKey, key, at);
+  }
+
+  Frame* OnArray(Position at) override {
+    if (mKey != kLines) Mismatch(at, "a list");
+    mLinesFrame = std::make_unique<StringListFrame>(at, mLines, "\"lines\"");
+    return mLinesFrame.get();
+  }
+
+  void OnString(std::string_view text, Position at) override {
+    if (mKey == kLines) Mismatch(at, "a string");
+    mStrings[static_cast<std::size_t>(mKey)] = std::string(text);
+  }
+
+  void OnEnd(Position) override {}
+
+  std::unique_ptr<OmOutputPart> MakePart() override {
+    switch (mKind) {
+      case PartKind::kProcedure:
+        return std::make_unique<OmProcedure>(Required(kText));
+      case PartKind::kHeading:
+        return std::make_unique<OmHeading>(Required(kText));
+      case PartKind::kText:
+        Required(kLines);
+        return std::make_unique<OmTextBlock>(std::move(mLines));
+      case PartKind::kPageTitle:
+        return std::make_unique<OmPageTitle>(Required(kText), mStrings[kSubtitle]);
+      case PartKind::kChart:
+        return std::make_unique<OmChart>(mStrings[kTitle]);
+      case PartKind::kModel:
+        return std::make_unique<OmModel>(mStrings[kTitle]);
+      case PartKind::kAnswerTree:
+        return std::make_unique<OmAnswerTree>(mStrings[kTitle]);
+      case PartKind::kInteractive:
+      case PartKind::kPivotTable:
+        break;
+    }
+    return std::make_unique<OmInteractive>(mStrings[kTitle]);
+  }
+
+ protected:
+  std::string Expected() const override {
+    if (mKey == kLines) return "a list of strings for \"lines\"";
+    return "a string for " + Quote(kKeyNames[static_cast<std::size_t>(mKey)]);
+  }
+
+ private:
+  enum Key { kText, kLines, kSubtitle, kTitle, kKeyCount };
+  static constexpr std::array<std::string_view, kKeyCount> kKeyNames{"text", "lines", "subtitle",
+                                                                     "title"};
+
+  bool Allows(int key) const {
+    switch (key) {
+      case kText:
+        return mKind == PartKind::kProcedure || mKind == PartKind::kHeading ||
+               mKind == PartKind::kPageTitle;
+      case kLines:
+        return mKind == PartKind::kText;
+      case kSubtitle:
+        return mKind == PartKind::kPageTitle;
+      default:
+        return mKind == PartKind::kChart || mKind == PartKind::kModel ||
+               mKind == PartKind::kAnswerTree || mKind == PartKind::kInteractive;
+    }
+  }
+
+  const std::string& Required(int key) const {
+    if (!mKeys.Has(key)) {
+      Fail(Start(), "missing key " + Quote(kKeyNames[static_cast<std::size_t>(key)]) + " in " +
+                        KindLabel(mKindName));
+    }
+    return mStrings[static_cast<std::size_t>(key)];
+  }
+
+  PartKind mKind;
+  std::string_view mKindName;
+  int mKey = -1;
+  KeySet mKeys;
+  std::array<std::string, kKeyCount> mStrings;
+  std::vector<std::string> mLines;
+  std::unique_ptr<StringListFrame> mLinesFrame;
+};
+
+class PartListFrame;
+
+// A part object. It keeps "type", "selected" and "children" itself and
+// hands the other keys to the body of its kind; keys that arrive before
+// "type" are recorded and replayed into the body when the type is known.
+class PartFrame : public Frame {
+ public:
+  PartFrame(Position start, PartListFrame& owner, int depth)
+      : Frame(start), mOwner(owner), mDepth(depth) {}
+
+  void OnKey(std::string_view key, Position at) override {
+    if (key == "type") {
+      mKeys.Mark(kType, key, at);
+      mSlot = Slot::kType;
+    } else if (key == "selected") {
+      mKeys.Mark(kSelected, key, at);
+      mSlot = Slot::kSelected;
+    } else if (key == "children") {
+      mKeys.Mark(kChildren, key, at);
+      mSlot = Slot::kChildren;
+    } else if (mBody) {
+      mSlot = Slot::kBody;
+      mBody->OnKey(key, at);
+    } else {
+      if (key != "text" && key != "lines" && key != "subtitle" && key != "title" &&
+          !IsPivotTableKey(key)) {
+        Fail(at, "unknown key " + Quote(key) + " in a part");
+      }
+      mSlot = Slot::kRecord;
+      mLog.Add(EventLog::Type::Key, at, key);
+    }
+  }
+
+  Frame* OnObject(Position at) override {
+    if (mSlot == Slot::kBody) return mBody->OnObject(at);
+    if (mSlot == Slot::kRecord) return Record(EventLog::Type::StartObject, at);
+    Mismatch(at, "an object");
+  }
+
+  Frame* OnArray(Position at) override;
+
+  void OnString(std::string_view text, Position at) override {
+    if (mSlot == Slot::kType) return SetKind(text, at);
+    if (mSlot == Slot::kBody) return mBody->OnString(text, at);
+    if (mSlot == Slot::kRecord) return mLog.Add(EventLog::Type::String, at, text);
+    Mismatch(at, "a string");
+  }
+
+  void OnNumber(std::string_view raw, Position at) override {
+    if (mSlot == Slot::kBody) return mBody->OnNumber(raw, at);
+    if (mSlot == Slot::kRecord) return mLog.Add(EventLog::Type::Number, at, raw);
+    Mismatch(at, "a number");
+  }
+
+  void OnBool(bool value, Position at) override {
+    if (mSlot == Slot::kSelected) {
+      mSelected = value;
+      return;
+    }
+    if (mSlot == Slot::kBody) return mBody->OnBool(value, at);
+    if (mSlot == Slot::kRecord) return mLog.Add(EventLog::Type::Bool, at, {}, value);
+    Mismatch(at, "a boolean");
+  }
+
+  void OnNull(Position at) override {
+    if (mSlot == Slot::kBody) return mBody->OnNull(at);
+    if (mSlot == Slot::kRecord) return mLog.Add(EventLog::Type::Null, at);
+    Mismatch(at, "null");
+  }
+
+  void OnEnd(Position at) override;
+
+  void TakeChildren(OmOutputTree children) { mChildren = std::move(children); }
+
+ protected:
+  std::string Expected() const override {
+    switch (mSlot) {
+      case Slot::kType:
+        return "a string for \"type\"";
+      case Slot::kSelected:
+        return "a boolean for \"selected\"";
+      default:
+        return "a list of parts for \"children\"";
+    }
+  }
+
+ private:
+  enum class Slot { kNone, kType, kSelected, kChildren, kBody, kRecord };
+  enum Key { kType, kSelected, kChildren };
+
+  Frame* Record(EventLog::Type type, Position at) {
+    mLog.Add(type, at);
+    if (!mRecorder) mRecorder = std::make_unique<RecorderFrame>(at, mLog);
+    return mRecorder.get();
+  }
+
+  void SetKind(std::string_view name, Position at) {
+    const KindName* found = nullptr;
+    for (const KindName& entry : kKindNames) {
+      if (entry.name == name) found = &entry;
+    }
+    if (found == nullptr) Fail(at, "unknown part type " + Quote(name));
+    if (found->kind == PartKind::kPivotTable) {
+      mBody = MakePivotTableBody(Start());
+    } else {
+      mBody = std::make_unique<SimplePartBody>(Start(), found->kind, found->name);
+    }
+    if (!mLog.Empty()) {
+      mLog.Replay(*mBody);
+      mLog.Clear();
+    }
+  }
+
+  PartListFrame& mOwner;
+  int mDepth;
+  Slot mSlot = Slot::kNone;
+  KeySet mKeys;
+  bool mSelected = true;
+  std::unique_ptr<PartBody> mBody;
+  EventLog mLog;
+  std::unique_ptr<RecorderFrame> mRecorder;
+  std::unique_ptr<PartListFrame> mChildList;
+  OmOutputTree mChildren;
+};
+
+// A list of parts at one level: the document's "output" or a part's
+// "children". The parts and their descendants are gathered in a tree whose
+// levels count from 1 and are shifted when the list is handed over.
+class PartListFrame : public Frame {
+ public:
+  PartListFrame(Position start, OmOutputTree& result, int depth)
+      : Frame(start), mResult(result), mDepth(depth) {}
+
+  Frame* OnObject(Position at) override {
+    mPart = std::make_unique<PartFrame>(at, *this, mDepth);
+    return mPart.get();
+  }
+
+  void Add(std::unique_ptr<OmOutputPart> part, OmOutputTree children) {
+    mParts.Append(std::move(part), 1);
+    mParts.AppendTree(std::move(children), 1);
+  }
+
+  void OnEnd(Position) override { mResult = std::move(mParts); }
+
+ protected:
+  std::string Expected() const override { return "a part (an object)"; }
+
+ private:
+  OmOutputTree& mResult;
+  int mDepth;
+  OmOutputTree mParts;
+  std::unique_ptr<PartFrame> mPart;
+};
+
+Frame* PartFrame::OnArray(Position at) {
+  if (mSlot == Slot::kChildren) {
+    if (mDepth >= kMaxPartDepth) {
+      Fail(at, "parts are nested more than " + std::to_string(kMaxPartDepth) + " levels deep");
+    }
+    mChildList = std::make_unique<PartListFrame>(at, mChildren, mDepth + 1);
+    return mChildList.get();
+  }
+  if (mSlot == Slot::kBody) return mBody->OnArray(at);
+  if (mSlot == Slot::kRecord) return Record(EventLog::Type::StartArray, at);
+  Mismatch(at, "a list");
+}
+
+void PartFrame::OnEnd(Position at) {
+  if (!mBody) Fail(Start(), "missing key \"type\" in a part");
+  mBody->OnEnd(at);
+  std::unique_ptr<OmOutputPart> part = mBody->MakePart();
+  part->selected = mSelected;
+  mOwner.Add(std::move(part), std::move(mChildren));
+}
+
+// The document object: {"output": [PART, ...]}.
+class DocumentFrame : public Frame {
+ public:
+  DocumentFrame(Position start, OmOutputTree& result) : Frame(start), mResult(result) {}
+
+  void OnKey(std::string_view key, Position at) override {
+    if (key != "output") Fail(at, "unknown key " + Quote(key) + " in the document");
+    mKeys.Mark(0, key, at);
+  }
+  Frame* OnArray(Position at) override {
+    mList = std::make_unique<PartListFrame>(at, mResult, 1);
+    return mList.get();
+  }
+  void OnEnd(Position) override {
+    if (!mKeys.Has(0)) Fail(Start(), "missing key \"output\" in the document");
+  }
+
+ protected:
+  std::string Expected() const override { return "a list of parts for \"output\""; }
+
+ private:
+  OmOutputTree& mResult;
+  KeySet mKeys;
+  std::unique_ptr<PartListFrame> mList;
+};
+
+// Stands below the document: the whole text must be one object.
+class RootFrame : public Frame {
+ public:
+  explicit RootFrame(OmOutputTree& result) : Frame(Position{}), mResult(result) {}
+  Frame* OnObject(Position at) override {
+    mDocument = std::make_unique<DocumentFrame>(at, mResult);
+    return mDocument.get();
+  }
+  void OnEnd(Position) override {}
+
+ protected:
+  std::string Expected() const override { return "the document object {\"output\": [...]}"; }
+
+ private:
+  OmOutputTree& mResult;
+  std::unique_ptr<DocumentFrame> mDocument;
+};
+
+std::string ReaderMessage(rapidjson::ParseErrorCode code) {
+  std::string message = rapidjson::GetParseError_En(code);
+  if (!message.empty() && message.back() == '.') message.pop_back();
+  if (!message.empty() && message[0] >= 'A' && message[0] <= 'Z') {
+    message[0] = static_cast<char>(message[0] - 'A' + 'a');
+  }
+  return "invalid JSON: " + message;
+}
+
+}  // namespace
+}  // namespace omtext::loader
+
+OmOutputTree OmDocumentLoader::Load(std::istream& in) {
+  using namespace omtext::loader;
+  OmOutputTree result;
+  TrackingStream stream(in);
+  RootFrame root(result);
+  SaxHandler handler(stream, root);
+  rapidjson::Reader reader;
+  constexpr unsigned kFlags = rapidjson::kParseIterativeFlag |
+                              rapidjson::kParseValidateEncodingFlag |
+                              rapidjson::kParseNumbersAsStringsFlag;
+  const rapidjson::ParseResult parsed = reader.Parse<kFlags>(stream, handler);
+  if (stream.StoppedAtNul()) Fail(stream.Here(), "the document holds a NUL byte");
+  if (parsed.IsError()) {
+    // The reader calls a raw control character in a string an invalid
+    // escape; it stops in front of that character, behind a true escape.
+    if (parsed.Code() == rapidjson::kParseErrorStringEscapeInvalid &&
+        parsed.Offset() == stream.Tell() && static_cast<unsigned char>(stream.Peek()) < 0x20) {
+      Fail(stream.At(parsed.Offset()),
+           "invalid JSON: a control character in a string must be written as an escape");
+    }
+    Fail(stream.At(parsed.Offset()), ReaderMessage(parsed.Code()));
+  }
+  return result;
+}

@@ -1,0 +1,1011 @@
+// The document loader's frames for pivot tables: cells, dimensions with
+// their category trees, the sparse "cells" list and the dense "data" form.
+// Cells are stored as they stream in once the table's dimensions are known;
+// "cells" or "data" that come before "dimensions" are recorded and replayed.
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/output/OmCellText.h"
+#include "loader/OmDocumentLoaderPrivate.h"
+#include "host/table/OmPivotTable.h"
+#include "host/output/OmText.h"
+
+namespace omtext::loader {
+namespace {
+
+// Categories may nest this deep below their dimension; deeper trees are
+// refused, since no real table needs them.
+constexpr int kMaxCategoryDepth = 1000;
+
+// The longest text of a pivot-table cell (64 KiB). Cell text is folded to
+// column widths, and folding a text with many line breaks back into few
+// lines costs time that grows with the square of its length; the limit keeps
+// one cell well under a second.
+constexpr std::size_t kMaxCellTextBytes = std::size_t{1} << 16;
+
+void CheckCellText(std::string_view text, Position at) {
+  if (text.size() > kMaxCellTextBytes) {
+    Fail(at, "a cell's text may hold at most " + std::to_string(kMaxCellTextBytes) + " bytes");
+  }
+}
+
+// "1 leaf", "2 leaves": a count with its noun.
+std::string Count(std::int64_t n, std::string_view one, std::string_view many) {
+  return std::to_string(n) + " " + std::string(n == 1 ? one : many);
+}
+
+// A CELL of the document as read: a text or a number, with its footnote
+// numbers (and where each stands) and markers.
+struct ParsedCell {
+  bool isText = true;
+  std::string text;
+  double value = 0;
+  int decimals = -1;
+  std::vector<std::int16_t> footnotes;
+  std::vector<Position> footnotePositions;
+  std::vector<std::string> markers;
+  Position at;
+
+  void Reset(Position start) {
+    isText = true;
+    text.clear();
+    value = 0;
+    decimals = -1;
+    footnotes.clear();
+    footnotePositions.clear();
+    markers.clear();
+    at = start;
+  }
+  void SetText(std::string_view newText, Position start) {
+    CheckCellText(newText, start);
+    Reset(start);
+    text.assign(newText.data(), newText.size());
+  }
+  void SetNumber(std::string_view raw, Position start) {
+    Reset(start);
+    isText = false;
+    value = ParseDouble(raw, start);
+  }
+};
+
+void AddExtras(OmCellText& cell, ParsedCell& parsed) {
+  for (std::int16_t number : parsed.footnotes) cell.AddFootnote(number);
+  for (std::string& marker : parsed.markers) cell.AddMarker(std::move(marker));
+}
+
+std::unique_ptr<OmCellText> MakeCell(ParsedCell& parsed) {
+  std::unique_ptr<OmCellText> cell;
+  if (parsed.isText) {
+    cell = std::make_unique<OmStringCell>(std::move(parsed.text));
+  } else if (parsed.decimals >= 0) {
+    cell = std::make_unique<OmNumberCell>(parsed.value, parsed.decimals);
+  } else {
+    cell = std::make_unique<OmNumberCell>(parsed.value);
+  }
+  AddExtras(*cell, parsed);
+  return cell;
+}
+
+// Whoever receives the cells that CellFrames parse.
+class CellSink {
+ public:
+  virtual void TakeCell(ParsedCell& cell) = 0;
+
+ protected:
+  ~CellSink() = default;
+};
+
+// A list of footnote numbers of a cell.
+class FootnoteListFrame : public Frame {
+ public:
+  explicit FootnoteListFrame(ParsedCell& cell) : Frame(Position{}), mCell(cell) {}
+  void Reopen(Position start) { Restart(start); }
+  void OnNumber(std::string_view raw, Position at) override {
+    mCell.footnotes.push_back(
+        static_cast<std::int16_t>(ParseInteger(raw, at, 0, 32767, "footnote number")));
+    mCell.footnotePositions.push_back(at);
+  }
+  void OnEnd(Position) override {}
+
+ protected:
+  std::string Expected() const override { return "a footnote number in \"footnotes\""; }
+
+ private:
+  ParsedCell& mCell;
+};
+
+// A cell given as an object: {"text": ...} or {"value": ..., "decimals":
+// ...}, with "footnotes" and "markers".
+class CellFrame : public Frame {
+ public:
+  CellFrame() : Frame(Position{}), mFootnotes(mCell), mMarkers(Position{}, mCell.markers, "\"markers\"") {}
+
+  void Reopen(Position start, CellSink& sink) {
+    Restart(start);
+    mSink = &sink;
+    mCell.Reset(start);
+    mKeys.Clear();
+  }
+
+  void OnKey(std::string_view key, Position at) override {
+    mKey = -1;
+    for (int k = 0; k < kKeyCount; ++k) {
+      if (kKeyNames[static_cast<std::size_t>(k)] == key) mKey = k;
+    }
+    if (mKey < 0) Fail(at, "unknown key " + Quote(key) + " in a cell");
+    mKeys.Mark(mKey, key, at);
+    mKeyAt[static_cast<std::size_t>(mKey)] = at;
+  }
+  void OnString(std::string_view text, Position at) override {
+    if (mKey != kText) Mismatch(at, "a string");
+    CheckCellText(text, at);
+    mCell.text.assign(text.data(), text.size());
+  }
+  void OnNumber(std::string_view raw, Position at) override {
+    if (mKey == kValue) {
+      mCell.value = ParseDouble(raw, at);
+    } else if (mKey == kDecimals) {
+      mCell.decimals = static_cast<int>(ParseInteger(raw, at, 0, 20, "\"decimals\""));
+    } else {
+      Mismatch(at, "a number");
+    }
+  }
+  Frame* OnArray(Position at) override {
+    if (mKey == kFootnotes) {
+      mFootnotes.Reopen(at);
+      return &mFootnotes;
+    }
+    if (mKey == kMarkers) {
+      mMarkers.Reopen(at);
+      return &mMarkers;
+    }
+    Mismatch(at, "a list");
+  }
+  void OnEnd(Position) override {
+    if (mKeys.Has(kText) == mKeys.Has(kValue)) {
+      Fail(Start(), mKeys.Has(kText) ? "a cell has \"text\" or \"value\", not both"
+                                     : "a cell needs \"text\" or \"value\"");
+    }
+    if (mKeys.Has(kDecimals) && !mKeys.Has(kValue)) {
+      Fail(mKeyAt[kDecimals], "\"decimals\" is only allowed with \"value\"");
+    }
+    mCell.isText = mKeys.Has(kText);
+    mSink->TakeCell(mCell);
+  }
+
+ protected:
+  std::string Expected() const override {
+    switch (mKey) {
+      case kText:
+        return "a string for \"text\"";
+      case kValue:
+        return "a number for \"value\"";
+      case kDecimals:
+        return "an integer for \"decimals\"";
+      case kFootnotes:
+        return "a list of footnote numbers for \"footnotes\"";
+      default:
+        return "a list of strings for \"markers\"";
+    }
+  }
+
+ private:
+  enum Key { kText, kValue, kDecimals, kFootnotes, kMarkers, kKeyCount };
+  static constexpr std::array<std::string_view, kKeyCount> kKeyNames{"text", "value", "decimals",
+                                                                     "footnotes", "markers"};
+
+  ParsedCell mCell;
+  FootnoteListFrame mFootnotes;
+  StringListFrame mMarkers;
+  CellSink* mSink = nullptr;
+  int mKey = -1;
+  KeySet mKeys;
+  std::array<Position, kKeyCount> mKeyAt{};
+};
+
+// One category as read: its label, its parent among the dimension's
+// categories (-1 for a top-level one), and whether it is a group.
+struct CategoryEntry {
+  std::int32_t parent = -1;
+  bool group = false;
+  ParsedCell label;
+};
+
+class PivotTableBody;
+
+class CategoryListFrame;
+
+// A category object: a cell, or a group {"group": CELL, "categories":
+// [...]}, told apart by its first key.
+class CategoryObjectFrame : public Frame, public CellSink {
+ public:
+  CategoryObjectFrame(std::vector<CategoryEntry>& entries, PivotTableBody& body, int depth)
+      : Frame(Position{}), mEntries(entries), mBody(body), mDepth(depth) {}
+
+  void Reopen(Position start, std::int32_t parent) {
+    Restart(start);
+    mParent = parent;
+    mMode = Mode::kUndecided;
+    mKeys.Clear();
+  }
+
+  void OnKey(std::string_view key, Position at) override;
+  Frame* OnObject(Position at) override;
+  Frame* OnArray(Position at) override;
+  void OnString(std::string_view text, Position at) override;
+  void OnNumber(std::string_view raw, Position at) override;
+  void OnBool(bool value, Position at) override;
+  void OnNull(Position at) override;
+  void OnEnd(Position at) override;
+  void TakeCell(ParsedCell& cell) override;
+
+ protected:
+  std::string Expected() const override {
+    return mKey == kGroup ? "a cell for \"group\"" : "a list of categories for \"categories\"";
+  }
+
+ private:
+  enum class Mode { kUndecided, kCell, kGroup };
+  enum Key { kGroup, kCategories };
+
+  std::vector<CategoryEntry>& mEntries;
+  PivotTableBody& mBody;
+  int mDepth;
+  std::int32_t mParent = -1;
+  Mode mMode = Mode::kUndecided;
+  // The group's own entry, reserved when it is known to be a group so that
+  // its categories can name it as their parent.
+  std::int32_t mSelf = -1;
+  int mKey = kGroup;
+  KeySet mKeys;
+  Position mCategoriesAt;
+  CellFrame mCell;
+  std::unique_ptr<CategoryListFrame> mList;
+};
+
+// A list of categories: a dimension's own or a group's.
+class CategoryListFrame : public Frame {
+ public:
+  CategoryListFrame(std::vector<CategoryEntry>& entries, PivotTableBody& body, int depth)
+      : Frame(Position{}), mEntries(entries), mBody(body), mDepth(depth) {}
+
+  void Reopen(Position start, std::int32_t parent) {
+    Restart(start);
+    mParent = parent;
+    mCount = 0;
+  }
+  std::int32_t Count() const { return mCount; }
+
+  Frame* OnObject(Position at) override {
+    if (!mObject) mObject = std::make_unique<CategoryObjectFrame>(mEntries, mBody, mDepth);
+    mObject->Reopen(at, mParent);
+    ++mCount;
+    return mObject.get();
+  }
+  void OnString(std::string_view text, Position at) override {
+    AddLeaf().label.SetText(text, at);
+  }
+  void OnNumber(std::string_view raw, Position at) override {
+    AddLeaf().label.SetNumber(raw, at);
+  }
+  void OnEnd(Position) override {}
+
+ protected:
+  std::string Expected() const override { return "a category (a cell or a group)"; }
+
+ private:
+  CategoryEntry& AddLeaf() {
+    ++mCount;
+    mEntries.push_back(CategoryEntry{mParent, false, ParsedCell{}});
+    return mEntries.back();
+  }
+
+  std::vector<CategoryEntry>& mEntries;
+  PivotTableBody& mBody;
+  int mDepth;
+  std::int32_t mParent = -1;
+  std::int32_t mCount = 0;
+  std::unique_ptr<CategoryObjectFrame> mObject;
+};
+
+void CategoryObjectFrame::OnKey(std::string_view key, Position at) {
+  if (mMode == Mode::kUndecided) {
+    if (key == "group" || key == "categories") {
+      if (mDepth >= kMaxCategoryDepth) {
+        Fail(Start(), "categories are nested more than " + std::to_string(kMaxCategoryDepth) +
+                          " levels deep");
+      }
+      mMode = Mode::kGroup;
+      mSelf = static_cast<std::int32_t>(mEntries.size());
+      mEntries.push_back(CategoryEntry{mParent, true, ParsedCell{}});
+    } else {
+      mMode = Mode::kCell;
+      mCell.Reopen(Start(), *this);
+    }
+  }
+  if (mMode == Mode::kCell) return mCell.OnKey(key, at);
+  if (key == "group") {
+    mKey = kGroup;
+  } else if (key == "categories") {
+    mKey = kCategories;
+    mCategoriesAt = at;
+  } else {
+    Fail(at, "unknown key " + Quote(key) + " in a group");
+  }
+  mKeys.Mark(mKey, key, at);
+}
+
+Frame* CategoryObjectFrame::OnObject(Position at) {
+  if (mMode == Mode::kCell) return mCell.OnObject(at);
+  if (mKey != kGroup) Mismatch(at, "an object");
+  mCell.Reopen(at, *this);
+  return &mCell;
+}
+
+Frame* CategoryObjectFrame::OnArray(Position at) {
+  if (mMode == Mode::kCell) return mCell.OnArray(at);
+  if (mKey != kCategories) Mismatch(at, "a list");
+  if (!mList) mList = std::make_unique<CategoryListFrame>(mEntries, mBody, mDepth + 1);
+  mList->Reopen(at, mSelf);
+  return mList.get();
+}
+
+void CategoryObjectFrame::OnString(std::string_view text, Position at) {
+  if (mMode == Mode::kCell) return mCell.OnString(text, at);
+  if (mKey != kGroup) Mismatch(at, "a string");
+  mEntries[static_cast<std::size_t>(mSelf)].label.SetText(text, at);
+}
+
+void CategoryObjectFrame::OnNumber(std::string_view raw, Position at) {
+  if (mMode == Mode::kCell) return mCell.OnNumber(raw, at);
+  if (mKey != kGroup) Mismatch(at, "a number");
+  mEntries[static_cast<std::size_t>(mSelf)].label.SetNumber(raw, at);
+}
+
+void CategoryObjectFrame::OnBool(bool value, Position at) {
+  if (mMode == Mode::kCell) return mCell.OnBool(value, at);
+  Mismatch(at, "a boolean");
+}
+
+void CategoryObjectFrame::OnNull(Position at) {
+  if (mMode == Mode::kCell) return mCell.OnNull(at);
+  Mismatch(at, "null");
+}
+
+void CategoryObjectFrame::OnEnd(Position at) {
+  if (mMode == Mode::kUndecided) Fail(Start(), "a category object needs \"group\" or a cell's keys");
+  if (mMode == Mode::kCell) return mCell.OnEnd(at);
+  if (!mKeys.Has(kGroup)) Fail(Start(), "missing key \"group\" in a group");
+  if (!mKeys.Has(kCategories)) Fail(Start(), "missing key \"categories\" in a group");
+  if (mList->Count() == 0) Fail(mCategoriesAt, "a group needs at least one category");
+}
+
+void CategoryObjectFrame::TakeCell(ParsedCell& cell) {
+  if (mMode == Mode::kGroup) {
+    mEntries[static_cast<std::size_t>(mSelf)].label = std::move(cell);
+  } else {
+    mEntries.push_back(CategoryEntry{mParent, false, std::move(cell)});
+  }
+}
+
+// Leaf positions of a "cells" index.
+class IndexFrame : public Frame {
+ public:
+  IndexFrame() : Frame(Position{}) {}
+  void Reopen(Position start) {
+    Restart(start);
+    index.clear();
+    positions.clear();
+  }
+  void OnNumber(std::string_view raw, Position at) override {
+    index.push_back(static_cast<std::int32_t>(
+        ParseInteger(raw, at, 0, 2147483647, "leaf position")));
+    positions.push_back(at);
+  }
+  void OnEnd(Position) override {}
+
+  std::vector<std::int32_t> index;
+  std::vector<Position> positions;
+
+ protected:
+  std::string Expected() const override { return "a leaf position in an index"; }
+};
+
+class DimensionFrame;
+class DataListFrame;
+
+// The body of a pivot table part.
+class PivotTableBody : public PartBody, public CellSink {
+ public:
+  explicit PivotTableBody(Position start);
+  ~PivotTableBody() override;
+
+  void OnKey(std::string_view key, Position at) override;
+  Frame* OnObject(Position at) override;
+  Frame* OnArray(Position at) override;
+  void OnString(std::string_view text, Position at) override;
+  void OnNumber(std::string_view raw, Position at) override;
+  void OnBool(bool value, Position at) override;
+  void OnNull(Position at) override;
+  void OnEnd(Position at) override;
+  void TakeCell(ParsedCell& cell) override;
+  std::unique_ptr<OmOutputPart> MakePart() override;
+
+  // Called as the document's parts of the table arrive.
+  void AddDimension(DimensionFrame& dimension);
+  void DimensionsDone();
+  void StoreIndexed(const IndexFrame& index, ParsedCell& cell);
+  void StoreDense(ParsedCell& cell);
+  // Notes the footnote numbers a cell uses, to check them against the
+  // table's footnote list once the table is complete.
+  void NoteFootnotes(const ParsedCell& cell);
+
+  OmPivotTable& Table() { return *mTable; }
+  std::vector<std::int32_t>& DenseIndex() { return mDenseIndex; }
+  CellFrame& SharedCellFrame() { return mCell; }
+
+ protected:
+  std::string Expected() const override;
+
+ private:
+  enum Key { kTitle, kShowTitle, kCaption, kNotes, kFootnotes, kDimensions, kCells, kData, kKeyCount };
+  static constexpr std::array<std::string_view, kKeyCount> kKeyNames{
+      "title", "show-title", "caption", "notes", "footnotes", "dimensions", "cells", "data"};
+
+  Frame* Record(EventLog::Type type, Position at);
+  void StoreWhole(ParsedCell& cell);
+
+  std::unique_ptr<OmPivotTable> mTable = std::make_unique<OmPivotTable>();
+  int mKey = -1;
+  KeySet mKeys;
+  bool mRecording = false;
+  bool mReplaying = false;
+  bool mDimensionsDone = false;
+  // The slot the current cell belongs to: the title or a "data" cell.
+  ParsedCell mTitle;
+  bool mShowTitle = false;
+  std::vector<std::string> mFootnotes;
+  std::int32_t mLargestFootnote = -1;
+  Position mLargestFootnoteAt;
+  std::vector<std::int32_t> mDenseIndex;
+  EventLog mLog;
+  CellFrame mCell;
+  StringListFrame mFootnoteList;
+  std::unique_ptr<RecorderFrame> mRecorder;
+  std::unique_ptr<Frame> mDimensionList;
+  std::unique_ptr<Frame> mCellsList;
+  std::unique_ptr<DataListFrame> mDataList;
+};
+
+// One dimension: its label, axis, label flag, categories and current leaf.
+class DimensionFrame : public Frame, public CellSink {
+ public:
+  DimensionFrame(Position start, PivotTableBody& body)
+      : Frame(start), mBody(body), mList(mEntries, body, 1) {}
+
+  void OnKey(std::string_view key, Position at) override {
+    mKey = -1;
+    for (int k = 0; k < kKeyCount; ++k) {
+      if (kKeyNames[static_cast<std::size_t>(k)] == key) mKey = k;
+    }
+    if (mKey < 0) Fail(at, "unknown key " + Quote(key) + " in a dimension");
+    mKeys.Mark(mKey, key, at);
+    mKeyAt[static_cast<std::size_t>(mKey)] = at;
+  }
+  Frame* OnObject(Position at) override {
+    if (mKey != kLabel) Mismatch(at, "an object");
+    mCell.Reopen(at, *this);
+    return &mCell;
+  }
+  Frame* OnArray(Position at) override {
+    if (mKey != kCategories) Mismatch(at, "a list");
+    mList.Reopen(at, -1);
+    return &mList;
+  }
+  void OnString(std::string_view text, Position at) override {
+    if (mKey == kLabel) {
+      mLabel.SetText(text, at);
+    } else if (mKey == kAxis) {
+      if (text == "row") {
+        mAxis = OmAxis::Row;
+      } else if (text == "column") {
+        mAxis = OmAxis::Column;
+      } else if (text == "layer") {
+        mAxis = OmAxis::Layer;
+      } else {
+        Fail(at, "unknown axis " + Quote(text) + " (row, column or layer)");
+      }
+    } else {
+      Mismatch(at, "a string");
+    }
+  }
+  void OnNumber(std::string_view raw, Position at) override {
+    if (mKey == kLabel) {
+      mLabel.SetNumber(raw, at);
+    } else if (mKey == kCurrent) {
+      mCurrent = static_cast<std::int32_t>(ParseInteger(raw, at, 0, 2147483647, "\"current\""));
+    } else {
+      Mismatch(at, "a number");
+    }
+  }
+  void OnBool(bool value, Position at) override {
+    if (mKey != kShowLabel) Mismatch(at, "a boolean");
+    mShowLabel = value;
+  }
+  void TakeCell(ParsedCell& cell) override { mLabel = std::move(cell); }
+
+  void OnEnd(Position) override {
+    for (int k : {kLabel, kAxis, kCategories}) {
+      if (!mKeys.Has(k)) {
+        Fail(Start(), "missing key " + Quote(kKeyNames[static_cast<std::size_t>(k)]) +
+                          " in a dimension");
+      }
+    }
+    if (mKeys.Has(kCurrent)) {
+      if (mAxis != OmAxis::Layer) {
+        Fail(mKeyAt[kCurrent], "\"current\" is only allowed on a layer dimension");
+      }
+      std::int32_t leaves = 0;
+      for (const CategoryEntry& entry : mEntries) leaves += entry.group ? 0 : 1;
+      if (mCurrent >= leaves) {
+        Fail(mKeyAt[kCurrent], "\"current\" leaf position " + std::to_string(mCurrent) +
+                                   " is out of range: the dimension has " +
+                                   Count(leaves, "leaf", "leaves"));
+      }
+    }
+    mBody.AddDimension(*this);
+  }
+
+  ParsedCell mLabel;
+  OmAxis mAxis = OmAxis::Row;
+  bool mShowLabel = true;
+  std::int32_t mCurrent = 0;
+  bool HasCurrent() const { return mKeys.Has(kCurrent); }
+  std::vector<CategoryEntry> mEntries;
+
+ protected:
+  std::string Expected() const override {
+    switch (mKey) {
+      case kLabel:
+        return "a cell for \"label\"";
+      case kAxis:
+        return "a string for \"axis\"";
+      case kShowLabel:
+        return "a boolean for \"show-label\"";
+      case kCategories:
+        return "a list of categories for \"categories\"";
+      default:
+        return "an integer for \"current\"";
+    }
+  }
+
+ private:
+  enum Key { kLabel, kAxis, kShowLabel, kCategories, kCurrent, kKeyCount };
+  static constexpr std::array<std::string_view, kKeyCount> kKeyNames{
+      "label", "axis", "show-label", "categories", "current"};
+
+  PivotTableBody& mBody;
+  int mKey = -1;
+  KeySet mKeys;
+  std::array<Position, kKeyCount> mKeyAt{};
+  CellFrame mCell;
+  CategoryListFrame mList;
+};
+
+// The table's "dimensions".
+class DimensionListFrame : public Frame {
+ public:
+  DimensionListFrame(Position start, PivotTableBody& body) : Frame(start), mBody(body) {}
+  Frame* OnObject(Position at) override {
+    mDimension = std::make_unique<DimensionFrame>(at, mBody);
+    return mDimension.get();
+  }
+  void OnEnd(Position) override { mBody.DimensionsDone(); }
+
+ protected:
+  std::string Expected() const override { return "a dimension (an object)"; }
+
+ private:
+  PivotTableBody& mBody;
+  std::unique_ptr<DimensionFrame> mDimension;
+};
+
+// One [INDEX, CELL] entry of "cells".
+class CellPairFrame : public Frame, public CellSink {
+ public:
+  explicit CellPairFrame(PivotTableBody& body) : Frame(Position{}), mBody(body) {}
+  void Reopen(Position start) {
+    Restart(start);
+    mCount = 0;
+  }
+  Frame* OnArray(Position at) override {
+    Next(at, 0);
+    mIndex.Reopen(at);
+    return &mIndex;
+  }
+  Frame* OnObject(Position at) override {
+    Next(at, 1);
+    mCell.Reopen(at, *this);
+    return &mCell;
+  }
+  void OnString(std::string_view text, Position at) override {
+    Next(at, 1);
+    mScratch.SetText(text, at);
+    TakeCell(mScratch);
+  }
+  void OnNumber(std::string_view raw, Position at) override {
+    Next(at, 1);
+    mScratch.SetNumber(raw, at);
+    TakeCell(mScratch);
+  }
+  void TakeCell(ParsedCell& cell) override { mBody.StoreIndexed(mIndex, cell); }
+  void OnEnd(Position) override {
+    if (mCount != 2) Fail(Start(), "a cell entry is a list [INDEX, CELL]");
+  }
+
+ protected:
+  std::string Expected() const override {
+    return mCount == 0 ? "an index (a list of leaf positions)" : "a cell";
+  }
+
+ private:
+  // Checks that the element at position `slot` of the pair comes next.
+  void Next(Position at, int slot) {
+    if (mCount != slot) {
+      Fail(at, mCount >= 2 ? "a cell entry is a list [INDEX, CELL]"
+                           : "expected " + Expected() + " in a cell entry");
+    }
+    ++mCount;
+  }
+
+  PivotTableBody& mBody;
+  int mCount = 0;
+  IndexFrame mIndex;
+  CellFrame mCell;
+  ParsedCell mScratch;
+};
+
+// The table's "cells".
+class CellsListFrame : public Frame {
+ public:
+  CellsListFrame(Position start, PivotTableBody& body) : Frame(start), mPair(body) {}
+  Frame* OnArray(Position at) override {
+    mPair.Reopen(at);
+    return &mPair;
+  }
+  void OnEnd(Position) override {}
+
+ protected:
+  std::string Expected() const override { return "a cell entry [INDEX, CELL]"; }
+
+ private:
+  CellPairFrame mPair;
+};
+
+// One list of the dense "data" form: one entry per leaf of the dimension
+// at its depth; the innermost entries are cells or null.
+class DataListFrame : public Frame, public CellSink {
+ public:
+  DataListFrame(PivotTableBody& body, std::int32_t level)
+      : Frame(Position{}),
+        mBody(body),
+        mLevel(level),
+        mLeaves(body.Table().Dimension(level).NLeaves()),
+        mInnermost(level + 1 == body.Table().NDimensions()) {}
+
+  void Reopen(Position start) {
+    Restart(start);
+    mCount = 0;
+  }
+
+  Frame* OnArray(Position at) override {
+    Enter(at, false);
+    if (!mChild) mChild = std::make_unique<DataListFrame>(mBody, mLevel + 1);
+    mChild->Reopen(at);
+    return mChild.get();
+  }
+  Frame* OnObject(Position at) override {
+    Enter(at, true);
+    CellFrame& cell = mBody.SharedCellFrame();
+    cell.Reopen(at, *this);
+    return &cell;
+  }
+  void OnString(std::string_view text, Position at) override {
+    Enter(at, true);
+    mScratch.SetText(text, at);
+    mBody.StoreDense(mScratch);
+  }
+  void OnNumber(std::string_view raw, Position at) override {
+    Enter(at, true);
+    mScratch.SetNumber(raw, at);
+    mBody.StoreDense(mScratch);
+  }
+  void OnNull(Position at) override { Enter(at, true); }
+  void TakeCell(ParsedCell& cell) override { mBody.StoreDense(cell); }
+  void OnEnd(Position) override {
+    if (mCount != mLeaves) Fail(Start(), Shape());
+  }
+
+ protected:
+  std::string Expected() const override {
+    return mInnermost ? "a cell or null in \"data\"" : "a list in \"data\"";
+  }
+
+ private:
+  std::string Shape() const {
+    return "this list of \"data\" must have one entry per leaf of dimension " +
+           std::to_string(mLevel) + " (" + std::to_string(mLeaves) + "), not " +
+           std::to_string(mCount);
+  }
+  // Checks the kind and count of the next entry and sets its index entry.
+  void Enter(Position at, bool cell) {
+    if (cell != mInnermost) Mismatch(at, cell ? "a cell" : "a list");
+    if (mCount >= mLeaves) {
+      ++mCount;
+      Fail(Start(), Shape() + " or more");
+    }
+    mBody.DenseIndex()[static_cast<std::size_t>(mLevel)] = mCount++;
+  }
+
+  PivotTableBody& mBody;
+  std::int32_t mLevel;
+  std::int32_t mLeaves;
+  bool mInnermost;
+  std::int32_t mCount = 0;
+  ParsedCell mScratch;
+  std::unique_ptr<DataListFrame> mChild;
+};
+
+PivotTableBody::PivotTableBody(Position start)
+    : PartBody(start), mFootnoteList(start, mFootnotes, "\"footnotes\"") {}
+
+PivotTableBody::~PivotTableBody() = default;
+
+void PivotTableBody::OnKey(std::string_view key, Position at) {
+  mKey = -1;
+  for (int k = 0; k < kKeyCount; ++k) {
+    if (kKeyNames[static_cast<std::size_t>(k)] == key) mKey = k;
+  }
+  if (mKey < 0) Fail(at, "key " + Quote(key) + " is not allowed in a \"pivot-table\" part");
+  mRecording = false;
+  if (mReplaying) return;
+  mKeys.Mark(mKey, key, at);
+  if ((mKey == kCells && mKeys.Has(kData)) || (mKey == kData && mKeys.Has(kCells))) {
+    Fail(at, "a table has \"cells\" or \"data\", not both");
+  }
+  if ((mKey == kCells || mKey == kData) && !mDimensionsDone) {
+    // The cells cannot be placed before the dimensions are known.
+    mRecording = true;
+    mLog.Add(EventLog::Type::Key, at, key);
+  }
+}
+
+Frame* PivotTableBody::Record(EventLog::Type type, Position at) {
+  mLog.Add(type, at);
+  if (!mRecorder) mRecorder = std::make_unique<RecorderFrame>(at, mLog);
+  return mRecorder.get();
+}
+
+Frame* PivotTableBody::OnObject(Position at) {
+  if (mRecording) return Record(EventLog::Type::StartObject, at);
+  if (mKey != kTitle && !(mKey == kData && mTable->NDimensions() == 0)) {
+    Mismatch(at, "an object");
+  }
+  mCell.Reopen(at, *this);
+  return &mCell;
+}
+
+Frame* PivotTableBody::OnArray(Position at) {
+  if (mRecording) return Record(EventLog::Type::StartArray, at);
+  switch (mKey) {
+    case kFootnotes:
+      mFootnoteList.Reopen(at);
+      return &mFootnoteList;
+    case kDimensions:
+      mDimensionList = std::make_unique<DimensionListFrame>(at, *this);
+      return mDimensionList.get();
+    case kCells:
+      mCellsList = std::make_unique<CellsListFrame>(at, *this);
+      return mCellsList.get();
+    case kData:
+      if (mTable->NDimensions() > 0) {
+        // The dense form names every position, so the table is as full as
+        // the list is long; nulls aside, that is the number of cells.
+        std::int64_t positions = 1;
+        for (std::int32_t d = 0; d < mTable->NDimensions(); ++d) {
+          const std::int64_t leaves = mTable->Dimension(d).NLeaves();
+          positions = leaves == 0 ? 0 : std::min(positions, std::numeric_limits<std::int64_t>::max() / leaves) * leaves;
+        }
+        mTable->ExpectCells(positions);
+        mDenseIndex = mTable->SizeVector();
+        if (!mDataList) mDataList = std::make_unique<DataListFrame>(*this, 0);
+        mDataList->Reopen(at);
+        return mDataList.get();
+      }
+      break;
+    default:
+      break;
+  }
+  Mismatch(at, "a list");
+}
+
+void PivotTableBody::OnString(std::string_view text, Position at) {
+  if (mRecording) return mLog.Add(EventLog::Type::String, at, text);
+  if (mKey == kCaption) {
+    mTable->SetCaption(std::string(text));
+    return;
+  }
+  if (mKey != kTitle && !(mKey == kData && mTable->NDimensions() == 0)) {
+    Mismatch(at, "a string");
+  }
+  ParsedCell cell;
+  cell.SetText(text, at);
+  TakeCell(cell);
+}
+
+void PivotTableBody::OnNumber(std::string_view raw, Position at) {
+  if (mRecording) return mLog.Add(EventLog::Type::Number, at, raw);
+  if (mKey != kTitle && !(mKey == kData && mTable->NDimensions() == 0)) {
+    Mismatch(at, "a number");
+  }
+  ParsedCell cell;
+  cell.SetNumber(raw, at);
+  TakeCell(cell);
+}
+
+void PivotTableBody::OnBool(bool value, Position at) {
+  if (mRecording) return mLog.Add(EventLog::Type::Bool, at, {}, value);
+  if (mKey == kShowTitle) {
+    mShowTitle = value;
+  } else if (mKey == kNotes) {
+    mTable->SetNotes(value);
+  } else {
+    Mismatch(at, "a boolean");
+  }
+}
+
+void PivotTableBody::OnNull(Position at) {
+  if (mRecording) return mLog.Add(EventLog::Type::Null, at);
+  // A table without dimensions may give its one cell as null: no cell.
+  if (mKey != kData || mTable->NDimensions() != 0) Mismatch(at, "null");
+}
+
+void PivotTableBody::TakeCell(ParsedCell& cell) {
+  if (mKey == kTitle) {
+    NoteFootnotes(cell);
+    mTitle = std::move(cell);
+  } else {
+    mDenseIndex.clear();
+    StoreDense(cell);
+  }
+}
+
+std::string PivotTableBody::Expected() const {
+  switch (mKey) {
+    case kTitle:
+      return "a cell for \"title\"";
+    case kShowTitle:
+      return "a boolean for \"show-title\"";
+    case kCaption:
+      return "a string for \"caption\"";
+    case kNotes:
+      return "a boolean for \"notes\"";
+    case kFootnotes:
+      return "a list of strings for \"footnotes\"";
+    case kDimensions:
+      return "a list of dimensions for \"dimensions\"";
+    case kCells:
+      return "a list of cell entries for \"cells\"";
+    default:
+      return mTable->NDimensions() == 0 ? "a cell or null for \"data\""
+                                        : "a list for \"data\"";
+  }
+}
+
+void PivotTableBody::AddDimension(DimensionFrame& frame) {
+  NoteFootnotes(frame.mLabel);
+  OmDimension& dimension = mTable->AddDimension(frame.mAxis, MakeCell(frame.mLabel));
+  dimension.SetShowLabel(frame.mShowLabel);
+  std::vector<OmDimension::NodeId> ids;
+  ids.reserve(frame.mEntries.size());
+  for (CategoryEntry& entry : frame.mEntries) {
+    NoteFootnotes(entry.label);
+    const OmDimension::NodeId parent =
+        entry.parent < 0 ? OmDimensionTree::Root() : ids[static_cast<std::size_t>(entry.parent)];
+    ids.push_back(dimension.AddCategory(parent, MakeCell(entry.label)));
+  }
+  if (frame.HasCurrent()) dimension.SetCurrentLeaf(frame.mCurrent);
+}
+
+void PivotTableBody::DimensionsDone() {
+  mDimensionsDone = true;
+  if (mLog.Empty()) return;
+  mReplaying = true;
+  mLog.Replay(*this);
+  mReplaying = false;
+  mLog.Clear();
+}
+
+void PivotTableBody::NoteFootnotes(const ParsedCell& cell) {
+  for (std::size_t i = 0; i < cell.footnotes.size(); ++i) {
+    if (cell.footnotes[i] > mLargestFootnote) {
+      mLargestFootnote = cell.footnotes[i];
+      mLargestFootnoteAt = cell.footnotePositions[i];
+    }
+  }
+}
+
+void PivotTableBody::StoreWhole(ParsedCell& cell) {
+  NoteFootnotes(cell);
+  OmCellText* stored = nullptr;
+  if (cell.isText) {
+    stored = &mTable->SetText(mDenseIndex, std::move(cell.text));
+  } else if (cell.decimals >= 0) {
+    stored = &mTable->SetNumber(mDenseIndex, cell.value, cell.decimals);
+  } else {
+    stored = &mTable->SetNumber(mDenseIndex, cell.value);
+  }
+  AddExtras(*stored, cell);
+}
+
+void PivotTableBody::StoreDense(ParsedCell& cell) { StoreWhole(cell); }
+
+void PivotTableBody::StoreIndexed(const IndexFrame& index, ParsedCell& cell) {
+  std::int32_t bad = 0;
+  switch (mTable->CheckIndex(index.index, &bad)) {
+    case OmPivotTable::IndexStatus::Valid:
+      break;
+    case OmPivotTable::IndexStatus::WrongLength:
+      Fail(index.Start(), "the index has " +
+                              Count(static_cast<std::int64_t>(index.index.size()), "entry",
+                                    "entries") +
+                              "; the table has " +
+                              Count(mTable->NDimensions(), "dimension", "dimensions"));
+    case OmPivotTable::IndexStatus::OutOfRange:
+      Fail(index.positions[static_cast<std::size_t>(bad)],
+           "leaf position " + std::to_string(index.index[static_cast<std::size_t>(bad)]) +
+               " is out of range: dimension " + std::to_string(bad) + " has " +
+               Count(mTable->Dimension(bad).NLeaves(), "leaf", "leaves"));
+    case OmPivotTable::IndexStatus::Used:
+      Fail(index.Start(), "this index appears twice in \"cells\"");
+  }
+  mDenseIndex = index.index;
+  StoreWhole(cell);
+}
+
+void PivotTableBody::OnEnd(Position) {
+  // "cells" or "data" without "dimensions": a table without dimensions.
+  if (!mDimensionsDone) DimensionsDone();
+  if (mLargestFootnote >= static_cast<std::int32_t>(mFootnotes.size())) {
+    Fail(mLargestFootnoteAt,
+         "footnote number " + std::to_string(mLargestFootnote) +
+             " is out of range: the table has " +
+             Count(static_cast<std::int64_t>(mFootnotes.size()), "footnote", "footnotes"));
+  }
+}
+
+std::unique_ptr<OmOutputPart> PivotTableBody::MakePart() {
+  for (std::string& footnote : mFootnotes) mTable->AddFootnote(std::move(footnote));
+  if (mKeys.Has(kTitle)) mTable->SetTitle(MakeCell(mTitle));
+  mTable->showTitle = mKeys.Has(kShowTitle) ? mShowTitle : mKeys.Has(kTitle);
+  return std::move(mTable);
+}
+
+}  // namespace
+
+bool IsPivotTableKey(std::string_view key) {
+  return key == "show-title" || key == "caption" || key == "notes" || key == "footnotes" ||
+         key == "dimensions" || key == "cells" || key == "data";
+}
+
+std::unique_ptr<PartBody> MakePivotTableBody(Position start) {
+  return std::make_unique<PivotTableBody>(start);
+}
+
+}  // namespace omtext::loader

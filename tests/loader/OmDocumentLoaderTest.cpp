@@ -1,0 +1,301 @@
+// Loading output documents: the parts and tables built, independence from
+// key order, the dense data form, and every rejection with the line and
+// column of the offending value.
+#include "loader/OmDocumentLoader.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+
+#include "host/output/OmHeading.h"
+#include "host/table/OmPivotTable.h"
+
+namespace {
+
+OmOutputTree Load(const std::string& text) {
+  std::istringstream in(text);
+  return OmDocumentLoader::Load(in);
+}
+
+// "LINE:COLUMN: MESSAGE" of the rejection, or "accepted".
+std::string Rejection(const std::string& text) {
+  try {
+    Load(text);
+  } catch (const OmDocumentError& error) {
+    return error.what();
+  }
+  return "accepted";
+}
+
+// The rejection expected for a document in which a backtick marks where the
+// offending value starts: "LINE:COLUMN: message", the backtick removed.
+std::string At(const std::string& marked, const std::string& message) {
+  const std::size_t mark = marked.find('`');
+  const std::size_t lineStart = marked.rfind('\n', mark) + 1;  // 0 on the first line
+  const auto line =
+      1 + std::count(marked.begin(), marked.begin() + static_cast<std::ptrdiff_t>(mark), '\n');
+  return std::to_string(line) + ":" + std::to_string(mark - lineStart + 1) + ": " + message;
+}
+
+std::string Unmarked(std::string marked) {
+  marked.erase(marked.find('`'), 1);
+  return marked;
+}
+
+// Expects the marked document to be rejected with the message at the mark.
+#define EXPECT_REJECTED_AT(marked, message) \
+  EXPECT_EQ(Rejection(Unmarked(marked)), At(marked, message))
+
+// One pivot-table part with the given keys, on one line.
+std::string Table(const std::string& keys) {
+  return R"({"output": [{"type": "pivot-table", )" + keys + "}]}";
+}
+
+// A cell's text with its footnotes and markers: "text(0)[m]"; "-" for none.
+std::string CellAt(const OmPivotTable& table, const std::vector<std::int32_t>& index) {
+  const OmCellText* cell = table.Cell(index);
+  if (cell == nullptr) return "-";
+  std::string out = cell->GetText();
+  for (std::int16_t f : cell->Footnotes()) out += "(" + std::to_string(f) + ")";
+  for (const std::string& m : cell->getMarkers()) out += "[" + m + "]";
+  return out;
+}
+
+OmPivotTable& FirstTable(OmOutputTree& tree) {
+  return *dynamic_cast<OmPivotTable*>(tree.Begin().Value());
+}
+
+TEST(OmDocumentLoader, ByteOrderMarkAndEscapesAreReadAndBadJsonRejectedAtItsPosition) {
+  EXPECT_TRUE(Load("\xEF\xBB\xBF{\"output\": []}").Empty());
+  OmOutputTree tree = Load(R"({"output": [{"type": "heading", "text": "a\u00e9\t\"\u0000b"}]})");
+  EXPECT_EQ(static_cast<OmHeading*>(tree.Begin().Value())->Text().GetText(),
+            std::string("a\xC3\xA9\t\"\0b", 7));
+  EXPECT_EQ(Rejection(""), "1:1: invalid JSON: the document is empty");
+  EXPECT_EQ(Rejection("{\"output\": [\n  {\"type\": \"heading\",}]}"),
+            "2:22: invalid JSON: missing a name for object member");
+  EXPECT_EQ(Rejection("{\"output\": []} []"),
+            "1:16: invalid JSON: the document root must not be followed by other values");
+  EXPECT_EQ(Rejection("{\"output\": [\"\xFF\"]}").substr(0, 28), "1:14: invalid JSON: invalid ");
+  EXPECT_EQ(Rejection(std::string("{\"output\": []}\0{}", 17)),
+            "1:15: the document holds a NUL byte");
+  EXPECT_EQ(Rejection(R"({"output": [{"type": "heading", "text": "\udc00"}]})"),
+            "1:41: the string is not valid UTF-8 (an escape encodes a lone surrogate)");
+  // A byte order mark does not count as a column.
+  EXPECT_EQ(Rejection("\xEF\xBB\xBF{\"output\": 1}"),
+            "1:12: expected a list of parts for \"output\", found a number");
+}
+
+TEST(OmDocumentLoader, RejectsSchemaErrorsAtTheOffendingValue) {
+  EXPECT_EQ(Rejection("[]"), "1:1: expected the document object {\"output\": [...]}, found a list");
+  EXPECT_EQ(Rejection("{}"), "1:1: missing key \"output\" in the document");
+  EXPECT_EQ(Rejection(R"({"output": [], "extra": 1})"),
+            "1:16: unknown key \"extra\" in the document");
+  EXPECT_EQ(Rejection(R"({"output": [], "output": []})"), "1:16: repeated key \"output\"");
+  EXPECT_EQ(Rejection(R"({"output": [1]})"), "1:13: expected a part (an object), found a number");
+  EXPECT_EQ(Rejection("{\"output\": [\n {\"text\": \"x\"}]}"),
+            "2:2: missing key \"type\" in a part");
+  EXPECT_EQ(Rejection(R"({"output": [{"type": "para"}]})"), "1:22: unknown part type \"para\"");
+  EXPECT_EQ(Rejection(R"({"output": [{"type": "heading"}]})"),
+            "1:13: missing key \"text\" in a \"heading\" part");
+  EXPECT_EQ(Rejection(R"({"output": [{"type": "heading", "text": ["x"]}]})"),
+            "1:41: expected a string for \"text\", found a list");
+  EXPECT_EQ(Rejection(R"({"output": [{"type": "text", "lines": ["x", 2]}]})"),
+            "1:45: expected a string in \"lines\", found a number");
+  EXPECT_EQ(Rejection(R"({"output": [{"type": "chart", "selected": "yes"}]})"),
+            "1:43: expected a boolean for \"selected\", found a string");
+  EXPECT_EQ(Rejection(R"({"output": [{"type": "chart", "colour": 1}]})"),
+            "1:31: key \"colour\" is not allowed in a \"chart\" part");
+  EXPECT_EQ(Rejection(R"({"output": [{"type": "heading", "text": "a", "text": "b"}]})"),
+            "1:46: repeated key \"text\"");
+  // Before "type" is known a key is accepted provisionally and checked when
+  // the type arrives, at the key's own position.
+  EXPECT_EQ(Rejection(R"({"output": [{"subtitle": "s", "type": "heading", "text": "x"}]})"),
+            "1:14: key \"subtitle\" is not allowed in a \"heading\" part");
+  EXPECT_EQ(Rejection(R"({"output": [{"title": "t", "type": "text", "lines": []}]})"),
+            "1:14: key \"title\" is not allowed in a \"text\" part");
+}
+
+TEST(OmDocumentLoader, PartsAndCategoriesNestedBeyondAThousandLevelsAreRefused) {
+  std::string parts = "{\"output\": [";
+  std::string groups;
+  for (int i = 0; i < 1100; ++i) {
+    parts += R"({"type": "heading", "text": "x", "children": [)";
+    groups += R"({"group": "g", "categories": [)";
+  }
+  groups += "\"leaf\"";
+  for (int i = 0; i < 1100; ++i) parts += "]}", groups += "]}";
+  EXPECT_NE(Rejection(parts + "]}").find(": parts are nested more than 1000 levels deep"),
+            std::string::npos);
+  EXPECT_NE(Rejection(Table(R"("dimensions": [{"label": "L", "axis": "row", "categories": [)" +
+                            groups + "]}]"))
+                .find(": categories are nested more than 1000 levels deep"),
+            std::string::npos);
+}
+
+TEST(OmDocumentLoader, MessagesAreOneLineOfWholeCharacters) {
+  // Quoted keys and values show control characters as escapes.
+  EXPECT_EQ(Rejection(R"({"output": [{"type": "head\ning"}]})"),
+            "1:22: unknown part type \"head\\ning\"");
+  EXPECT_EQ(Rejection(R"({"output": [{"type": "chart", "\r\t\u0001": 1}]})"),
+            "1:31: key \"\\r\\t\\u0001\" is not allowed in a \"chart\" part");
+  // A long key is cut at 40 bytes, or before a character that spans the cut.
+  EXPECT_EQ(
+      Rejection(R"({"output": [{"type": "chart", ")" + std::string(39, 'k') + "\u00e9z\": 1}]}"),
+      "1:31: key \"" + std::string(39, 'k') + "...\" is not allowed in a \"chart\" part");
+  // Keys are checked for escaped lone surrogates like any other string.
+  EXPECT_EQ(Rejection(R"({"output": [{"\udc00": 1}]})"),
+            "1:14: the string is not valid UTF-8 (an escape encodes a lone surrogate)");
+  EXPECT_EQ(Rejection("{\"output\": [\"a\tb\"]}"),
+            "1:15: invalid JSON: a control character in a string must be written as an escape");
+}
+
+TEST(OmDocumentLoader, ReadsAcrossChunkBoundaries) {
+  // Lines long enough to cross the reader's 64 KiB chunks, with an error
+  // after them, checks the positions the stream keeps across refills.
+  std::string text = "{\"output\": [\n";
+  const std::string line =
+      "{\"type\": \"text\", \"lines\": [\"" + std::string(70000, 'x') + "\"]},\n";
+  for (int i = 0; i < 3; ++i) text += line;
+  text += "  {\"type\": \"heading\", \"text\": 5}]}";
+  EXPECT_EQ(Rejection(text), "5:31: expected a string for \"text\", found a number");
+}
+
+TEST(PivotTableLoading, KeysMayComeInAnyOrder) {
+  // "type" last, "cells" before "dimensions", every object's keys reversed.
+  OmOutputTree tree = Load(
+      R"({"output": [{"cells": [[[1, 0], {"decimals": 1, "value": 2}],
+      [[0, 1], {"markers": ["a"], "footnotes": [0], "text": "x"}]], "dimensions": [
+      {"categories": [{"categories": ["a", "b"], "group": "g"}], "axis": "row", "label": "R"},
+      {"current": 1, "categories": ["c", "d"], "show-label": false, "axis": "layer", "label": "L"}],
+      "footnotes": ["f"], "title": {"footnotes": [0], "text": "T"}, "type": "pivot-table"}]})");
+  OmPivotTable& table = FirstTable(tree);
+  EXPECT_EQ(table.NCells(), 2);
+  EXPECT_EQ(CellAt(table, {0, 1}) + " " + CellAt(table, {1, 0}), "x(0)[a] 2.0");
+  EXPECT_EQ(table.Title().Footnotes(), std::vector<std::int16_t>{0});
+  EXPECT_EQ(table.Dimension(0).Depth(), 2);
+  EXPECT_EQ(table.Dimension(1).CurrentLeaf(), 1);
+  EXPECT_FALSE(table.Dimension(1).ShowLabel());
+}
+
+TEST(PivotTableLoading, DenseDataAndTablesWithoutDimensions) {
+  OmOutputTree tree = Load(Table(
+      R"("dimensions": [{"label": "R", "axis": "row", "categories": ["a", "b"]},
+                        {"label": "C", "axis": "column", "categories": ["x", "y", "z"]}],
+         "footnotes": ["f"], "data": [[1, null, {"value": 2, "decimals": 1}],
+                                      ["t", {"text": "u", "footnotes": [0]}, null]])"));
+  std::string cells;
+  for (std::int32_t i = 0; i < 6; ++i) cells += CellAt(FirstTable(tree), {i / 3, i % 3}) + " ";
+  EXPECT_EQ(cells, "1 - 2.0 t u(0) - ");
+  tree = Load(Table(R"("data": "only")"));
+  EXPECT_EQ(FirstTable(tree).Cell({})->GetText(), "only");
+  tree = Load(Table(R"("data": null)"));
+  EXPECT_EQ(FirstTable(tree).NCells(), 0);
+  tree = Load(Table(R"("cells": [[[], {"value": 7}]])"));
+  EXPECT_EQ(FirstTable(tree).Cell({})->GetText(), "7");
+  // A dimension without leaves takes an empty list.
+  tree =
+      Load(Table(R"("dimensions": [{"label": "E", "axis": "row", "categories": []}], "data": [])"));
+  EXPECT_EQ(FirstTable(tree).Dimension(0).NLeaves(), 0);
+}
+
+TEST(PivotTableLoading, IndexErrorsPointAtTheOffendingEntry) {
+  const std::string dims =
+      R"("dimensions": [{"label": "R", "axis": "row", "categories": ["a", "b"]}], )";
+  EXPECT_REJECTED_AT(Table(dims + R"("cells": [[`[0, 1], 5]])"),
+                     "the index has 2 entries; the table has 1 dimension");
+  EXPECT_REJECTED_AT(Table(dims + R"("cells": [[[`2], 5]])"),
+                     "leaf position 2 is out of range: dimension 0 has 2 leaves");
+  EXPECT_REJECTED_AT(Table(dims + R"("cells": [[[1], 5], [`[1], 6]])"),
+                     "this index appears twice in \"cells\"");
+  EXPECT_REJECTED_AT(Table(dims + R"("cells": [[[`-1], 5]])"),
+                     "leaf position -1 is out of range (0 to 2147483647)");
+  EXPECT_REJECTED_AT(Table(dims + R"("cells": [[[`1.0], 5]])"),
+                     "leaf position must be an integer, without fraction or exponent");
+  EXPECT_REJECTED_AT(Table(dims + R"("cells": [[[1], 5, `6]])"),
+                     "a cell entry is a list [INDEX, CELL]");
+  EXPECT_REJECTED_AT(Table(dims + R"("cells": [[`5, [1]]])"),
+                     "expected an index (a list of leaf positions) in a cell entry");
+  // Cells before dimensions are checked when they arrive, at the cells' positions.
+  EXPECT_REJECTED_AT(Table(R"("cells": [[[`3], 5]], )" + dims.substr(0, dims.size() - 2)),
+                     "leaf position 3 is out of range: dimension 0 has 2 leaves");
+}
+
+TEST(PivotTableLoading, DataShapeErrors) {
+  const std::string dims =
+      R"("dimensions": [{"label": "R", "axis": "row", "categories": ["a", "b"]},
+                        {"label": "C", "axis": "column", "categories": ["x"]}], )";
+  const std::string shape = "this list of \"data\" must have one entry per leaf of dimension ";
+  EXPECT_REJECTED_AT(Table(dims + R"("data": `[[1]])"), shape + "0 (2), not 1");
+  EXPECT_REJECTED_AT(Table(dims + R"("data": `[[1], [2], [3]])"), shape + "0 (2), not 3 or more");
+  EXPECT_REJECTED_AT(Table(dims + R"("data": [`[1, 2], [3]])"), shape + "1 (1), not 2 or more");
+  EXPECT_REJECTED_AT(Table(dims + R"("data": [`1, 2])"),
+                     "expected a list in \"data\", found a cell");
+  EXPECT_REJECTED_AT(Table(dims + R"("data": [[`[1]], [2]])"),
+                     "expected a cell or null in \"data\", found a list");
+  EXPECT_REJECTED_AT(Table(dims + R"("data": `5)"), "expected a list for \"data\", found a number");
+  EXPECT_REJECTED_AT(Table(R"("data": `[5])"),
+                     "expected a cell or null for \"data\", found a list");
+  EXPECT_REJECTED_AT(Table(R"("data": 1, `"cells": [])"),
+                     "a table has \"cells\" or \"data\", not both");
+}
+
+TEST(PivotTableLoading, CellAndFootnoteErrors) {
+  EXPECT_REJECTED_AT(Table(R"("title": `{"text": "x", "value": 1})"),
+                     "a cell has \"text\" or \"value\", not both");
+  EXPECT_REJECTED_AT(Table(R"("title": `{"footnotes": []})"), "a cell needs \"text\" or \"value\"");
+  EXPECT_REJECTED_AT(Table(R"("title": {"text": "x", `"decimals": 1})"),
+                     "\"decimals\" is only allowed with \"value\"");
+  EXPECT_REJECTED_AT(Table(R"("title": {"value": 1, "decimals": `21})"),
+                     "\"decimals\" 21 is out of range (0 to 20)");
+  EXPECT_REJECTED_AT(Table(R"("title": {"value": 1, `"colour": 1})"),
+                     "unknown key \"colour\" in a cell");
+  EXPECT_REJECTED_AT(Table(R"("title": `true)"), "expected a cell for \"title\", found a boolean");
+  // The reader itself refuses numbers beyond a double's range.
+  EXPECT_NE(Rejection(Table(R"("title": {"value": 1e999})")).find(": invalid JSON: number too big"),
+            std::string::npos);
+  // Footnote numbers are checked against the list once the table is read,
+  // wherever "footnotes" stands.
+  EXPECT_REJECTED_AT(
+      Table(R"("title": {"text": "x", "footnotes": [0, `2]}, "footnotes": ["a", "b"])"),
+      "footnote number 2 is out of range: the table has 2 footnotes");
+  EXPECT_REJECTED_AT(Table(R"("footnotes": ["a"], "title": {"text": "x", "footnotes": [`40000]})"),
+                     "footnote number 40000 is out of range (0 to 32767)");
+  EXPECT_REJECTED_AT(Table(R"("footnotes": [`1])"),
+                     "expected a string in \"footnotes\", found a number");
+}
+
+TEST(PivotTableLoading, DimensionAndCategoryErrors) {
+  auto dimension = [](const std::string& keys) { return Table(R"("dimensions": [)" + keys + "]"); };
+  EXPECT_REJECTED_AT(dimension(R"(`{"axis": "row", "categories": []})"),
+                     "missing key \"label\" in a dimension");
+  EXPECT_REJECTED_AT(dimension(R"(`{"label": "L", "axis": "row"})"),
+                     "missing key \"categories\" in a dimension");
+  EXPECT_REJECTED_AT(dimension(R"({"label": "L", "axis": `"diagonal", "categories": []})"),
+                     "unknown axis \"diagonal\" (row, column or layer)");
+  EXPECT_REJECTED_AT(dimension(R"({"label": "L", "axis": "row", "categories": [], `"sort": 1})"),
+                     "unknown key \"sort\" in a dimension");
+  EXPECT_REJECTED_AT(
+      dimension(R"({"label": "L", "axis": "row", "categories": ["a"], `"current": 0})"),
+      "\"current\" is only allowed on a layer dimension");
+  EXPECT_REJECTED_AT(
+      dimension(R"({"label": "L", "axis": "layer", "categories": ["a"], `"current": 1})"),
+      "\"current\" leaf position 1 is out of range: the dimension has 1 leaf");
+  EXPECT_REJECTED_AT(
+      dimension(
+          R"({"label": "L", "axis": "row", "categories": [{"group": "g", `"categories": []}]})"),
+      "a group needs at least one category");
+  EXPECT_REJECTED_AT(dimension(R"({"label": "L", "axis": "row", "categories": [`{"group": "g"}]})"),
+                     "missing key \"categories\" in a group");
+  EXPECT_REJECTED_AT(
+      dimension(R"({"label": "L", "axis": "row", "categories": [`{"categories": ["a"]}]})"),
+      "missing key \"group\" in a group");
+  EXPECT_REJECTED_AT(
+      dimension(
+          R"({"label": "L", "axis": "row", "categories": [{"group": "g", "categories": ["a"], `"x": 1}]})"),
+      "unknown key \"x\" in a group");
+  EXPECT_REJECTED_AT(dimension(R"({"label": "L", "axis": "row", "categories": [`true]})"),
+                     "expected a category (a cell or a group), found a boolean");
+}
+
+}  // namespace
