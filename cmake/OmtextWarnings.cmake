@@ -2,7 +2,7 @@
 # every warning fails the build.
 function(omtext_warnings target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wshadow -Wnon-virtual-dtor
-                                           -Woverloaded-virtual -Wpedantic)
+                                           -Woverloaded-virtual -Wpedantic -Wconversion -Wsign-conversion)
   if(OMTEXT_WERROR)
     target_compile_options(${target} PRIVATE -Werror)
   endif()

@@ -39,7 +39,7 @@ TEST(OmTextMatrix, IgnoresPositionsOutsideTheMatrix) {
   matrix.Resize(2, 3);
   matrix.SetPiece(0, 2, "c|");
   matrix.SetPiece(2, 0, "below");
-  for (const std::size_t far : {3, 99}) {
+  for (const std::size_t far : {std::size_t{3}, std::size_t{99}}) {
     matrix.SetPiece(far, 0, "below");
     matrix.SetPiece(0, far, "beside");
     matrix.AppendToPiece(far, far, "far");
