@@ -7,7 +7,7 @@ ifeq ($(CI),true)
 CMAKE_FLAGS += -DOMTEXT_WERROR=ON
 endif
 
-.PHONY: all deps build demo test test-sanitize bench bench-quick install clean fuzz
+.PHONY: all deps build demo test check test-sanitize bench bench-quick install clean fuzz
 
 all: build
 
@@ -23,6 +23,13 @@ demo: build
 
 test: build
 	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+
+# The source checks: includes keep to the layers, and the code is formatted
+# as .clang-format says.
+check:
+	@scripts/install-deps.sh clang-format
+	python3 scripts/check-layers.py
+	scripts/check-format.sh
 
 # The whole test suite under AddressSanitizer and UndefinedBehaviorSanitizer,
 # stopping at the first report.

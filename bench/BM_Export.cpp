@@ -18,10 +18,10 @@
 #include "OmTableGenerator.h"
 #include "export/OmTextExport.h"
 #include "export/OmTextExportOptions.h"
-#include "host/table/OmDisplayLayerHeading.h"
-#include "loader/OmDocumentLoader.h"
 #include "host/output/OmOutputTree.h"
+#include "host/table/OmDisplayLayerHeading.h"
 #include "host/table/OmPivotTable.h"
+#include "loader/OmDocumentLoader.h"
 #include "pivot/OmPivotTableTxtExportPrivate.h"
 
 namespace {
@@ -124,7 +124,10 @@ void BM_OmPivotTableTxtExport_TabLayer(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * rows);
   state.SetBytesProcessed(buffer.bytes);
 }
-BENCHMARK(BM_OmPivotTableTxtExport_TabLayer)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_OmPivotTableTxtExport_TabLayer)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Unit(benchmark::kMillisecond);
 
 // The whole command path below the loader: the tree exported tab-separated
 // through OmTextExport.

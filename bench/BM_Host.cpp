@@ -28,7 +28,8 @@ std::unique_ptr<OmPivotTable> BuildTable(std::int32_t rows) {
   layer.AddCategory("First");
   layer.AddCategory("Second");
   OmDimension& outer = table->AddDimension(OmAxis::Row, "Outer");
-  for (std::int32_t i = 0; i < rows / kInner; ++i) outer.AddCategory("Outer " + std::to_string(i));
+  for (std::int32_t i = 0; i < rows / kInner; ++i)
+    outer.AddCategory("Outer " + std::to_string(i));
   OmDimension& inner = table->AddDimension(OmAxis::Row, "Inner");
   for (std::int32_t g = 0; g < 10; ++g) {
     const auto group = inner.AddCategory("Group " + std::to_string(g));
@@ -37,11 +38,13 @@ std::unique_ptr<OmPivotTable> BuildTable(std::int32_t rows) {
     }
   }
   OmDimension& column = table->AddDimension(OmAxis::Column, "Statistic");
-  for (std::int32_t c = 0; c < kColumns; ++c) column.AddCategory("Statistic " + std::to_string(c));
+  for (std::int32_t c = 0; c < kColumns; ++c)
+    column.AddCategory("Statistic " + std::to_string(c));
   std::vector<std::int32_t> index(4, 0);
   for (std::int32_t l = 0; l < 2; ++l) {
     for (std::int32_t r = 0; r < rows; ++r) {
-      if (l == 1 && r % 10 != 0) continue;
+      if (l == 1 && r % 10 != 0)
+        continue;
       for (std::int32_t c = 0; c < kColumns; ++c) {
         index = {l, r / kInner, r % kInner, c};
         table->SetNumber(index, r * 0.5 + c, 1);

@@ -16,7 +16,8 @@ std::int64_t OuterRows(const TableShape& shape) {
 
 // A deterministic value for a cell, 0.00 to 9999.99, different per cell.
 double Value(std::int64_t row, int column) {
-  std::uint64_t x = static_cast<std::uint64_t>(row) * 1000003u + static_cast<std::uint64_t>(column) * 7919u;
+  std::uint64_t x =
+      static_cast<std::uint64_t>(row) * 1000003u + static_cast<std::uint64_t>(column) * 7919u;
   x ^= x >> 13;
   x *= 0x9E3779B97F4A7C15ull;
   x ^= x >> 29;
@@ -76,7 +77,8 @@ void WriteDocument(const TableShape& shape, std::ostream& out) {
   if (shape.layers > 0) {
     out << '[';
     for (int layer = 0; layer < shape.layers; ++layer) {
-      if (layer) out << ",\n";
+      if (layer)
+        out << ",\n";
       WriteRows(shape, layer * shape.rows, out);
     }
     out << ']';
@@ -88,7 +90,8 @@ void WriteDocument(const TableShape& shape, std::ostream& out) {
 
 void WriteTsv(const TableShape& shape, std::ostream& out) {
   out << "Group\tItem";
-  for (int column = 0; column < shape.columns; ++column) out << "\tStatistic " << column + 1;
+  for (int column = 0; column < shape.columns; ++column)
+    out << "\tStatistic " << column + 1;
   out << '\n';
   for (std::int64_t outer = 0; outer < OuterRows(shape); ++outer) {
     for (std::int64_t inner = 0; inner < kInnerRows; ++inner) {

@@ -13,8 +13,10 @@ int main(int argc, char** argv) {
   }
   omtext::bench::TableShape shape;
   shape.rows = std::atoll(argv[1]);
-  if (argc > 3) shape.columns = std::atoi(argv[3]);
-  if (argc > 4) shape.layers = std::atoi(argv[4]);
+  if (argc > 3)
+    shape.columns = std::atoi(argv[3]);
+  if (argc > 4)
+    shape.layers = std::atoi(argv[4]);
   std::ios::sync_with_stdio(false);
   if (std::strcmp(argv[2], "json") == 0) {
     omtext::bench::WriteDocument(shape, std::cout);

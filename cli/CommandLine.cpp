@@ -13,7 +13,8 @@ std::int32_t ParseInt32(const std::string& option, const std::string& text) {
   const char* first = text.data();
   const char* last = text.data() + text.size();
   // from_chars takes no leading plus; accept one as the usual decimal habit.
-  if (first != last && *first == '+' && last - first > 1 && first[1] != '-') ++first;
+  if (first != last && *first == '+' && last - first > 1 && first[1] != '-')
+    ++first;
   const auto [end, error] = std::from_chars(first, last, value);
   if (text.empty() || error != std::errc() || end != last ||
       value < std::numeric_limits<std::int32_t>::min() ||
@@ -24,11 +25,13 @@ std::int32_t ParseInt32(const std::string& option, const std::string& text) {
 }
 
 OmEncoding ParseEncoding(const std::string& text) {
-  if (text == "utf-8") return OmEncoding::Utf8;
-  if (text == "single-byte") return OmEncoding::SingleByte;
-  if (text == "double-byte") return OmEncoding::DoubleByte;
-  throw UsageError("option --encoding needs utf-8, single-byte or double-byte, not '" + text +
-                   "'");
+  if (text == "utf-8")
+    return OmEncoding::Utf8;
+  if (text == "single-byte")
+    return OmEncoding::SingleByte;
+  if (text == "double-byte")
+    return OmEncoding::DoubleByte;
+  throw UsageError("option --encoding needs utf-8, single-byte or double-byte, not '" + text + "'");
 }
 
 struct OptionSpec {
@@ -42,8 +45,7 @@ const std::vector<OptionSpec>& Options() {
       {"--help", false, [](CommandLine& c, const std::string&) { c.help = true; }},
       {"--version", false, [](CommandLine& c, const std::string&) { c.version = true; }},
       {"--stats", false, [](CommandLine& c, const std::string&) { c.stats = true; }},
-      {"--tab-separated", false,
-       [](CommandLine& c, const std::string&) { c.tabSeparated = true; }},
+      {"--tab-separated", false, [](CommandLine& c, const std::string&) { c.tabSeparated = true; }},
       {"--width", true,
        [](CommandLine& c, const std::string& v) { c.width = ParseInt32("--width", v); }},
       {"--width-restriction", true,
@@ -51,25 +53,20 @@ const std::vector<OptionSpec>& Options() {
          c.widthRestriction = ParseInt32("--width-restriction", v);
        }},
       {"--page-length", true,
-       [](CommandLine& c, const std::string& v) {
-         c.pageLength = ParseInt32("--page-length", v);
-       }},
+       [](CommandLine& c, const std::string& v) { c.pageLength = ParseInt32("--page-length", v); }},
       {"--page-breaks", false, [](CommandLine& c, const std::string&) { c.pageBreaks = true; }},
       {"--column-separator", true,
        [](CommandLine& c, const std::string& v) { c.columnSeparator = v; }},
-      {"--row-separator", true,
-       [](CommandLine& c, const std::string& v) { c.rowSeparator = v; }},
+      {"--row-separator", true, [](CommandLine& c, const std::string& v) { c.rowSeparator = v; }},
       {"--show-empty", false, [](CommandLine& c, const std::string&) { c.showEmpty = true; }},
       {"--labels-in-heading", false,
        [](CommandLine& c, const std::string&) { c.labelsInHeading = true; }},
       {"--no-footnotes", false, [](CommandLine& c, const std::string&) { c.noFootnotes = true; }},
-      {"--current-layer", false,
-       [](CommandLine& c, const std::string&) { c.currentLayer = true; }},
+      {"--current-layer", false, [](CommandLine& c, const std::string&) { c.currentLayer = true; }},
       {"--show-notes", false, [](CommandLine& c, const std::string&) { c.showNotes = true; }},
       {"--numeric-footnotes", false,
        [](CommandLine& c, const std::string&) { c.numericFootnotes = true; }},
-      {"--selected-only", false,
-       [](CommandLine& c, const std::string&) { c.selectedOnly = true; }},
+      {"--selected-only", false, [](CommandLine& c, const std::string&) { c.selectedOnly = true; }},
       {"--encoding", true,
        [](CommandLine& c, const std::string& v) { c.encoding = ParseEncoding(v); }},
       {"--output", true, [](CommandLine& c, const std::string& v) { c.output = v; }},
@@ -79,7 +76,8 @@ const std::vector<OptionSpec>& Options() {
 }
 
 void SetInput(CommandLine& commandLine, bool& haveInput, const std::string& file) {
-  if (haveInput) throw UsageError("only one FILE may be given, not also '" + file + "'");
+  if (haveInput)
+    throw UsageError("only one FILE may be given, not also '" + file + "'");
   commandLine.input = file;
   haveInput = true;
 }
@@ -92,7 +90,8 @@ CommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::string& argument = arguments[i];
     if (argument == "--") {
-      for (++i; i < arguments.size(); ++i) SetInput(commandLine, haveInput, arguments[i]);
+      for (++i; i < arguments.size(); ++i)
+        SetInput(commandLine, haveInput, arguments[i]);
       break;
     }
     if (argument.size() < 2 || argument[0] != '-') {
@@ -111,7 +110,8 @@ CommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
       // The short forms -o FILE (or -oFILE) and -h.
       name = argument[1] == 'o' ? "--output" : "--help";
       if (argument.size() > 2) {
-        if (argument[1] == 'h') throw UsageError("unknown option '" + argument + "'");
+        if (argument[1] == 'h')
+          throw UsageError("unknown option '" + argument + "'");
         value = argument.substr(2);
       }
     } else {
@@ -119,11 +119,14 @@ CommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     }
     const OptionSpec* spec = nullptr;
     for (const OptionSpec& candidate : Options()) {
-      if (name == candidate.name) spec = &candidate;
+      if (name == candidate.name)
+        spec = &candidate;
     }
-    if (spec == nullptr) throw UsageError("unknown option '" + name + "'");
+    if (spec == nullptr)
+      throw UsageError("unknown option '" + name + "'");
     if (spec->takesValue && !value) {
-      if (i + 1 >= arguments.size()) throw UsageError("option " + name + " needs a value");
+      if (i + 1 >= arguments.size())
+        throw UsageError("option " + name + " needs a value");
       value = arguments[++i];
     } else if (!spec->takesValue && value) {
       throw UsageError("option " + name + " takes no value");

@@ -29,7 +29,8 @@ class FdStreamBuf : public std::streambuf {
 
  protected:
   int_type overflow(int_type ch) override {
-    if (!FlushBuffer()) return traits_type::eof();
+    if (!FlushBuffer())
+      return traits_type::eof();
     if (!traits_type::eq_int_type(ch, traits_type::eof())) {
       *pptr() = traits_type::to_char_type(ch);
       pbump(1);
@@ -44,7 +45,8 @@ class FdStreamBuf : public std::streambuf {
       pbump(static_cast<int>(count));
       return count;
     }
-    if (!FlushBuffer()) return 0;
+    if (!FlushBuffer())
+      return 0;
     if (count >= static_cast<std::streamsize>(mBuffer.size())) {
       return WriteAll(text, static_cast<std::size_t>(count)) ? count : 0;
     }
@@ -63,11 +65,13 @@ class FdStreamBuf : public std::streambuf {
   }
 
   bool WriteAll(const char* text, std::size_t count) {
-    if (mError != 0) return false;
+    if (mError != 0)
+      return false;
     while (count > 0) {
       const ssize_t written = ::write(mFd, text, count);
       if (written < 0) {
-        if (errno == EINTR) continue;
+        if (errno == EINTR)
+          continue;
         mError = errno;
         return false;
       }
@@ -118,7 +122,8 @@ OutputFile::OutputFile(const std::string& path) {
     if (!S_ISREG(info.st_mode)) {
       // Devices, pipes and the like cannot be replaced; write to them.
       const int fd = ::open(target.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
-      if (fd < 0) ThrowSystem(path);
+      if (fd < 0)
+        ThrowSystem(path);
       mData = std::make_unique<Data>(fd);
       mData->ownsFd = true;
       mData->path = target;
@@ -129,7 +134,8 @@ OutputFile::OutputFile(const std::string& path) {
   const std::string directory = slash == std::string::npos ? "" : target.substr(0, slash + 1);
   std::string temporary = directory + ".omtext-XXXXXX";
   const int fd = ::mkstemp(temporary.data());
-  if (fd < 0) ThrowSystem(path);
+  if (fd < 0)
+    ThrowSystem(path);
   mode_t mode = 0;
   if (::stat(target.c_str(), &info) == 0) {
     mode = info.st_mode & 07777;
@@ -146,11 +152,15 @@ OutputFile::OutputFile(const std::string& path) {
 }
 
 OutputFile::~OutputFile() {
-  if (mData->ownsFd && mData->fd >= 0) ::close(mData->fd);
-  if (!mData->committed && !mData->temporary.empty()) ::unlink(mData->temporary.c_str());
+  if (mData->ownsFd && mData->fd >= 0)
+    ::close(mData->fd);
+  if (!mData->committed && !mData->temporary.empty())
+    ::unlink(mData->temporary.c_str());
 }
 
-std::ostream& OutputFile::Stream() { return mData->stream; }
+std::ostream& OutputFile::Stream() {
+  return mData->stream;
+}
 
 void OutputFile::Commit() {
   if (!mData->buffer.Flush()) {
@@ -160,10 +170,10 @@ void OutputFile::Commit() {
   if (mData->ownsFd) {
     const int fd = mData->fd;
     mData->fd = -1;
-    if (::close(fd) != 0) ThrowSystem("write error");
+    if (::close(fd) != 0)
+      ThrowSystem("write error");
   }
-  if (!mData->temporary.empty() &&
-      ::rename(mData->temporary.c_str(), mData->path.c_str()) != 0) {
+  if (!mData->temporary.empty() && ::rename(mData->temporary.c_str(), mData->path.c_str()) != 0) {
     ThrowSystem(mData->path);
   }
   mData->committed = true;

@@ -5,10 +5,10 @@
 #include <new>
 
 #include "export/OmTextExportOptions.h"
+#include "host/output/OmOutputTree.h"
 #include "host/table/OmDisplayColumnHeading.h"
 #include "host/table/OmDisplayLayerHeading.h"
 #include "host/table/OmDisplayRowHeading.h"
-#include "host/output/OmOutputTree.h"
 #include "host/table/OmPivotTable.h"
 
 namespace omtext::cli {
@@ -18,7 +18,8 @@ namespace {
 constexpr std::int64_t kHuge = std::int64_t{1} << 62;
 
 std::int64_t SaturatingMultiply(std::int64_t a, std::int64_t b) {
-  if (a == 0 || b == 0) return 0;
+  if (a == 0 || b == 0)
+    return 0;
   return a > kHuge / b ? kHuge : a * b;
 }
 
@@ -31,21 +32,25 @@ AxisBound Bound(const OmPivotTable& table, OmAxis axis) {
   AxisBound bound;
   for (std::int32_t d = 0; d < table.NDimensions(); ++d) {
     const OmDimension& dimension = table.Dimension(d);
-    if (dimension.Axis() != axis) continue;
+    if (dimension.Axis() != axis)
+      continue;
     bound.combinations = SaturatingMultiply(bound.combinations, dimension.NLeaves());
     bound.levels += 1 + dimension.Depth();
   }
   return bound;
 }
 
-std::string Describe(std::int64_t index) { return "pivot table " + std::to_string(index); }
+std::string Describe(std::int64_t index) {
+  return "pivot table " + std::to_string(index);
+}
 
 std::string Count(std::int64_t n) {
   return n >= kHuge ? std::string("more than 2^62") : std::to_string(n);
 }
 
 std::string GridMessage(std::int64_t table, std::int64_t positions) {
-  return Describe(table) + " would lay out " + Count(positions) + " grid positions in one layer; the limit is " + std::to_string(kMaxGridPositions);
+  return Describe(table) + " would lay out " + Count(positions) +
+         " grid positions in one layer; the limit is " + std::to_string(kMaxGridPositions);
 }
 
 // Builds each layer's headings and checks its grid.
@@ -65,15 +70,15 @@ std::optional<std::string> CheckLayers(OmPivotTable& table, const OmTextExportOp
                     std::int64_t{columns.NColumns()} * (columns.NRows() + 1)
               : SaturatingMultiply(std::int64_t{columns.NRows()} + rows.NRows() + 1,
                                    std::int64_t{rows.NColumns()} + columns.NColumns() + 1);
-      if (positions > kMaxGridPositions) return GridMessage(index, positions);
+      if (positions > kMaxGridPositions)
+        return GridMessage(index, positions);
       more = layers.NextLayer();
     }
   } catch (const std::bad_alloc&) {
     return Describe(index) + " has up to " + Count(rowBound.combinations) +
            (rowBound.combinations == 1 ? " row and " : " rows and ") +
            Count(columnBound.combinations) +
-           (columnBound.combinations == 1 ? " column" : " columns") +
-           ", more than can be laid out";
+           (columnBound.combinations == 1 ? " column" : " columns") + ", more than can be laid out";
   }
   return std::nullopt;
 }
@@ -85,7 +90,8 @@ std::optional<std::string> CheckRenderLimits(OmOutputTree& tree,
   std::int64_t index = 0;
   for (auto node = tree.Begin(); node != tree.End(); ++node) {
     auto* table = dynamic_cast<OmPivotTable*>(node.Value());
-    if (table == nullptr) continue;
+    if (table == nullptr)
+      continue;
     ++index;
     const AxisBound layers = Bound(*table, OmAxis::Layer);
     if (options.ExportAllLayers() && layers.combinations > kMaxLayers) {
@@ -108,8 +114,10 @@ std::optional<std::string> CheckRenderLimits(OmOutputTree& tree,
                                   SaturatingMultiply(columns.combinations, columns.levels + 1))
             : SaturatingMultiply(columns.levels + rows.combinations + 1,
                                  rows.levels + columns.combinations + 1);
-    if (bound <= kMaxGridPositions) continue;
-    if (auto problem = CheckLayers(*table, options, index, rows, columns)) return problem;
+    if (bound <= kMaxGridPositions)
+      continue;
+    if (auto problem = CheckLayers(*table, options, index, rows, columns))
+      return problem;
   }
   return std::nullopt;
 }

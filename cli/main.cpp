@@ -1,14 +1,14 @@
 // The omtext command: loads an output document and writes it as plain text.
 // Exit status 0 on success, 1 for a bad document or a failed read or write,
 // 2 for a usage error.
+#include <sys/stat.h>
+#include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <fstream>
 #include <iostream>
 #include <system_error>
-#include <chrono>
-#include <cerrno>
-#include <sys/stat.h>
 
 #include "cli/CommandLine.h"
 #include "cli/Deliver.h"
@@ -18,8 +18,8 @@
 #include "export/OmTextExport.h"
 #include "export/OmTextExportOptions.h"
 #include "host/platform/BpError.h"
-#include "loader/OmDocumentLoader.h"
 #include "host/platform/OmPlatform.h"
+#include "loader/OmDocumentLoader.h"
 
 namespace {
 
@@ -38,12 +38,16 @@ double SecondsSince(std::chrono::steady_clock::time_point start) {
 
 void SetOptions(const CommandLine& commandLine, OmTextExportOptions& options) {
   options.TabSeparated(commandLine.tabSeparated);
-  if (commandLine.width) options.MaxLineWidth(*commandLine.width);
-  if (commandLine.widthRestriction) options.WidthRestriction(*commandLine.widthRestriction);
+  if (commandLine.width)
+    options.MaxLineWidth(*commandLine.width);
+  if (commandLine.widthRestriction)
+    options.WidthRestriction(*commandLine.widthRestriction);
   options.NumLinesPerPage(commandLine.pageLength.value_or(2147483647));
   options.InsertPageBreak(commandLine.pageBreaks);
-  if (commandLine.columnSeparator) options.ColumnSeparator(*commandLine.columnSeparator);
-  if (commandLine.rowSeparator) options.RowSeparator(*commandLine.rowSeparator);
+  if (commandLine.columnSeparator)
+    options.ColumnSeparator(*commandLine.columnSeparator);
+  if (commandLine.rowSeparator)
+    options.RowSeparator(*commandLine.rowSeparator);
   options.HideEmptyRowsAndColumns(!commandLine.showEmpty);
   options.RowDimensionLabelsInCorner(!commandLine.labelsInHeading);
   options.KeepFootNotesAndCaption(!commandLine.noFootnotes);
@@ -55,13 +59,15 @@ void SetOptions(const CommandLine& commandLine, OmTextExportOptions& options) {
 
 // Loads the document named on the command line; "-" is standard input.
 OmOutputTree LoadInput(const std::string& input) {
-  if (input == "-") return OmDocumentLoader::Load(std::cin);
+  if (input == "-")
+    return OmDocumentLoader::Load(std::cin);
   struct stat info {};
   if (::stat(input.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
     throw std::system_error(EISDIR, std::generic_category());
   }
   std::ifstream file(input, std::ios::binary);
-  if (!file) throw std::system_error(errno, std::generic_category());
+  if (!file)
+    throw std::system_error(errno, std::generic_category());
   return OmDocumentLoader::Load(file);
 }
 
@@ -70,8 +76,10 @@ OmOutputTree LoadInput(const std::string& input) {
 // title and anything else as a finished procedure. File problems reach the
 // error handler, which prints them and makes the status 1.
 int RunDestination(const CommandLine& commandLine, OmOutputTree& tree) {
-  if (commandLine.pageLength) OmSetPageLength(*commandLine.pageLength);
-  if (commandLine.width) OmSetLineWidth(*commandLine.width);
+  if (commandLine.pageLength)
+    OmSetPageLength(*commandLine.pageLength);
+  if (commandLine.width)
+    OmSetLineWidth(*commandLine.width);
   const std::string& spec = *commandLine.destination;
   bool fileProblem = false;
   const BpErrorHandlerScope handler(
@@ -92,7 +100,8 @@ int RunDestination(const CommandLine& commandLine, OmOutputTree& tree) {
       return Fail(spec + ": cannot open" +
                   (error != 0 ? ": " + std::string(std::strerror(error)) : ""));
     }
-    if (fileProblem) return 1;
+    if (fileProblem)
+      return 1;
     omtext::cli::DeliverDocument(tree, destination);
     destination.Close();
   } catch (const std::ios_base::failure&) {
@@ -137,7 +146,8 @@ int Run(const CommandLine& commandLine) {
     }
   }
 
-  if (commandLine.destination) return RunDestination(commandLine, tree);
+  if (commandLine.destination)
+    return RunDestination(commandLine, tree);
 
   const auto renderStart = std::chrono::steady_clock::now();
   std::unique_ptr<omtext::cli::OutputFile> output;

@@ -7,12 +7,12 @@
 
 #include "export/OmTextExport.h"
 #include "export/OmTextExportOptions.h"
+#include "host/output/OmOutputTree.h"
 #include "host/platform/BpComposite.h"
 #include "host/platform/BpError.h"
 #include "host/platform/BpString.h"
 #include "host/platform/CheckFileRef.h"
 #include "host/platform/ExtNameStr.h"
-#include "host/output/OmOutputTree.h"
 #include "host/platform/OmPlatform.h"
 #include "host/platform/ValidateFileSpecification.h"
 

@@ -26,16 +26,17 @@ OmTextExport::OmTextExport(const OmTextExportOptions& options, std::ostream& str
 OmTextExport::~OmTextExport() = default;
 
 void OmTextExport::Export(OmOutputTree& tree) {
-  if (tree.Empty()) return;
+  if (tree.Empty())
+    return;
   const ListTree<OmOutputPart*>::Node first = tree.Begin();
   Export(first, tree.SubtreeEnd(first));
 }
 
-void OmTextExport::Export(ListTree<OmOutputPart*>::Node first,
-                          ListTree<OmOutputPart*>::Node last) {
+void OmTextExport::Export(ListTree<OmOutputPart*>::Node first, ListTree<OmOutputPart*>::Node last) {
   for (ListTree<OmOutputPart*>::Node node = first; node != last; ++node) {
     OmOutputPart* part = node.Value();
-    if (part == nullptr || !(part->selected || mData->options.ShowUnselected())) continue;
+    if (part == nullptr || !(part->selected || mData->options.ShowUnselected()))
+      continue;
     try {
       part->Accept(mData->visitor);
     } catch (const std::bad_alloc&) {

@@ -6,10 +6,10 @@
 #include <ostream>
 
 #include "export/OmTextExportOptions.h"
-#include "host/table/OmDisplayLayerHeading.h"
 #include "host/output/OmHeading.h"
-#include "host/table/OmPivotTable.h"
 #include "host/output/OmTextBlock.h"
+#include "host/table/OmDisplayLayerHeading.h"
+#include "host/table/OmPivotTable.h"
 #include "pivot/OmPivotTableTxtExport.h"
 
 struct OmTextExportTreeVisitor::Data {
@@ -23,7 +23,8 @@ struct OmTextExportTreeVisitor::Data {
   // Counts one printed line. The count saturates instead of overflowing on
   // an absurdly long page; it is only ever compared with the page length.
   void CountLine() {
-    if (linesOnPage < std::numeric_limits<std::int32_t>::max()) ++linesOnPage;
+    if (linesOnPage < std::numeric_limits<std::int32_t>::max())
+      ++linesOnPage;
   }
 };
 
@@ -101,16 +102,19 @@ void OmTextExportTreeVisitor::Visit(OmPivotTable& table) {
 }
 
 void OmTextExportTreeVisitor::Visit(OmProcedure& procedure) {
-  if (mData->options.InsertPageBreak()) PrintPageBreak();
+  if (mData->options.InsertPageBreak())
+    PrintPageBreak();
   Visit(static_cast<OmHeading&>(procedure));
 }
 
 void OmTextExportTreeVisitor::Visit(OmHeading& heading) {
-  if (heading.selected) PrintString(heading.Text().GetText());
+  if (heading.selected)
+    PrintString(heading.Text().GetText());
 }
 
 void OmTextExportTreeVisitor::Visit(OmTextBlock& block) {
-  for (const std::string& line : block.Lines()) PrintText(line);
+  for (const std::string& line : block.Lines())
+    PrintText(line);
 }
 
 void OmTextExportTreeVisitor::Visit(OmChart&) {}
@@ -132,7 +136,8 @@ void OmTextExportTreeVisitor::PrintString(std::string line) {
   line.push_back('\n');
   mData->stream.write(line.data(), static_cast<std::streamsize>(line.size()));
   mData->CountLine();
-  if (mData->linesOnPage >= mData->options.NumLinesPerPage()) PrintPageBreak();
+  if (mData->linesOnPage >= mData->options.NumLinesPerPage())
+    PrintPageBreak();
 }
 
 void OmTextExportTreeVisitor::PrintText(std::string line) {
@@ -158,4 +163,6 @@ void OmTextExportTreeVisitor::PrintText(std::string line) {
   mData->CountLine();
 }
 
-std::int32_t OmTextExportTreeVisitor::LinesOnPage() const { return mData->linesOnPage; }
+std::int32_t OmTextExportTreeVisitor::LinesOnPage() const {
+  return mData->linesOnPage;
+}

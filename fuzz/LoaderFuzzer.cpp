@@ -9,8 +9,8 @@
 #include <sstream>
 #include <string>
 
-#include "loader/OmDocumentLoader.h"
 #include "host/output/OmOutputTree.h"
+#include "loader/OmDocumentLoader.h"
 
 namespace {
 

@@ -35,10 +35,10 @@
 #include "export/OmTextExportOptions.h"
 #include "fuzz/FuzzInput.h"
 #include "host/output/OmCellText.h"
-#include "loader/OmDocumentLoader.h"
 #include "host/output/OmHeading.h"
-#include "host/table/OmPivotTable.h"
 #include "host/platform/OmPlatform.h"
+#include "host/table/OmPivotTable.h"
+#include "loader/OmDocumentLoader.h"
 
 namespace {
 

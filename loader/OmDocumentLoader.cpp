@@ -14,14 +14,13 @@
 #include <optional>
 #include <utility>
 
-#include "loader/OmDocumentLoaderPrivate.h"
 #include "host/output/OmHeading.h"
 #include "host/output/OmPageTitle.h"
 #include "host/output/OmTextBlock.h"
 #include "host/output/OmTitledPart.h"
+#include "loader/OmDocumentLoaderPrivate.h"
 
-OmDocumentError::OmDocumentError(std::int64_t line, std::int64_t column,
-                                 const std::string& message)
+OmDocumentError::OmDocumentError(std::int64_t line, std::int64_t column, const std::string& message)
     : std::runtime_error(std::to_string(line) + ":" + std::to_string(column) + ": " + message),
       mLine(line),
       mColumn(column),
@@ -39,7 +38,8 @@ std::string Quote(std::string_view text) {
   // as escapes: a message is one line of valid UTF-8 whatever the key held.
   std::size_t cut = std::min(text.size(), kLongest);
   if (cut < text.size()) {
-    while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) --cut;
+    while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80)
+      --cut;
   }
   std::string quoted = "\"";
   for (const char c : text.substr(0, cut)) {
@@ -59,7 +59,8 @@ std::string Quote(std::string_view text) {
       quoted.push_back(kHex[byte & 15]);
     }
   }
-  if (cut < text.size()) quoted.append("...");
+  if (cut < text.size())
+    quoted.append("...");
   quoted.push_back('"');
   return quoted;
 }
@@ -68,13 +69,27 @@ void Frame::Mismatch(Position at, std::string_view found) const {
   Fail(at, "expected " + Expected() + ", found " + std::string(found));
 }
 
-void Frame::OnKey(std::string_view, Position at) { Mismatch(at, "a key"); }
-Frame* Frame::OnObject(Position at) { Mismatch(at, "an object"); }
-Frame* Frame::OnArray(Position at) { Mismatch(at, "a list"); }
-void Frame::OnString(std::string_view, Position at) { Mismatch(at, "a string"); }
-void Frame::OnNumber(std::string_view, Position at) { Mismatch(at, "a number"); }
-void Frame::OnBool(bool, Position at) { Mismatch(at, "a boolean"); }
-void Frame::OnNull(Position at) { Mismatch(at, "null"); }
+void Frame::OnKey(std::string_view, Position at) {
+  Mismatch(at, "a key");
+}
+Frame* Frame::OnObject(Position at) {
+  Mismatch(at, "an object");
+}
+Frame* Frame::OnArray(Position at) {
+  Mismatch(at, "a list");
+}
+void Frame::OnString(std::string_view, Position at) {
+  Mismatch(at, "a string");
+}
+void Frame::OnNumber(std::string_view, Position at) {
+  Mismatch(at, "a number");
+}
+void Frame::OnBool(bool, Position at) {
+  Mismatch(at, "a boolean");
+}
+void Frame::OnNull(Position at) {
+  Mismatch(at, "null");
+}
 
 void EventLog::Replay(Frame& target) const {
   Dispatcher dispatcher(target);
@@ -112,7 +127,8 @@ RecorderFrame::~RecorderFrame() {
   // Each level of a nested value has its own frame, owned by the level
   // above; unlinking them one by one keeps the stack flat.
   std::unique_ptr<RecorderFrame> next = std::move(mChild);
-  while (next) next = std::move(next->mChild);
+  while (next)
+    next = std::move(next->mChild);
 }
 
 void RecorderFrame::OnKey(std::string_view key, Position at) {
@@ -120,12 +136,14 @@ void RecorderFrame::OnKey(std::string_view key, Position at) {
 }
 Frame* RecorderFrame::OnObject(Position at) {
   mLog.Add(EventLog::Type::StartObject, at);
-  if (!mChild) mChild = std::make_unique<RecorderFrame>(at, mLog);
+  if (!mChild)
+    mChild = std::make_unique<RecorderFrame>(at, mLog);
   return mChild.get();
 }
 Frame* RecorderFrame::OnArray(Position at) {
   mLog.Add(EventLog::Type::StartArray, at);
-  if (!mChild) mChild = std::make_unique<RecorderFrame>(at, mLog);
+  if (!mChild)
+    mChild = std::make_unique<RecorderFrame>(at, mLog);
   return mChild.get();
 }
 void RecorderFrame::OnString(std::string_view text, Position at) {
@@ -137,8 +155,12 @@ void RecorderFrame::OnNumber(std::string_view raw, Position at) {
 void RecorderFrame::OnBool(bool value, Position at) {
   mLog.Add(EventLog::Type::Bool, at, {}, value);
 }
-void RecorderFrame::OnNull(Position at) { mLog.Add(EventLog::Type::Null, at); }
-void RecorderFrame::OnEnd(Position at) { mLog.Add(EventLog::Type::End, at); }
+void RecorderFrame::OnNull(Position at) {
+  mLog.Add(EventLog::Type::Null, at);
+}
+void RecorderFrame::OnEnd(Position at) {
+  mLog.Add(EventLog::Type::End, at);
+}
 
 std::int64_t ParseInteger(std::string_view raw, Position at, std::int64_t low, std::int64_t high,
                           std::string_view what) {
@@ -160,9 +182,10 @@ double ParseDouble(std::string_view raw, Position at) {
   if (error == std::errc::result_out_of_range) {
     // Underflow to zero is harmless; overflow has no finite value to show.
     const std::size_t exponent = raw.find_first_of("eE");
-    const bool tiny = exponent != std::string_view::npos && exponent + 1 < raw.size() &&
-                      raw[exponent + 1] == '-';
-    if (tiny) return raw.front() == '-' ? -0.0 : 0.0;
+    const bool tiny =
+        exponent != std::string_view::npos && exponent + 1 < raw.size() && raw[exponent + 1] == '-';
+    if (tiny)
+      return raw.front() == '-' ? -0.0 : 0.0;
     Fail(at, "the number " + std::string(raw.substr(0, 40)) + " is too large");
   }
   if (error != std::errc() || end != raw.data() + raw.size()) {
@@ -172,7 +195,8 @@ double ParseDouble(std::string_view raw, Position at) {
 }
 
 void KeySet::Mark(int k, std::string_view key, Position at) {
-  if (Has(k)) Fail(at, "repeated key " + Quote(key));
+  if (Has(k))
+    Fail(at, "repeated key " + Quote(key));
   mBits |= 1U << k;
 }
 
@@ -200,19 +224,19 @@ class TrackingStream {
 
   Ch Take() {
     const Ch c = *mCurrent;
-    if (mCurrent == mLast) return c;
+    if (mCurrent == mLast)
+      return c;
     ++mCurrent;
     if (c == '\n') {
       ++mLine;
       mLineStart = Tell();
     }
-    if (mCurrent == mLast) Refill();
+    if (mCurrent == mLast)
+      Refill();
     return c;
   }
 
-  std::size_t Tell() const {
-    return mBase + static_cast<std::size_t>(mCurrent - mBuffer.data());
-  }
+  std::size_t Tell() const { return mBase + static_cast<std::size_t>(mCurrent - mBuffer.data()); }
 
   // The writing half of the stream concept; the reader never writes to a
   // stream it only parses from.
@@ -235,7 +259,8 @@ class TrackingStream {
   // The position of an offset on the current line (the reader reports its
   // errors at or just before where it stopped, never across a line feed).
   Position At(std::size_t offset) const {
-    if (offset < mLineStart) return Position{mLine, 1};
+    if (offset < mLineStart)
+      return Position{mLine, 1};
     return Position{mLine, static_cast<std::int64_t>(offset - mLineStart) + 1};
   }
   // Whether the input stopped at a NUL byte before its true end.
@@ -245,12 +270,15 @@ class TrackingStream {
   static constexpr std::size_t kChunk = 1 << 16;
 
   void Refill() {
-    if (mEnd) return;
+    if (mEnd)
+      return;
     mBase += static_cast<std::size_t>(mLast - mBuffer.data());
     mIn.read(mBuffer.data(), static_cast<std::streamsize>(kChunk));
-    if (mIn.bad()) throw std::runtime_error("read error");
+    if (mIn.bad())
+      throw std::runtime_error("read error");
     std::size_t count = static_cast<std::size_t>(mIn.gcount());
-    if (count < kChunk) mEnd = true;
+    if (count < kChunk)
+      mEnd = true;
     // The reader takes a NUL byte for the end of the text; stop there and
     // report it rather than let it cut a document short unnoticed.
     if (const void* nul = std::memchr(mBuffer.data(), '\0', count)) {
@@ -277,7 +305,9 @@ class TrackingStream {
 
 // Found by argument-dependent lookup, in preference to the reader's own
 // template, which would go through Peek and Take a byte at a time.
-void SkipWhitespace(TrackingStream& stream) { stream.SkipWhitespace(); }
+void SkipWhitespace(TrackingStream& stream) {
+  stream.SkipWhitespace();
+}
 
 // A decoded string holds invalid UTF-8 only where an escape named a lone
 // low surrogate (the reader checks raw bytes and surrogate pairs itself).
@@ -389,7 +419,9 @@ constexpr std::array<KindName, 9> kKindNames{{{"procedure", PartKind::kProcedure
                                               {"interactive", PartKind::kInteractive},
                                               {"pivot-table", PartKind::kPivotTable}}};
 
-std::string KindLabel(std::string_view name) { return "a " + Quote(name) + " part"; }
+std::string KindLabel(std::string_view name) {
+  return "a " + Quote(name) + " part";
+}
 
 // The body of every part but a pivot table: a text, lines, a title and
 // subtitle as its kind allows.
@@ -401,7 +433,8 @@ class SimplePartBody : public PartBody {
   void OnKey(std::string_view key, Position at) override {
     mKey = -1;
     for (int k = 0; k < kKeyCount; ++k) {
-      if (kKeyNames[static_cast<std::size_t>(k)] == key) mKey = k;
+      if (kKeyNames[static_cast<std::size_t>(k)] == key)
+        mKey = k;
     }
     if (mKey < 0 || !Allows(mKey)) {
       Fail(at, "key " + Quote(key) + " is not allowed in " + KindLabel(mKindName));
@@ -410,13 +443,15 @@ class SimplePartBody : public PartBody {
   }
 
   Frame* OnArray(Position at) override {
-    if (mKey != kLines) Mismatch(at, "a list");
+    if (mKey != kLines)
+      Mismatch(at, "a list");
     mLinesFrame = std::make_unique<StringListFrame>(at, mLines, "\"lines\"");
     return mLinesFrame.get();
   }
 
   void OnString(std::string_view text, Position at) override {
-    if (mKey == kLines) Mismatch(at, "a string");
+    if (mKey == kLines)
+      Mismatch(at, "a string");
     mStrings[static_cast<std::size_t>(mKey)] = std::string(text);
   }
 
@@ -448,7 +483,8 @@ class SimplePartBody : public PartBody {
 
  protected:
   std::string Expected() const override {
-    if (mKey == kLines) return "a list of strings for \"lines\"";
+    if (mKey == kLines)
+      return "a list of strings for \"lines\"";
     return "a string for " + Quote(kKeyNames[static_cast<std::size_t>(mKey)]);
   }
 
@@ -523,23 +559,30 @@ class PartFrame : public Frame {
   }
 
   Frame* OnObject(Position at) override {
-    if (mSlot == Slot::kBody) return mBody->OnObject(at);
-    if (mSlot == Slot::kRecord) return Record(EventLog::Type::StartObject, at);
+    if (mSlot == Slot::kBody)
+      return mBody->OnObject(at);
+    if (mSlot == Slot::kRecord)
+      return Record(EventLog::Type::StartObject, at);
     Mismatch(at, "an object");
   }
 
   Frame* OnArray(Position at) override;
 
   void OnString(std::string_view text, Position at) override {
-    if (mSlot == Slot::kType) return SetKind(text, at);
-    if (mSlot == Slot::kBody) return mBody->OnString(text, at);
-    if (mSlot == Slot::kRecord) return mLog.Add(EventLog::Type::String, at, text);
+    if (mSlot == Slot::kType)
+      return SetKind(text, at);
+    if (mSlot == Slot::kBody)
+      return mBody->OnString(text, at);
+    if (mSlot == Slot::kRecord)
+      return mLog.Add(EventLog::Type::String, at, text);
     Mismatch(at, "a string");
   }
 
   void OnNumber(std::string_view raw, Position at) override {
-    if (mSlot == Slot::kBody) return mBody->OnNumber(raw, at);
-    if (mSlot == Slot::kRecord) return mLog.Add(EventLog::Type::Number, at, raw);
+    if (mSlot == Slot::kBody)
+      return mBody->OnNumber(raw, at);
+    if (mSlot == Slot::kRecord)
+      return mLog.Add(EventLog::Type::Number, at, raw);
     Mismatch(at, "a number");
   }
 
@@ -548,14 +591,18 @@ class PartFrame : public Frame {
       mSelected = value;
       return;
     }
-    if (mSlot == Slot::kBody) return mBody->OnBool(value, at);
-    if (mSlot == Slot::kRecord) return mLog.Add(EventLog::Type::Bool, at, {}, value);
+    if (mSlot == Slot::kBody)
+      return mBody->OnBool(value, at);
+    if (mSlot == Slot::kRecord)
+      return mLog.Add(EventLog::Type::Bool, at, {}, value);
     Mismatch(at, "a boolean");
   }
 
   void OnNull(Position at) override {
-    if (mSlot == Slot::kBody) return mBody->OnNull(at);
-    if (mSlot == Slot::kRecord) return mLog.Add(EventLog::Type::Null, at);
+    if (mSlot == Slot::kBody)
+      return mBody->OnNull(at);
+    if (mSlot == Slot::kRecord)
+      return mLog.Add(EventLog::Type::Null, at);
     Mismatch(at, "null");
   }
 
@@ -581,16 +628,19 @@ class PartFrame : public Frame {
 
   Frame* Record(EventLog::Type type, Position at) {
     mLog.Add(type, at);
-    if (!mRecorder) mRecorder = std::make_unique<RecorderFrame>(at, mLog);
+    if (!mRecorder)
+      mRecorder = std::make_unique<RecorderFrame>(at, mLog);
     return mRecorder.get();
   }
 
   void SetKind(std::string_view name, Position at) {
     const KindName* found = nullptr;
     for (const KindName& entry : kKindNames) {
-      if (entry.name == name) found = &entry;
+      if (entry.name == name)
+        found = &entry;
     }
-    if (found == nullptr) Fail(at, "unknown part type " + Quote(name));
+    if (found == nullptr)
+      Fail(at, "unknown part type " + Quote(name));
     if (found->kind == PartKind::kPivotTable) {
       mBody = MakePivotTableBody(Start());
     } else {
@@ -652,13 +702,16 @@ Frame* PartFrame::OnArray(Position at) {
     mChildList = std::make_unique<PartListFrame>(at, mChildren, mDepth + 1);
     return mChildList.get();
   }
-  if (mSlot == Slot::kBody) return mBody->OnArray(at);
-  if (mSlot == Slot::kRecord) return Record(EventLog::Type::StartArray, at);
+  if (mSlot == Slot::kBody)
+    return mBody->OnArray(at);
+  if (mSlot == Slot::kRecord)
+    return Record(EventLog::Type::StartArray, at);
   Mismatch(at, "a list");
 }
 
 void PartFrame::OnEnd(Position at) {
-  if (!mBody) Fail(Start(), "missing key \"type\" in a part");
+  if (!mBody)
+    Fail(Start(), "missing key \"type\" in a part");
   mBody->OnEnd(at);
   std::unique_ptr<OmOutputPart> part = mBody->MakePart();
   part->selected = mSelected;
@@ -671,7 +724,8 @@ class DocumentFrame : public Frame {
   DocumentFrame(Position start, OmOutputTree& result) : Frame(start), mResult(result) {}
 
   void OnKey(std::string_view key, Position at) override {
-    if (key != "output") Fail(at, "unknown key " + Quote(key) + " in the document");
+    if (key != "output")
+      Fail(at, "unknown key " + Quote(key) + " in the document");
     mKeys.Mark(0, key, at);
   }
   Frame* OnArray(Position at) override {
@@ -679,7 +733,8 @@ class DocumentFrame : public Frame {
     return mList.get();
   }
   void OnEnd(Position) override {
-    if (!mKeys.Has(0)) Fail(Start(), "missing key \"output\" in the document");
+    if (!mKeys.Has(0))
+      Fail(Start(), "missing key \"output\" in the document");
   }
 
  protected:
@@ -711,7 +766,8 @@ class RootFrame : public Frame {
 
 std::string ReaderMessage(rapidjson::ParseErrorCode code) {
   std::string message = rapidjson::GetParseError_En(code);
-  if (!message.empty() && message.back() == '.') message.pop_back();
+  if (!message.empty() && message.back() == '.')
+    message.pop_back();
   if (!message.empty() && message[0] >= 'A' && message[0] <= 'Z') {
     message[0] = static_cast<char>(message[0] - 'A' + 'a');
   }
@@ -732,7 +788,8 @@ OmOutputTree OmDocumentLoader::Load(std::istream& in) {
                               rapidjson::kParseValidateEncodingFlag |
                               rapidjson::kParseNumbersAsStringsFlag;
   const rapidjson::ParseResult parsed = reader.Parse<kFlags>(stream, handler);
-  if (stream.StoppedAtNul()) Fail(stream.Here(), "the document holds a NUL byte");
+  if (stream.StoppedAtNul())
+    Fail(stream.Here(), "the document holds a NUL byte");
   if (parsed.IsError()) {
     // The reader calls a raw control character in a string an invalid
     // escape; it stops in front of that character, behind a true escape.

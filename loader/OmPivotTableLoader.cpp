@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "host/output/OmCellText.h"
-#include "loader/OmDocumentLoaderPrivate.h"
-#include "host/table/OmPivotTable.h"
 #include "host/output/OmText.h"
+#include "host/table/OmPivotTable.h"
+#include "loader/OmDocumentLoaderPrivate.h"
 
 namespace omtext::loader {
 namespace {
@@ -75,8 +75,10 @@ struct ParsedCell {
 };
 
 void AddExtras(OmCellText& cell, ParsedCell& parsed) {
-  for (std::int16_t number : parsed.footnotes) cell.AddFootnote(number);
-  for (std::string& marker : parsed.markers) cell.AddMarker(std::move(marker));
+  for (std::int16_t number : parsed.footnotes)
+    cell.AddFootnote(number);
+  for (std::string& marker : parsed.markers)
+    cell.AddMarker(std::move(marker));
 }
 
 std::unique_ptr<OmCellText> MakeCell(ParsedCell& parsed) {
@@ -124,7 +126,8 @@ class FootnoteListFrame : public Frame {
 // ...}, with "footnotes" and "markers".
 class CellFrame : public Frame {
  public:
-  CellFrame() : Frame(Position{}), mFootnotes(mCell), mMarkers(Position{}, mCell.markers, "\"markers\"") {}
+  CellFrame()
+      : Frame(Position{}), mFootnotes(mCell), mMarkers(Position{}, mCell.markers, "\"markers\"") {}
 
   void Reopen(Position start, CellSink& sink) {
     Restart(start);
@@ -136,14 +139,17 @@ class CellFrame : public Frame {
   void OnKey(std::string_view key, Position at) override {
     mKey = -1;
     for (int k = 0; k < kKeyCount; ++k) {
-      if (kKeyNames[static_cast<std::size_t>(k)] == key) mKey = k;
+      if (kKeyNames[static_cast<std::size_t>(k)] == key)
+        mKey = k;
     }
-    if (mKey < 0) Fail(at, "unknown key " + Quote(key) + " in a cell");
+    if (mKey < 0)
+      Fail(at, "unknown key " + Quote(key) + " in a cell");
     mKeys.Mark(mKey, key, at);
     mKeyAt[static_cast<std::size_t>(mKey)] = at;
   }
   void OnString(std::string_view text, Position at) override {
-    if (mKey != kText) Mismatch(at, "a string");
+    if (mKey != kText)
+      Mismatch(at, "a string");
     CheckCellText(text, at);
     mCell.text.assign(text.data(), text.size());
   }
@@ -283,17 +289,14 @@ class CategoryListFrame : public Frame {
   std::int32_t Count() const { return mCount; }
 
   Frame* OnObject(Position at) override {
-    if (!mObject) mObject = std::make_unique<CategoryObjectFrame>(mEntries, mBody, mDepth);
+    if (!mObject)
+      mObject = std::make_unique<CategoryObjectFrame>(mEntries, mBody, mDepth);
     mObject->Reopen(at, mParent);
     ++mCount;
     return mObject.get();
   }
-  void OnString(std::string_view text, Position at) override {
-    AddLeaf().label.SetText(text, at);
-  }
-  void OnNumber(std::string_view raw, Position at) override {
-    AddLeaf().label.SetNumber(raw, at);
-  }
+  void OnString(std::string_view text, Position at) override { AddLeaf().label.SetText(text, at); }
+  void OnNumber(std::string_view raw, Position at) override { AddLeaf().label.SetNumber(raw, at); }
   void OnEnd(Position) override {}
 
  protected:
@@ -329,7 +332,8 @@ void CategoryObjectFrame::OnKey(std::string_view key, Position at) {
       mCell.Reopen(Start(), *this);
     }
   }
-  if (mMode == Mode::kCell) return mCell.OnKey(key, at);
+  if (mMode == Mode::kCell)
+    return mCell.OnKey(key, at);
   if (key == "group") {
     mKey = kGroup;
   } else if (key == "categories") {
@@ -342,48 +346,64 @@ void CategoryObjectFrame::OnKey(std::string_view key, Position at) {
 }
 
 Frame* CategoryObjectFrame::OnObject(Position at) {
-  if (mMode == Mode::kCell) return mCell.OnObject(at);
-  if (mKey != kGroup) Mismatch(at, "an object");
+  if (mMode == Mode::kCell)
+    return mCell.OnObject(at);
+  if (mKey != kGroup)
+    Mismatch(at, "an object");
   mCell.Reopen(at, *this);
   return &mCell;
 }
 
 Frame* CategoryObjectFrame::OnArray(Position at) {
-  if (mMode == Mode::kCell) return mCell.OnArray(at);
-  if (mKey != kCategories) Mismatch(at, "a list");
-  if (!mList) mList = std::make_unique<CategoryListFrame>(mEntries, mBody, mDepth + 1);
+  if (mMode == Mode::kCell)
+    return mCell.OnArray(at);
+  if (mKey != kCategories)
+    Mismatch(at, "a list");
+  if (!mList)
+    mList = std::make_unique<CategoryListFrame>(mEntries, mBody, mDepth + 1);
   mList->Reopen(at, mSelf);
   return mList.get();
 }
 
 void CategoryObjectFrame::OnString(std::string_view text, Position at) {
-  if (mMode == Mode::kCell) return mCell.OnString(text, at);
-  if (mKey != kGroup) Mismatch(at, "a string");
+  if (mMode == Mode::kCell)
+    return mCell.OnString(text, at);
+  if (mKey != kGroup)
+    Mismatch(at, "a string");
   mEntries[static_cast<std::size_t>(mSelf)].label.SetText(text, at);
 }
 
 void CategoryObjectFrame::OnNumber(std::string_view raw, Position at) {
-  if (mMode == Mode::kCell) return mCell.OnNumber(raw, at);
-  if (mKey != kGroup) Mismatch(at, "a number");
+  if (mMode == Mode::kCell)
+    return mCell.OnNumber(raw, at);
+  if (mKey != kGroup)
+    Mismatch(at, "a number");
   mEntries[static_cast<std::size_t>(mSelf)].label.SetNumber(raw, at);
 }
 
 void CategoryObjectFrame::OnBool(bool value, Position at) {
-  if (mMode == Mode::kCell) return mCell.OnBool(value, at);
+  if (mMode == Mode::kCell)
+    return mCell.OnBool(value, at);
   Mismatch(at, "a boolean");
 }
 
 void CategoryObjectFrame::OnNull(Position at) {
-  if (mMode == Mode::kCell) return mCell.OnNull(at);
+  if (mMode == Mode::kCell)
+    return mCell.OnNull(at);
   Mismatch(at, "null");
 }
 
 void CategoryObjectFrame::OnEnd(Position at) {
-  if (mMode == Mode::kUndecided) Fail(Start(), "a category object needs \"group\" or a cell's keys");
-  if (mMode == Mode::kCell) return mCell.OnEnd(at);
-  if (!mKeys.Has(kGroup)) Fail(Start(), "missing key \"group\" in a group");
-  if (!mKeys.Has(kCategories)) Fail(Start(), "missing key \"categories\" in a group");
-  if (mList->Count() == 0) Fail(mCategoriesAt, "a group needs at least one category");
+  if (mMode == Mode::kUndecided)
+    Fail(Start(), "a category object needs \"group\" or a cell's keys");
+  if (mMode == Mode::kCell)
+    return mCell.OnEnd(at);
+  if (!mKeys.Has(kGroup))
+    Fail(Start(), "missing key \"group\" in a group");
+  if (!mKeys.Has(kCategories))
+    Fail(Start(), "missing key \"categories\" in a group");
+  if (mList->Count() == 0)
+    Fail(mCategoriesAt, "a group needs at least one category");
 }
 
 void CategoryObjectFrame::TakeCell(ParsedCell& cell) {
@@ -404,8 +424,8 @@ class IndexFrame : public Frame {
     positions.clear();
   }
   void OnNumber(std::string_view raw, Position at) override {
-    index.push_back(static_cast<std::int32_t>(
-        ParseInteger(raw, at, 0, 2147483647, "leaf position")));
+    index.push_back(
+        static_cast<std::int32_t>(ParseInteger(raw, at, 0, 2147483647, "leaf position")));
     positions.push_back(at);
   }
   void OnEnd(Position) override {}
@@ -454,7 +474,17 @@ class PivotTableBody : public PartBody, public CellSink {
   std::string Expected() const override;
 
  private:
-  enum Key { kTitle, kShowTitle, kCaption, kNotes, kFootnotes, kDimensions, kCells, kData, kKeyCount };
+  enum Key {
+    kTitle,
+    kShowTitle,
+    kCaption,
+    kNotes,
+    kFootnotes,
+    kDimensions,
+    kCells,
+    kData,
+    kKeyCount
+  };
   static constexpr std::array<std::string_view, kKeyCount> kKeyNames{
       "title", "show-title", "caption", "notes", "footnotes", "dimensions", "cells", "data"};
 
@@ -492,19 +522,23 @@ class DimensionFrame : public Frame, public CellSink {
   void OnKey(std::string_view key, Position at) override {
     mKey = -1;
     for (int k = 0; k < kKeyCount; ++k) {
-      if (kKeyNames[static_cast<std::size_t>(k)] == key) mKey = k;
+      if (kKeyNames[static_cast<std::size_t>(k)] == key)
+        mKey = k;
     }
-    if (mKey < 0) Fail(at, "unknown key " + Quote(key) + " in a dimension");
+    if (mKey < 0)
+      Fail(at, "unknown key " + Quote(key) + " in a dimension");
     mKeys.Mark(mKey, key, at);
     mKeyAt[static_cast<std::size_t>(mKey)] = at;
   }
   Frame* OnObject(Position at) override {
-    if (mKey != kLabel) Mismatch(at, "an object");
+    if (mKey != kLabel)
+      Mismatch(at, "an object");
     mCell.Reopen(at, *this);
     return &mCell;
   }
   Frame* OnArray(Position at) override {
-    if (mKey != kCategories) Mismatch(at, "a list");
+    if (mKey != kCategories)
+      Mismatch(at, "a list");
     mList.Reopen(at, -1);
     return &mList;
   }
@@ -535,7 +569,8 @@ class DimensionFrame : public Frame, public CellSink {
     }
   }
   void OnBool(bool value, Position at) override {
-    if (mKey != kShowLabel) Mismatch(at, "a boolean");
+    if (mKey != kShowLabel)
+      Mismatch(at, "a boolean");
     mShowLabel = value;
   }
   void TakeCell(ParsedCell& cell) override { mLabel = std::move(cell); }
@@ -543,8 +578,8 @@ class DimensionFrame : public Frame, public CellSink {
   void OnEnd(Position) override {
     for (int k : {kLabel, kAxis, kCategories}) {
       if (!mKeys.Has(k)) {
-        Fail(Start(), "missing key " + Quote(kKeyNames[static_cast<std::size_t>(k)]) +
-                          " in a dimension");
+        Fail(Start(),
+             "missing key " + Quote(kKeyNames[static_cast<std::size_t>(k)]) + " in a dimension");
       }
     }
     if (mKeys.Has(kCurrent)) {
@@ -552,7 +587,8 @@ class DimensionFrame : public Frame, public CellSink {
         Fail(mKeyAt[kCurrent], "\"current\" is only allowed on a layer dimension");
       }
       std::int32_t leaves = 0;
-      for (const CategoryEntry& entry : mEntries) leaves += entry.group ? 0 : 1;
+      for (const CategoryEntry& entry : mEntries)
+        leaves += entry.group ? 0 : 1;
       if (mCurrent >= leaves) {
         Fail(mKeyAt[kCurrent], "\"current\" leaf position " + std::to_string(mCurrent) +
                                    " is out of range: the dimension has " +
@@ -587,8 +623,8 @@ class DimensionFrame : public Frame, public CellSink {
 
  private:
   enum Key { kLabel, kAxis, kShowLabel, kCategories, kCurrent, kKeyCount };
-  static constexpr std::array<std::string_view, kKeyCount> kKeyNames{
-      "label", "axis", "show-label", "categories", "current"};
+  static constexpr std::array<std::string_view, kKeyCount> kKeyNames{"label", "axis", "show-label",
+                                                                     "categories", "current"};
 
   PivotTableBody& mBody;
   int mKey = -1;
@@ -646,7 +682,8 @@ class CellPairFrame : public Frame, public CellSink {
   }
   void TakeCell(ParsedCell& cell) override { mBody.StoreIndexed(mIndex, cell); }
   void OnEnd(Position) override {
-    if (mCount != 2) Fail(Start(), "a cell entry is a list [INDEX, CELL]");
+    if (mCount != 2)
+      Fail(Start(), "a cell entry is a list [INDEX, CELL]");
   }
 
  protected:
@@ -706,7 +743,8 @@ class DataListFrame : public Frame, public CellSink {
 
   Frame* OnArray(Position at) override {
     Enter(at, false);
-    if (!mChild) mChild = std::make_unique<DataListFrame>(mBody, mLevel + 1);
+    if (!mChild)
+      mChild = std::make_unique<DataListFrame>(mBody, mLevel + 1);
     mChild->Reopen(at);
     return mChild.get();
   }
@@ -729,7 +767,8 @@ class DataListFrame : public Frame, public CellSink {
   void OnNull(Position at) override { Enter(at, true); }
   void TakeCell(ParsedCell& cell) override { mBody.StoreDense(cell); }
   void OnEnd(Position) override {
-    if (mCount != mLeaves) Fail(Start(), Shape());
+    if (mCount != mLeaves)
+      Fail(Start(), Shape());
   }
 
  protected:
@@ -745,7 +784,8 @@ class DataListFrame : public Frame, public CellSink {
   }
   // Checks the kind and count of the next entry and sets its index entry.
   void Enter(Position at, bool cell) {
-    if (cell != mInnermost) Mismatch(at, cell ? "a cell" : "a list");
+    if (cell != mInnermost)
+      Mismatch(at, cell ? "a cell" : "a list");
     if (mCount >= mLeaves) {
       ++mCount;
       Fail(Start(), Shape() + " or more");
@@ -770,11 +810,14 @@ PivotTableBody::~PivotTableBody() = default;
 void PivotTableBody::OnKey(std::string_view key, Position at) {
   mKey = -1;
   for (int k = 0; k < kKeyCount; ++k) {
-    if (kKeyNames[static_cast<std::size_t>(k)] == key) mKey = k;
+    if (kKeyNames[static_cast<std::size_t>(k)] == key)
+      mKey = k;
   }
-  if (mKey < 0) Fail(at, "key " + Quote(key) + " is not allowed in a \"pivot-table\" part");
+  if (mKey < 0)
+    Fail(at, "key " + Quote(key) + " is not allowed in a \"pivot-table\" part");
   mRecording = false;
-  if (mReplaying) return;
+  if (mReplaying)
+    return;
   mKeys.Mark(mKey, key, at);
   if ((mKey == kCells && mKeys.Has(kData)) || (mKey == kData && mKeys.Has(kCells))) {
     Fail(at, "a table has \"cells\" or \"data\", not both");
@@ -788,12 +831,14 @@ void PivotTableBody::OnKey(std::string_view key, Position at) {
 
 Frame* PivotTableBody::Record(EventLog::Type type, Position at) {
   mLog.Add(type, at);
-  if (!mRecorder) mRecorder = std::make_unique<RecorderFrame>(at, mLog);
+  if (!mRecorder)
+    mRecorder = std::make_unique<RecorderFrame>(at, mLog);
   return mRecorder.get();
 }
 
 Frame* PivotTableBody::OnObject(Position at) {
-  if (mRecording) return Record(EventLog::Type::StartObject, at);
+  if (mRecording)
+    return Record(EventLog::Type::StartObject, at);
   if (mKey != kTitle && !(mKey == kData && mTable->NDimensions() == 0)) {
     Mismatch(at, "an object");
   }
@@ -802,7 +847,8 @@ Frame* PivotTableBody::OnObject(Position at) {
 }
 
 Frame* PivotTableBody::OnArray(Position at) {
-  if (mRecording) return Record(EventLog::Type::StartArray, at);
+  if (mRecording)
+    return Record(EventLog::Type::StartArray, at);
   switch (mKey) {
     case kFootnotes:
       mFootnoteList.Reopen(at);
@@ -820,11 +866,15 @@ Frame* PivotTableBody::OnArray(Position at) {
         std::int64_t positions = 1;
         for (std::int32_t d = 0; d < mTable->NDimensions(); ++d) {
           const std::int64_t leaves = mTable->Dimension(d).NLeaves();
-          positions = leaves == 0 ? 0 : std::min(positions, std::numeric_limits<std::int64_t>::max() / leaves) * leaves;
+          positions =
+              leaves == 0
+                  ? 0
+                  : std::min(positions, std::numeric_limits<std::int64_t>::max() / leaves) * leaves;
         }
         mTable->ExpectCells(positions);
         mDenseIndex = mTable->SizeVector();
-        if (!mDataList) mDataList = std::make_unique<DataListFrame>(*this, 0);
+        if (!mDataList)
+          mDataList = std::make_unique<DataListFrame>(*this, 0);
         mDataList->Reopen(at);
         return mDataList.get();
       }
@@ -836,7 +886,8 @@ Frame* PivotTableBody::OnArray(Position at) {
 }
 
 void PivotTableBody::OnString(std::string_view text, Position at) {
-  if (mRecording) return mLog.Add(EventLog::Type::String, at, text);
+  if (mRecording)
+    return mLog.Add(EventLog::Type::String, at, text);
   if (mKey == kCaption) {
     mTable->SetCaption(std::string(text));
     return;
@@ -850,7 +901,8 @@ void PivotTableBody::OnString(std::string_view text, Position at) {
 }
 
 void PivotTableBody::OnNumber(std::string_view raw, Position at) {
-  if (mRecording) return mLog.Add(EventLog::Type::Number, at, raw);
+  if (mRecording)
+    return mLog.Add(EventLog::Type::Number, at, raw);
   if (mKey != kTitle && !(mKey == kData && mTable->NDimensions() == 0)) {
     Mismatch(at, "a number");
   }
@@ -860,7 +912,8 @@ void PivotTableBody::OnNumber(std::string_view raw, Position at) {
 }
 
 void PivotTableBody::OnBool(bool value, Position at) {
-  if (mRecording) return mLog.Add(EventLog::Type::Bool, at, {}, value);
+  if (mRecording)
+    return mLog.Add(EventLog::Type::Bool, at, {}, value);
   if (mKey == kShowTitle) {
     mShowTitle = value;
   } else if (mKey == kNotes) {
@@ -871,9 +924,11 @@ void PivotTableBody::OnBool(bool value, Position at) {
 }
 
 void PivotTableBody::OnNull(Position at) {
-  if (mRecording) return mLog.Add(EventLog::Type::Null, at);
+  if (mRecording)
+    return mLog.Add(EventLog::Type::Null, at);
   // A table without dimensions may give its one cell as null: no cell.
-  if (mKey != kData || mTable->NDimensions() != 0) Mismatch(at, "null");
+  if (mKey != kData || mTable->NDimensions() != 0)
+    Mismatch(at, "null");
 }
 
 void PivotTableBody::TakeCell(ParsedCell& cell) {
@@ -903,8 +958,7 @@ std::string PivotTableBody::Expected() const {
     case kCells:
       return "a list of cell entries for \"cells\"";
     default:
-      return mTable->NDimensions() == 0 ? "a cell or null for \"data\""
-                                        : "a list for \"data\"";
+      return mTable->NDimensions() == 0 ? "a cell or null for \"data\"" : "a list for \"data\"";
   }
 }
 
@@ -920,12 +974,14 @@ void PivotTableBody::AddDimension(DimensionFrame& frame) {
         entry.parent < 0 ? OmDimensionTree::Root() : ids[static_cast<std::size_t>(entry.parent)];
     ids.push_back(dimension.AddCategory(parent, MakeCell(entry.label)));
   }
-  if (frame.HasCurrent()) dimension.SetCurrentLeaf(frame.mCurrent);
+  if (frame.HasCurrent())
+    dimension.SetCurrentLeaf(frame.mCurrent);
 }
 
 void PivotTableBody::DimensionsDone() {
   mDimensionsDone = true;
-  if (mLog.Empty()) return;
+  if (mLog.Empty())
+    return;
   mReplaying = true;
   mLog.Replay(*this);
   mReplaying = false;
@@ -954,7 +1010,9 @@ void PivotTableBody::StoreWhole(ParsedCell& cell) {
   AddExtras(*stored, cell);
 }
 
-void PivotTableBody::StoreDense(ParsedCell& cell) { StoreWhole(cell); }
+void PivotTableBody::StoreDense(ParsedCell& cell) {
+  StoreWhole(cell);
+}
 
 void PivotTableBody::StoreIndexed(const IndexFrame& index, ParsedCell& cell) {
   std::int32_t bad = 0;
@@ -962,11 +1020,10 @@ void PivotTableBody::StoreIndexed(const IndexFrame& index, ParsedCell& cell) {
     case OmPivotTable::IndexStatus::Valid:
       break;
     case OmPivotTable::IndexStatus::WrongLength:
-      Fail(index.Start(), "the index has " +
-                              Count(static_cast<std::int64_t>(index.index.size()), "entry",
-                                    "entries") +
-                              "; the table has " +
-                              Count(mTable->NDimensions(), "dimension", "dimensions"));
+      Fail(index.Start(),
+           "the index has " +
+               Count(static_cast<std::int64_t>(index.index.size()), "entry", "entries") +
+               "; the table has " + Count(mTable->NDimensions(), "dimension", "dimensions"));
     case OmPivotTable::IndexStatus::OutOfRange:
       Fail(index.positions[static_cast<std::size_t>(bad)],
            "leaf position " + std::to_string(index.index[static_cast<std::size_t>(bad)]) +
@@ -981,7 +1038,8 @@ void PivotTableBody::StoreIndexed(const IndexFrame& index, ParsedCell& cell) {
 
 void PivotTableBody::OnEnd(Position) {
   // "cells" or "data" without "dimensions": a table without dimensions.
-  if (!mDimensionsDone) DimensionsDone();
+  if (!mDimensionsDone)
+    DimensionsDone();
   if (mLargestFootnote >= static_cast<std::int32_t>(mFootnotes.size())) {
     Fail(mLargestFootnoteAt,
          "footnote number " + std::to_string(mLargestFootnote) +
@@ -991,8 +1049,10 @@ void PivotTableBody::OnEnd(Position) {
 }
 
 std::unique_ptr<OmOutputPart> PivotTableBody::MakePart() {
-  for (std::string& footnote : mFootnotes) mTable->AddFootnote(std::move(footnote));
-  if (mKeys.Has(kTitle)) mTable->SetTitle(MakeCell(mTitle));
+  for (std::string& footnote : mFootnotes)
+    mTable->AddFootnote(std::move(footnote));
+  if (mKeys.Has(kTitle))
+    mTable->SetTitle(MakeCell(mTitle));
   mTable->showTitle = mKeys.Has(kShowTitle) ? mShowTitle : mKeys.Has(kTitle);
   return std::move(mTable);
 }

@@ -10,9 +10,11 @@ void OmPivotTableTxtExport::Data::PrintPageBreak(bool repeatHeading) {
   // The count drops first and always, so it measures the lines since the
   // last place a break would have been, even where none is written.
   mLinesOnPage = 0;
-  if (!mOptions.InsertPageBreak() || mOptions.TabSeparated()) return;
+  if (!mOptions.InsertPageBreak() || mOptions.TabSeparated())
+    return;
   mStream.write("\f\n", 2);
-  if (!repeatHeading) return;
+  if (!repeatHeading)
+    return;
   const std::int32_t headEnd = GetRowIndexInMatrix(mColumnHeading.NRows());
   std::string line;
   for (std::int32_t i = 0; i < headEnd && static_cast<std::size_t>(i) < mMatrix.NumLines(); ++i) {
@@ -35,7 +37,8 @@ void OmPivotTableTxtExport::Data::FrmtExport() {
   const bool startsHere =
       linesOnPage < pageLength &&
       (static_cast<std::int64_t>(headEnd) + linesOnPage <= pageLength || headEnd > pageLength);
-  if (!startsHere) PrintPageBreak(false);
+  if (!startsHere)
+    PrintPageBreak(false);
   const std::size_t lines = mMatrix.NumLines();
   std::string line;
   for (std::size_t i = 0; i < lines; ++i) {

@@ -17,13 +17,13 @@
 #include "export/OmTextExportOptions.h"
 #include "fold/OmFormattedNode.h"
 #include "fold/OmStringFolder.h"
+#include "host/platform/OmMemoryRegion.h"
+#include "host/platform/OmVector.h"
 #include "host/table/OmDisplayColumnHeading.h"
 #include "host/table/OmDisplayLayerHeading.h"
 #include "host/table/OmDisplayRowHeading.h"
 #include "host/table/OmFootnoter.h"
-#include "host/platform/OmMemoryRegion.h"
 #include "host/table/OmPivotTable.h"
-#include "host/platform/OmVector.h"
 #include "pivot/OmPivotTableTxtExport.h"
 #include "pivot/OmTextMatrix.h"
 
@@ -98,8 +98,7 @@ struct OmPivotTableTxtExport::Data {
   void FillColumn(std::int32_t column);
   void FillRowHeadingColumn(std::int32_t column);
   void FillTableColumn(std::int32_t column);
-  void FillRowSeparator(NodeList& nodes, std::int32_t line, std::int32_t band,
-                        std::int32_t column);
+  void FillRowSeparator(NodeList& nodes, std::int32_t line, std::int32_t band, std::int32_t column);
   // The piece of a rule target display positions wide, with the left edge
   // in the first column; the last one made is kept, as a column's rules
   // are mostly alike.
@@ -111,9 +110,8 @@ struct OmPivotTableTxtExport::Data {
   // Folds text into a node of the given room, widens width to what the node
   // needs while column col is not planned, and keeps the node in nodes when
   // they are wanted.
-  void AddMeasuredNode(std::int32_t col, std::string text, std::int32_t columns,
-                       std::int32_t lines, std::int32_t extra, std::int32_t& width,
-                       NodeList* nodes);
+  void AddMeasuredNode(std::int32_t col, std::string text, std::int32_t columns, std::int32_t lines,
+                       std::int32_t extra, std::int32_t& width, NodeList* nodes);
   // The row-label nodes of rows firstRow .. endRow - 1 of a row-heading
   // column, as PreFormatRowHeadColumn makes them.
   void PreFormatRowHeadRows(std::int32_t col, std::int32_t firstRow, std::int32_t endRow,
@@ -150,6 +148,7 @@ struct OmPivotTableTxtExport::Data {
   // Counts one printed line; saturates rather than overflow on a page of
   // more than 2^31 lines (the count is only compared with the page length).
   void CountLine() {
-    if (mLinesOnPage < 2147483647) ++mLinesOnPage;
+    if (mLinesOnPage < 2147483647)
+      ++mLinesOnPage;
   }
 };

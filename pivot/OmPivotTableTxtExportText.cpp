@@ -5,9 +5,9 @@
 #include <ostream>
 #include <string>
 
-#include "host/platform/BpMarkup.h"
 #include "host/output/OmCellText.h"
 #include "host/output/OmText.h"
+#include "host/platform/BpMarkup.h"
 #include "pivot/OmPivotTableTxtExportPrivate.h"
 
 using Data = OmPivotTableTxtExport::Data;

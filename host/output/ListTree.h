@@ -87,7 +87,8 @@ class ListTree {
   // The position after the subtree of first: the first following node whose
   // level is not greater than first's, or the end. End() for the end.
   Node SubtreeEnd(Node first) {
-    if (first == End()) return first;
+    if (first == End())
+      return first;
     const std::int32_t level = first.Level();
     Node node = first;
     for (++node; node != End() && node.Level() > level; ++node) {
@@ -115,7 +116,8 @@ class ListTree {
   // Moves every node of other to the end of this tree, adding shift to each
   // node's level.
   void MoveAllShifted(ListTree& other, std::int32_t shift) {
-    for (Entry& entry : other.mList) entry.level += shift;
+    for (Entry& entry : other.mList)
+      entry.level += shift;
     mList.splice(mList.end(), other.mList);
   }
 

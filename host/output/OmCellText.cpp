@@ -23,7 +23,8 @@ const std::vector<std::string> kNoMarkers;
 // s is the scaled value, and the bits shifted out decide the rounding.
 char* FormatFixedShort(double value, int decimals, char* out) {
   static constexpr std::uint64_t kScale[] = {1, 10, 100, 1000};
-  if (decimals < 0 || decimals > 3) return nullptr;
+  if (decimals < 0 || decimals > 3)
+    return nullptr;
   std::uint64_t bits = 0;
   std::memcpy(&bits, &value, sizeof bits);
   const auto biased = static_cast<int>((bits >> 52) & 0x7FF);
@@ -33,14 +34,16 @@ char* FormatFixedShort(double value, int decimals, char* out) {
     mantissa |= std::uint64_t{1} << 52;
     shift = 1075 - biased;
   }
-  if (shift <= 0) return nullptr;  // 2^52 and beyond, infinities, NaN
+  if (shift <= 0)
+    return nullptr;  // 2^52 and beyond, infinities, NaN
   const std::uint64_t scaled = mantissa * kScale[decimals];
   std::uint64_t whole = 0;
   if (shift < 64) {
     whole = scaled >> shift;
     const std::uint64_t rest = scaled & ((std::uint64_t{1} << shift) - 1);
     const std::uint64_t half = std::uint64_t{1} << (shift - 1);
-    if (rest > half || (rest == half && (whole & 1U) != 0)) ++whole;
+    if (rest > half || (rest == half && (whole & 1U) != 0))
+      ++whole;
   }  // else the scaled value is below 2^63 / 2^64, which rounds to 0
   char digits[24];
   int count = 0;
@@ -48,11 +51,14 @@ char* FormatFixedShort(double value, int decimals, char* out) {
     digits[count++] = static_cast<char>('0' + whole % 10);
     whole /= 10;
   } while (whole != 0 || count <= decimals);
-  if ((bits >> 63) != 0) *out++ = '-';
-  while (count > decimals) *out++ = digits[--count];
+  if ((bits >> 63) != 0)
+    *out++ = '-';
+  while (count > decimals)
+    *out++ = digits[--count];
   if (decimals > 0) {
     *out++ = '.';
-    while (count > 0) *out++ = digits[--count];
+    while (count > 0)
+      *out++ = digits[--count];
   }
   return out;
 }
@@ -70,18 +76,22 @@ const std::vector<std::string>& OmCellText::getMarkers() const {
 }
 
 void OmCellText::AddFootnote(std::int16_t number) {
-  if (!mExtras) mExtras = std::make_unique<Extras>();
+  if (!mExtras)
+    mExtras = std::make_unique<Extras>();
   mExtras->footnotes.push_back(number);
 }
 
 void OmCellText::AddMarker(std::string marker) {
-  if (!mExtras) mExtras = std::make_unique<Extras>();
+  if (!mExtras)
+    mExtras = std::make_unique<Extras>();
   mExtras->markers.push_back(std::move(marker));
 }
 
 OmStringCell::OmStringCell(std::string text) : mText(std::move(text)) {}
 
-std::string OmStringCell::GetText() const { return mText; }
+std::string OmStringCell::GetText() const {
+  return mText;
+}
 
 OmNumberCell::OmNumberCell(double value) : mValue(value), mDecimals(-1) {}
 
@@ -93,10 +103,12 @@ std::string OmNumberCell::GetText() const {
   // sets a locale with a decimal comma still gets a point. 1e308 with 20
   // decimals needs 330 bytes.
   char buffer[400];
-  if (char* end = FormatFixedShort(mValue, mDecimals, buffer)) return std::string(buffer, end);
+  if (char* end = FormatFixedShort(mValue, mDecimals, buffer))
+    return std::string(buffer, end);
   const std::to_chars_result result =
       mDecimals >= 0
-          ? std::to_chars(buffer, buffer + sizeof buffer, mValue, std::chars_format::fixed, mDecimals)
+          ? std::to_chars(buffer, buffer + sizeof buffer, mValue, std::chars_format::fixed,
+                          mDecimals)
           : std::to_chars(buffer, buffer + sizeof buffer, mValue, std::chars_format::general, 15);
   return std::string(buffer, result.ptr);
 }

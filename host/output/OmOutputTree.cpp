@@ -20,7 +20,9 @@ OmOutputTree& OmOutputTree::operator=(OmOutputTree&& other) noexcept {
   return *this;
 }
 
-OmOutputTree::~OmOutputTree() { DeleteParts(); }
+OmOutputTree::~OmOutputTree() {
+  DeleteParts();
+}
 
 void OmOutputTree::DeleteParts() {
   for (Node node = Begin(); node != End(); ++node) {
@@ -41,7 +43,8 @@ OmOutputTree::Node OmOutputTree::Append(std::unique_ptr<OmOutputPart> part, std:
 }
 
 void OmOutputTree::AppendTree(OmOutputTree&& other, std::int32_t shift) {
-  if (other.Empty()) return;
+  if (other.Empty())
+    return;
   const std::int64_t firstLevel = static_cast<std::int64_t>(other.Begin().Level()) + shift;
   if (firstLevel < 1 || firstLevel > static_cast<std::int64_t>(mLastLevel) + 1) {
     throw std::invalid_argument("output tree level " + std::to_string(firstLevel) +
@@ -54,10 +57,13 @@ void OmOutputTree::AppendTree(OmOutputTree&& other, std::int32_t shift) {
 
 OmOutputTree OmOutputTree::ExtractFirst() {
   OmOutputTree first;
-  if (Empty()) return first;
+  if (Empty())
+    return first;
   MoveRange(Begin(), SubtreeEnd(Begin()), first);
-  for (Node node = first.Begin(); node != first.End(); ++node) first.mLastLevel = node.Level();
-  if (Empty()) mLastLevel = 0;
+  for (Node node = first.Begin(); node != first.End(); ++node)
+    first.mLastLevel = node.Level();
+  if (Empty())
+    mLastLevel = 0;
   return first;
 }
 

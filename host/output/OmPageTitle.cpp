@@ -1,4 +1,6 @@
 // Page titles.
 #include "host/output/OmPageTitle.h"
 
-void OmPageTitle::Accept(Visitor& visitor) { visitor.Visit(*this); }
+void OmPageTitle::Accept(Visitor& visitor) {
+  visitor.Visit(*this);
+}

@@ -1,4 +1,6 @@
 // Text blocks.
 #include "host/output/OmTextBlock.h"
 
-void OmTextBlock::Accept(Visitor& visitor) { visitor.Visit(*this); }
+void OmTextBlock::Accept(Visitor& visitor) {
+  visitor.Visit(*this);
+}

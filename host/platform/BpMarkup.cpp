@@ -15,7 +15,8 @@ void BpMarkup::replaceMarkupText(std::string& text, const std::string& open,
       closeTag = "</sub>";
       break;
   }
-  if (openTag == nullptr || text.find('<') == std::string::npos) return;
+  if (openTag == nullptr || text.find('<') == std::string::npos)
+    return;
   const std::string openText(openTag);
   const std::string closeText(closeTag);
   std::string result;

@@ -2,8 +2,8 @@
 #include "host/platform/OmMemoryRegion.h"
 
 #include <cassert>
-#include <cstdlib>
 #include <cstdint>
+#include <cstdlib>
 #include <new>
 
 namespace {
@@ -40,12 +40,15 @@ OmMemoryRegion::~OmMemoryRegion() {
 }
 
 void* OmMemoryRegion::Allocate(std::size_t bytes) {
-  if (bytes > SIZE_MAX - sizeof(Header)) throw std::bad_alloc();
+  if (bytes > SIZE_MAX - sizeof(Header))
+    throw std::bad_alloc();
   void* raw = mData->zeroFill ? std::calloc(1, sizeof(Header) + bytes)
                               : std::malloc(sizeof(Header) + bytes);
-  if (raw == nullptr) throw std::bad_alloc();
+  if (raw == nullptr)
+    throw std::bad_alloc();
   auto* header = new (raw) Header{nullptr, mData->first, bytes, this};
-  if (mData->first != nullptr) mData->first->previous = header;
+  if (mData->first != nullptr)
+    mData->first->previous = header;
   mData->first = header;
   ++mData->blocks;
   mData->bytes += bytes;
@@ -53,7 +56,8 @@ void* OmMemoryRegion::Allocate(std::size_t bytes) {
 }
 
 void OmMemoryRegion::Release(void* block) {
-  if (block == nullptr) return;
+  if (block == nullptr)
+    return;
   Header* header = static_cast<Header*>(block) - 1;
   assert(header->region == this && "block released to a region that did not allocate it");
   if (header->previous != nullptr) {
@@ -61,11 +65,16 @@ void OmMemoryRegion::Release(void* block) {
   } else {
     mData->first = header->next;
   }
-  if (header->next != nullptr) header->next->previous = header->previous;
+  if (header->next != nullptr)
+    header->next->previous = header->previous;
   --mData->blocks;
   mData->bytes -= header->bytes;
   std::free(header);
 }
 
-std::size_t OmMemoryRegion::BlocksInUse() const { return mData->blocks; }
-std::size_t OmMemoryRegion::BytesInUse() const { return mData->bytes; }
+std::size_t OmMemoryRegion::BlocksInUse() const {
+  return mData->blocks;
+}
+std::size_t OmMemoryRegion::BytesInUse() const {
+  return mData->bytes;
+}

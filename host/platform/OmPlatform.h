@@ -24,9 +24,12 @@ inline int VELDMBmbclen_A(const char* p) {
   const unsigned char c = static_cast<unsigned char>(*p);
   switch (omtext_detail::gEncoding) {
     case OmEncoding::Utf8:
-      if (c >= 0xC0 && c <= 0xDF) return 2;
-      if (c >= 0xE0 && c <= 0xEF) return 3;
-      if (c >= 0xF0 && c <= 0xF7) return 4;
+      if (c >= 0xC0 && c <= 0xDF)
+        return 2;
+      if (c >= 0xE0 && c <= 0xEF)
+        return 3;
+      if (c >= 0xF0 && c <= 0xF7)
+        return 4;
       return 1;
     case OmEncoding::DoubleByte:
       return (c >= 0x81 && c <= 0xFE) ? 2 : 1;

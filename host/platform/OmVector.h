@@ -47,24 +47,28 @@ class OmVector {
       return *element;
     }
     const std::size_t capacity = NextCapacity(mSize);
-    if (capacity > static_cast<std::size_t>(-1) / sizeof(T)) throw std::bad_alloc();
+    if (capacity > static_cast<std::size_t>(-1) / sizeof(T))
+      throw std::bad_alloc();
     T* block = static_cast<T*>(mRegion->Allocate(capacity * sizeof(T)));
     std::size_t moved = 0;
     try {
       // The new element first: args may refer to an element of this vector.
       new (block + mSize) T(std::forward<Args>(args)...);
       try {
-        for (; moved < mSize; ++moved) new (block + moved) T(std::move(mData[moved]));
+        for (; moved < mSize; ++moved)
+          new (block + moved) T(std::move(mData[moved]));
       } catch (...) {
         block[mSize].~T();
         throw;
       }
     } catch (...) {
-      for (std::size_t i = 0; i < moved; ++i) block[i].~T();
+      for (std::size_t i = 0; i < moved; ++i)
+        block[i].~T();
       mRegion->Release(block);
       throw;
     }
-    for (std::size_t i = 0; i < mSize; ++i) mData[i].~T();
+    for (std::size_t i = 0; i < mSize; ++i)
+      mData[i].~T();
     mRegion->Release(mData);
     mData = block;
     mCapacity = capacity;
@@ -75,7 +79,8 @@ class OmVector {
 
   // Destroys the elements and gives the block back to the region.
   void Clear() {
-    for (std::size_t i = 0; i < mSize; ++i) mData[i].~T();
+    for (std::size_t i = 0; i < mSize; ++i)
+      mData[i].~T();
     mRegion->Release(mData);
     mData = nullptr;
     mSize = 0;
@@ -95,10 +100,13 @@ class OmVector {
 
   // The capacity after growing a full vector of size elements.
   static std::size_t NextCapacity(std::size_t size) {
-    if (size < 4) return 4;
-    if (size >= (static_cast<std::size_t>(-1) >> 1)) throw std::bad_alloc();
+    if (size < 4)
+      return 4;
+    if (size >= (static_cast<std::size_t>(-1) >> 1))
+      throw std::bad_alloc();
     std::size_t capacity = 1;
-    while (capacity <= size) capacity <<= 1;
+    while (capacity <= size)
+      capacity <<= 1;
     return capacity;
   }
 

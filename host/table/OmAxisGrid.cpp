@@ -18,7 +18,8 @@ constexpr std::uint64_t kMaxEntries = std::uint64_t{1} << 26;
 constexpr std::uint64_t kBitmapFloor = 4096;
 
 void CheckEntries(std::uint64_t count) {
-  if (count > kMaxEntries) throw std::bad_alloc();
+  if (count > kMaxEntries)
+    throw std::bad_alloc();
 }
 
 // The product of sizes; false when it does not fit 63 bits.
@@ -26,7 +27,8 @@ bool Span(const std::vector<std::int32_t>& sizes, std::uint64_t& span) {
   span = 1;
   for (const std::int32_t size : sizes) {
     const auto s = static_cast<std::uint64_t>(size);
-    if (s != 0 && span > (std::uint64_t{1} << 62) / s) return false;
+    if (s != 0 && span > (std::uint64_t{1} << 62) / s)
+      return false;
     span *= s;
   }
   return true;
@@ -42,19 +44,22 @@ OmAxisGrid::OmAxisGrid(const OmPivotTable& table, OmAxis axis,
   BuildBlocks(table, dims, labelPositions);
 
   std::vector<std::int32_t> sizes;
-  for (const std::int32_t d : dims) sizes.push_back(table.Dimension(d).NLeaves());
+  for (const std::int32_t d : dims)
+    sizes.push_back(table.Dimension(d).NLeaves());
   std::uint64_t span = 0;
   const bool fits = Span(sizes, span);
   if (!hideEmpty) {
-    if (!fits || span > INT32_MAX) throw std::bad_alloc();
+    if (!fits || span > INT32_MAX)
+      throw std::bad_alloc();
     AllCombinations(sizes, span);
-  } else if (fits && span <= kBitmapFloor + 8 * static_cast<std::uint64_t>(
-                                                   table.NCellsInLayer(layerIndex))) {
+  } else if (fits && span <= kBitmapFloor +
+                                 8 * static_cast<std::uint64_t>(table.NCellsInLayer(layerIndex))) {
     MarkedCombinations(table, layerIndex, sizes, span);
   } else {
     SortedCombinations(table, layerIndex);
   }
-  CheckEntries(static_cast<std::uint64_t>(mNCombinations) * static_cast<std::uint64_t>(mNPositions));
+  CheckEntries(static_cast<std::uint64_t>(mNCombinations) *
+               static_cast<std::uint64_t>(mNPositions));
 }
 
 void OmAxisGrid::BuildBlocks(const OmPivotTable& table, const std::vector<std::int32_t>& dims,
@@ -76,14 +81,16 @@ void OmAxisGrid::BuildBlocks(const OmPivotTable& table, const std::vector<std::i
     auto at = block.nodes.begin();
     for (std::int32_t leaf = 0; leaf < leaves; ++leaf) {
       const auto next = at + block.width;
-      if (block.labelPosition) *at++ = tree.Handle(OmDimensionTree::Root());
+      if (block.labelPosition)
+        *at++ = tree.Handle(OmDimensionTree::Root());
       for (const OmDimensionTree::NodeId node : tree.Path(tree.Leaf(leaf))) {
         *at++ = tree.Handle(node);
       }
       at = next;
     }
     positions += block.width;
-    if (positions > INT32_MAX) throw std::bad_alloc();
+    if (positions > INT32_MAX)
+      throw std::bad_alloc();
     mBlocks.push_back(std::move(block));
   }
   mNPositions = static_cast<std::int32_t>(positions);
@@ -101,9 +108,11 @@ void OmAxisGrid::AllCombinations(const std::vector<std::int32_t>& sizes, std::ui
   mLeaves.assign(static_cast<std::size_t>(span) * k, 0);
   std::vector<std::int32_t> odometer(k, 0);
   for (std::uint64_t c = 0; c < span; ++c) {
-    std::copy(odometer.begin(), odometer.end(), mLeaves.begin() + static_cast<std::ptrdiff_t>(c * k));
+    std::copy(odometer.begin(), odometer.end(),
+              mLeaves.begin() + static_cast<std::ptrdiff_t>(c * k));
     for (std::size_t i = k; i > 0; --i) {
-      if (++odometer[i - 1] < sizes[i - 1]) break;
+      if (++odometer[i - 1] < sizes[i - 1])
+        break;
       odometer[i - 1] = 0;
     }
   }
@@ -133,7 +142,8 @@ void OmAxisGrid::MarkedCombinations(const OmPivotTable& table,
       ++count;
     }
   });
-  if (count > INT32_MAX) throw std::bad_alloc();
+  if (count > INT32_MAX)
+    throw std::bad_alloc();
   CheckEntries(count * k);
   mLeaves.reserve(static_cast<std::size_t>(count) * k);
   std::vector<std::int32_t> odometer(k, 0);
@@ -142,7 +152,8 @@ void OmAxisGrid::MarkedCombinations(const OmPivotTable& table,
       mLeaves.insert(mLeaves.end(), odometer.begin(), odometer.end());
     }
     for (std::size_t i = k; i > 0; --i) {
-      if (++odometer[i - 1] < sizes[i - 1]) break;
+      if (++odometer[i - 1] < sizes[i - 1])
+        break;
       odometer[i - 1] = 0;
     }
   }
@@ -157,11 +168,13 @@ void OmAxisGrid::SortedCombinations(const OmPivotTable& table,
   const std::size_t k = mBlocks.size();
   std::vector<std::int32_t> found;
   table.ForEachCellInLayer(layerIndex, [&](const std::int32_t* index, const OmCellText&) {
-    for (std::size_t i = 0; i < k; ++i) found.push_back(index[mBlocks[i].dimension]);
+    for (std::size_t i = 0; i < k; ++i)
+      found.push_back(index[mBlocks[i].dimension]);
   });
   const std::size_t n = k == 0 ? 0 : found.size() / k;
   std::vector<std::size_t> order(n);
-  for (std::size_t i = 0; i < n; ++i) order[i] = i;
+  for (std::size_t i = 0; i < n; ++i)
+    order[i] = i;
   const auto less = [&](std::size_t a, std::size_t b) {
     return std::lexicographical_compare(found.begin() + static_cast<std::ptrdiff_t>(a * k),
                                         found.begin() + static_cast<std::ptrdiff_t>(a * k + k),
@@ -171,32 +184,40 @@ void OmAxisGrid::SortedCombinations(const OmPivotTable& table,
   std::sort(order.begin(), order.end(), less);
   std::uint64_t count = 0;
   for (std::size_t i = 0; i < n; ++i) {
-    if (i > 0 && !less(order[i - 1], order[i])) continue;
+    if (i > 0 && !less(order[i - 1], order[i]))
+      continue;
     const auto from = found.begin() + static_cast<std::ptrdiff_t>(order[i] * k);
     mLeaves.insert(mLeaves.end(), from, from + static_cast<std::ptrdiff_t>(k));
     ++count;
   }
-  if (count > INT32_MAX) throw std::bad_alloc();
+  if (count > INT32_MAX)
+    throw std::bad_alloc();
   mNCombinations = static_cast<std::int32_t>(count);
 }
 
 OmNodeColumn OmAxisGrid::NodesOfCombination(std::int32_t combination) const {
   OmNodeColumn nodes;
-  if (combination < 0 || combination >= mNCombinations) return nodes;
-  for (std::int32_t p = 0; p < mNPositions; ++p) nodes.push_back(At(combination, p));
+  if (combination < 0 || combination >= mNCombinations)
+    return nodes;
+  for (std::int32_t p = 0; p < mNPositions; ++p)
+    nodes.push_back(At(combination, p));
   return nodes;
 }
 
 OmNodeColumn OmAxisGrid::NodesAtPosition(std::int32_t position) const {
   OmNodeColumn nodes;
-  if (position < 0 || position >= mNPositions) return nodes;
-  for (std::int32_t c = 0; c < mNCombinations; ++c) nodes.push_back(At(c, position));
+  if (position < 0 || position >= mNPositions)
+    return nodes;
+  for (std::int32_t c = 0; c < mNCombinations; ++c)
+    nodes.push_back(At(c, position));
   return nodes;
 }
 
 void OmAxisGrid::Fill(std::vector<std::int32_t>& index, std::int32_t combination) const {
-  if (combination < 0 || combination >= mNCombinations) return;
-  if (index.size() < mNDimensions) index.resize(mNDimensions, 0);
+  if (combination < 0 || combination >= mNCombinations)
+    return;
+  if (index.size() < mNDimensions)
+    index.resize(mNDimensions, 0);
   const std::size_t k = mBlocks.size();
   for (std::size_t i = 0; i < k; ++i) {
     index[static_cast<std::size_t>(mBlocks[i].dimension)] =

@@ -18,10 +18,10 @@ class OmAxisGrid {
   // The heading positions of one dimension of the axis: its label's (when
   // the label takes a position), then one per category level.
   struct Block {
-    std::int32_t dimension = 0;   // position in table order
-    std::int32_t first = 0;       // first heading position of the block
-    std::int32_t width = 0;       // number of heading positions
-    bool labelPosition = false;   // whether the first position holds the root
+    std::int32_t dimension = 0;  // position in table order
+    std::int32_t first = 0;      // first heading position of the block
+    std::int32_t width = 0;      // number of heading positions
+    bool labelPosition = false;  // whether the first position holds the root
     // For leaf l, entries l * width .. l * width + width - 1: the nodes at
     // the block's positions.
     std::vector<const ConstNode*> nodes;

@@ -34,7 +34,9 @@ constexpr std::uint64_t kSmallSpan = 32;
 constexpr std::uint64_t kHintedSpan = std::uint64_t{1} << 24;
 
 // A layer filled to a quarter of its slots costs no more as an array.
-bool IsDenseEnough(std::uint64_t cells, std::uint64_t span) { return cells >= span / 4 + (span % 4 != 0); }
+bool IsDenseEnough(std::uint64_t cells, std::uint64_t span) {
+  return cells >= span / 4 + (span % 4 != 0);
+}
 
 struct Slot {
   std::uint64_t key;
@@ -47,9 +49,8 @@ struct Slot {
 class OmCellStore::Layer {
  public:
   explicit Layer(const Shape& shape) : mShape(shape) {
-    if (shape.linear &&
-        (shape.span <= kSmallSpan ||
-         (shape.span <= kHintedSpan && IsDenseEnough(shape.expected, shape.span)))) {
+    if (shape.linear && (shape.span <= kSmallSpan || (shape.span <= kHintedSpan &&
+                                                      IsDenseEnough(shape.expected, shape.span)))) {
       mDense.assign(static_cast<std::size_t>(shape.span), nullptr);
       mMode = Mode::Dense;
     } else if (!shape.linear) {
@@ -77,25 +78,29 @@ class OmCellStore::Layer {
     switch (mMode) {
       case Mode::Dense: {
         const OmCellText*& slot = mDense[static_cast<std::size_t>(Key(index))];
-        if (slot != nullptr) return false;
+        if (slot != nullptr)
+          return false;
         slot = cell;
         ++mCount;
         return true;
       }
       case Mode::Sparse: {
         const std::uint64_t key = Key(index);
-        if (mSparse[Probe(key)].key != kEmptyKey) return false;
+        if (mSparse[Probe(key)].key != kEmptyKey)
+          return false;
         if (IsDenseEnough(mCount + 1, mShape.span)) {
           MakeDense();
           return Insert(index, cell);
         }
-        if ((mCount + 1) * 2 > mSparse.size()) Rehash(mSparse.size() * 2);
+        if ((mCount + 1) * 2 > mSparse.size())
+          Rehash(mSparse.size() * 2);
         mSparse[Probe(key)] = Slot{key, cell};
         ++mCount;
         return true;
       }
       case Mode::Wide:
-        if (!mWide.emplace(WideKey(index), cell).second) return false;
+        if (!mWide.emplace(WideKey(index), cell).second)
+          return false;
         ++mCount;
         return true;
     }
@@ -112,11 +117,14 @@ class OmCellStore::Layer {
     switch (mMode) {
       case Mode::Dense: {
         // Walk the slots in order, counting the positions like an odometer.
-        for (std::size_t i = 0; i < n; ++i) index[dims[i]] = 0;
+        for (std::size_t i = 0; i < n; ++i)
+          index[dims[i]] = 0;
         for (const OmCellText* cell : mDense) {
-          if (cell != nullptr) visit(context, index, *cell);
+          if (cell != nullptr)
+            visit(context, index, *cell);
           for (std::size_t i = n; i > 0; --i) {
-            if (++index[dims[i - 1]] < mShape.sizes[i - 1]) break;
+            if (++index[dims[i - 1]] < mShape.sizes[i - 1])
+              break;
             index[dims[i - 1]] = 0;
           }
         }
@@ -124,7 +132,8 @@ class OmCellStore::Layer {
       }
       case Mode::Sparse:
         for (const Slot& slot : mSparse) {
-          if (slot.key == kEmptyKey) continue;
+          if (slot.key == kEmptyKey)
+            continue;
           std::uint64_t key = slot.key;
           for (std::size_t i = n; i > 0; --i) {
             const auto size = static_cast<std::uint64_t>(mShape.sizes[i - 1]);
@@ -170,7 +179,8 @@ class OmCellStore::Layer {
   std::size_t Probe(std::uint64_t key) const {
     const std::size_t mask = mSparse.size() - 1;
     std::size_t at = static_cast<std::size_t>((key * 0x9E3779B97F4A7C15ULL) >> mShift) & mask;
-    while (mSparse[at].key != kEmptyKey && mSparse[at].key != key) at = (at + 1) & mask;
+    while (mSparse[at].key != kEmptyKey && mSparse[at].key != key)
+      at = (at + 1) & mask;
     return at;
   }
 
@@ -178,17 +188,20 @@ class OmCellStore::Layer {
     std::vector<Slot> old(capacity, Slot{kEmptyKey, nullptr});
     old.swap(mSparse);
     int bits = 0;
-    while ((std::size_t{1} << bits) < capacity) ++bits;
+    while ((std::size_t{1} << bits) < capacity)
+      ++bits;
     mShift = 64 - bits;
     for (const Slot& slot : old) {
-      if (slot.key != kEmptyKey) mSparse[Probe(slot.key)] = slot;
+      if (slot.key != kEmptyKey)
+        mSparse[Probe(slot.key)] = slot;
     }
   }
 
   void MakeDense() {
     std::vector<const OmCellText*> dense(static_cast<std::size_t>(mShape.span), nullptr);
     for (const Slot& slot : mSparse) {
-      if (slot.key != kEmptyKey) dense[static_cast<std::size_t>(slot.key)] = slot.cell;
+      if (slot.key != kEmptyKey)
+        dense[static_cast<std::size_t>(slot.key)] = slot.cell;
     }
     mDense.swap(dense);
     std::vector<Slot>().swap(mSparse);
@@ -222,7 +235,8 @@ OmCellStore::OmCellStore(const std::vector<std::int32_t>& sizes, const std::vect
   std::uint64_t span = 1;
   for (std::size_t i = n; i > 0; --i) {
     mShape->strides[i - 1] = span;
-    const auto size = static_cast<std::uint64_t>(mShape->sizes[i - 1] > 0 ? mShape->sizes[i - 1] : 1);
+    const auto size =
+        static_cast<std::uint64_t>(mShape->sizes[i - 1] > 0 ? mShape->sizes[i - 1] : 1);
     if (span > (kEmptyKey - 1) / size) {
       mShape->linear = false;
       break;
@@ -247,28 +261,33 @@ OmCellStore::~OmCellStore() = default;
 std::string OmCellStore::LayerKey(const std::int32_t* index) const {
   std::string key(mLayerDims.size() * sizeof(std::int32_t), '\0');
   for (std::size_t i = 0; i < mLayerDims.size(); ++i) {
-    std::memcpy(key.data() + i * sizeof(std::int32_t), &index[mLayerDims[i]],
-                sizeof(std::int32_t));
+    std::memcpy(key.data() + i * sizeof(std::int32_t), &index[mLayerDims[i]], sizeof(std::int32_t));
   }
   return key;
 }
 
 bool OmCellStore::IsLastLayer(const std::int32_t* index) const {
-  if (mLastLayer == nullptr) return false;
+  if (mLastLayer == nullptr)
+    return false;
   for (std::size_t i = 0; i < mLayerDims.size(); ++i) {
-    if (index[mLayerDims[i]] != mLastPositions[i]) return false;
+    if (index[mLayerDims[i]] != mLastPositions[i])
+      return false;
   }
   return true;
 }
 
 OmCellStore::Layer* OmCellStore::FindLayer(const std::int32_t* index) const {
-  if (mLayerDims.empty()) return mSingle.get();
-  if (IsLastLayer(index)) return mLastLayer;
+  if (mLayerDims.empty())
+    return mSingle.get();
+  if (IsLastLayer(index))
+    return mLastLayer;
   const std::string key = LayerKey(index);
   const auto it = mLayers.find(key);
-  if (it == mLayers.end()) return nullptr;
+  if (it == mLayers.end())
+    return nullptr;
   mLastPositions.resize(mLayerDims.size());
-  for (std::size_t i = 0; i < mLayerDims.size(); ++i) mLastPositions[i] = index[mLayerDims[i]];
+  for (std::size_t i = 0; i < mLayerDims.size(); ++i)
+    mLastPositions[i] = index[mLayerDims[i]];
   mLastLayer = it->second.get();
   return mLastLayer;
 }
@@ -279,14 +298,16 @@ const OmCellText* OmCellStore::Find(const std::int32_t* index) const {
 }
 
 bool OmCellStore::Insert(const std::int32_t* index, const OmCellText* cell) {
-  if (mLayerDims.empty() && !mSingle) mSingle = std::make_unique<Layer>(*mShape);
+  if (mLayerDims.empty() && !mSingle)
+    mSingle = std::make_unique<Layer>(*mShape);
   Layer* layer = FindLayer(index);
   if (layer == nullptr) {
     auto made = std::make_unique<Layer>(*mShape);
     layer = made.get();
     mLayers.emplace(LayerKey(index), std::move(made));
   }
-  if (!layer->Insert(index, cell)) return false;
+  if (!layer->Insert(index, cell))
+    return false;
   ++mCount;
   return true;
 }
@@ -299,7 +320,8 @@ std::int64_t OmCellStore::CountInLayer(const std::int32_t* layerIndex) const {
 void OmCellStore::ForEach(const std::int32_t* layerIndex, Visit visit, const void* context) const {
   std::vector<std::int32_t> index(static_cast<std::size_t>(mNDimensions), 0);
   if (layerIndex == nullptr) {
-    if (mSingle) mSingle->ForEach(index.data(), visit, context);
+    if (mSingle)
+      mSingle->ForEach(index.data(), visit, context);
     for (const auto& [key, layer] : mLayers) {
       for (std::size_t i = 0; i < mLayerDims.size(); ++i) {
         std::memcpy(&index[static_cast<std::size_t>(mLayerDims[i])],
@@ -310,7 +332,8 @@ void OmCellStore::ForEach(const std::int32_t* layerIndex, Visit visit, const voi
     return;
   }
   const Layer* layer = FindLayer(layerIndex);
-  if (layer == nullptr) return;
+  if (layer == nullptr)
+    return;
   for (const std::int32_t d : mLayerDims) {
     index[static_cast<std::size_t>(d)] = layerIndex[d];
   }

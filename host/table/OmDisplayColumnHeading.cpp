@@ -33,12 +33,17 @@ OmDisplayColumnHeading& OmDisplayColumnHeading::operator=(OmDisplayColumnHeading
     default;
 OmDisplayColumnHeading::~OmDisplayColumnHeading() = default;
 
-std::int32_t OmDisplayColumnHeading::NRows() const { return mData->grid.NPositions(); }
-std::int32_t OmDisplayColumnHeading::NColumns() const { return mData->grid.NCombinations(); }
+std::int32_t OmDisplayColumnHeading::NRows() const {
+  return mData->grid.NPositions();
+}
+std::int32_t OmDisplayColumnHeading::NColumns() const {
+  return mData->grid.NCombinations();
+}
 
 const OmNodeColumn& OmDisplayColumnHeading::Column(std::int32_t j) const {
   static const OmNodeColumn kNone;
-  if (j < 0 || j >= NColumns()) return kNone;
+  if (j < 0 || j >= NColumns())
+    return kNone;
   std::unique_ptr<OmNodeColumn>& column = mData->columns[static_cast<std::size_t>(j)];
   if (!column) {
     column = std::make_unique<OmNodeColumn>(mData->grid.NodesOfCombination(j));

@@ -33,12 +33,15 @@ OmDisplayLayerHeading::OmDisplayLayerHeading(OmPivotTable& table, bool hideEmpty
 }
 
 OmDisplayLayerHeading::OmDisplayLayerHeading(OmDisplayLayerHeading&&) noexcept = default;
-OmDisplayLayerHeading& OmDisplayLayerHeading::operator=(OmDisplayLayerHeading&&) noexcept =
-    default;
+OmDisplayLayerHeading& OmDisplayLayerHeading::operator=(OmDisplayLayerHeading&&) noexcept = default;
 OmDisplayLayerHeading::~OmDisplayLayerHeading() = default;
 
-OmPivotTable& OmDisplayLayerHeading::Table() const { return *mData->table; }
-bool OmDisplayLayerHeading::HideEmpty() const { return mData->hideEmpty; }
+OmPivotTable& OmDisplayLayerHeading::Table() const {
+  return *mData->table;
+}
+bool OmDisplayLayerHeading::HideEmpty() const {
+  return mData->hideEmpty;
+}
 
 std::int32_t OmDisplayLayerHeading::NDimensions() const {
   return static_cast<std::int32_t>(mData->positions.size());
@@ -46,22 +49,26 @@ std::int32_t OmDisplayLayerHeading::NDimensions() const {
 
 OmNodeColumn OmDisplayLayerHeading::Nodes(std::int32_t i) const {
   OmNodeColumn nodes;
-  if (i < 0 || i >= NDimensions()) return nodes;
+  if (i < 0 || i >= NDimensions())
+    return nodes;
   const auto at = static_cast<std::size_t>(i);
   const OmDimension& dimension =
       mData->table->Dimension(mData->table->AxisDimensions(OmAxis::Layer)[at]);
   const OmDimensionTree& tree = dimension.Tree();
-  if (dimension.ShowLabel()) nodes.push_back(tree.Handle(OmDimensionTree::Root()));
+  if (dimension.ShowLabel())
+    nodes.push_back(tree.Handle(OmDimensionTree::Root()));
   const OmDimensionTree::NodeId leaf = tree.Leaf(mData->positions[at]);
   if (leaf != OmDimensionTree::kNoNode) {
-    for (const OmDimensionTree::NodeId node : tree.Path(leaf)) nodes.push_back(tree.Handle(node));
+    for (const OmDimensionTree::NodeId node : tree.Path(leaf))
+      nodes.push_back(tree.Handle(node));
   }
   return nodes;
 }
 
 void OmDisplayLayerHeading::Fill(std::vector<std::int32_t>& index) const {
   const auto size = static_cast<std::size_t>(mData->table->NDimensions());
-  if (index.size() < size) index.resize(size, 0);
+  if (index.size() < size)
+    index.resize(size, 0);
   const std::vector<std::int32_t>& dims = mData->table->AxisDimensions(OmAxis::Layer);
   for (std::size_t i = 0; i < dims.size(); ++i) {
     index[static_cast<std::size_t>(dims[i])] = mData->positions[i];
@@ -87,7 +94,8 @@ bool OmDisplayLayerHeading::NextLayer() {
       for (std::size_t i = dims.size(); i > 0; --i) {
         if (data.positions[i - 1] + 1 < data.table->Dimension(dims[i - 1]).NLeaves()) {
           ++data.positions[i - 1];
-          for (std::size_t j = i; j < dims.size(); ++j) data.positions[j] = 0;
+          for (std::size_t j = i; j < dims.size(); ++j)
+            data.positions[j] = 0;
           return true;
         }
       }

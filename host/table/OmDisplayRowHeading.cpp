@@ -21,7 +21,8 @@ struct OmDisplayRowHeading::Data {
         grid(layer.Table(), OmAxis::Row, LayerIndex(layer), hideEmpty, !labelsInCorner),
         corner(static_cast<std::size_t>(grid.NPositions()), nullptr),
         columns(static_cast<std::size_t>(grid.NPositions())) {
-    if (!labelsInCorner) return;
+    if (!labelsInCorner)
+      return;
     for (const OmAxisGrid::Block& block : grid.Blocks()) {
       const OmDimension& dimension = table->Dimension(block.dimension);
       if (dimension.ShowLabel() && block.width > 0) {
@@ -45,12 +46,17 @@ OmDisplayRowHeading::OmDisplayRowHeading(OmDisplayRowHeading&&) noexcept = defau
 OmDisplayRowHeading& OmDisplayRowHeading::operator=(OmDisplayRowHeading&&) noexcept = default;
 OmDisplayRowHeading::~OmDisplayRowHeading() = default;
 
-std::int32_t OmDisplayRowHeading::NColumns() const { return mData->grid.NPositions(); }
-std::int32_t OmDisplayRowHeading::NRows() const { return mData->grid.NCombinations(); }
+std::int32_t OmDisplayRowHeading::NColumns() const {
+  return mData->grid.NPositions();
+}
+std::int32_t OmDisplayRowHeading::NRows() const {
+  return mData->grid.NCombinations();
+}
 
 const OmNodeColumn& OmDisplayRowHeading::Column(std::int32_t i) const {
   static const OmNodeColumn kNone;
-  if (i < 0 || i >= NColumns()) return kNone;
+  if (i < 0 || i >= NColumns())
+    return kNone;
   std::unique_ptr<OmNodeColumn>& column = mData->columns[static_cast<std::size_t>(i)];
   if (!column) {
     column = std::make_unique<OmNodeColumn>(mData->grid.NodesAtPosition(i));

@@ -32,9 +32,11 @@ void OmFootnoter::Reset() {
 }
 
 std::string OmFootnoter::CellMarker(std::int32_t n, std::int32_t*) {
-  if (n < 0 || n >= Size()) return "";
+  if (n < 0 || n >= Size())
+    return "";
   Data& data = *mData;
-  if (data.place.size() != data.footnotes.size()) data.place.assign(data.footnotes.size(), -1);
+  if (data.place.size() != data.footnotes.size())
+    data.place.assign(data.footnotes.size(), -1);
   std::int32_t& place = data.place[static_cast<std::size_t>(n)];
   if (place < 0) {
     place = static_cast<std::int32_t>(data.requested.size());
@@ -49,19 +51,22 @@ std::int32_t OmFootnoter::Size() const {
 }
 
 std::string OmFootnoter::NoteMarker(std::int32_t i) const {
-  if (i < 0 || i >= Size()) return "";
+  if (i < 0 || i >= Size())
+    return "";
   return Marker(i, mData->alphabetic);
 }
 
 std::string OmFootnoter::Note(std::int32_t i) const {
-  if (i < 0 || i >= Size()) return "";
+  if (i < 0 || i >= Size())
+    return "";
   const Data& data = *mData;
   if (!data.listed) {
     data.listing = data.requested;
     for (std::int32_t n = 0; n < Size(); ++n) {
       const bool asked = static_cast<std::size_t>(n) < data.place.size() &&
                          data.place[static_cast<std::size_t>(n)] >= 0;
-      if (!asked) data.listing.push_back(n);
+      if (!asked)
+        data.listing.push_back(n);
     }
     data.listed = true;
   }
@@ -69,8 +74,10 @@ std::string OmFootnoter::Note(std::int32_t i) const {
 }
 
 std::string OmFootnoter::Marker(std::int32_t i, bool alphabetic) {
-  if (i < 0) return "";
-  if (!alphabetic) return std::to_string(static_cast<std::int64_t>(i) + 1);
+  if (i < 0)
+    return "";
+  if (!alphabetic)
+    return std::to_string(static_cast<std::int64_t>(i) + 1);
   // Bijective base 26: a..z are 0..25, aa follows z.
   std::string marker;
   std::int64_t n = static_cast<std::int64_t>(i) + 1;

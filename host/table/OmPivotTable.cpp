@@ -6,8 +6,8 @@
 #include <type_traits>
 #include <utility>
 
-#include "host/table/OmCellStore.h"
 #include "host/output/OmText.h"
+#include "host/table/OmCellStore.h"
 
 struct OmPivotTable::Data {
   std::unique_ptr<OmCellText> title = std::make_unique<OmStringCell>("");
@@ -46,7 +46,8 @@ std::string Describe(OmPivotTable::IndexStatus status) {
 }
 
 void Require(OmPivotTable::IndexStatus status) {
-  if (status != OmPivotTable::IndexStatus::Valid) throw std::invalid_argument(Describe(status));
+  if (status != OmPivotTable::IndexStatus::Valid)
+    throw std::invalid_argument(Describe(status));
 }
 
 }  // namespace
@@ -54,9 +55,13 @@ void Require(OmPivotTable::IndexStatus status) {
 OmPivotTable::OmPivotTable() : mData(std::make_unique<Data>()) {}
 OmPivotTable::~OmPivotTable() = default;
 
-void OmPivotTable::Accept(Visitor& visitor) { visitor.Visit(*this); }
+void OmPivotTable::Accept(Visitor& visitor) {
+  visitor.Visit(*this);
+}
 
-const OmCellText& OmPivotTable::Title() const { return *mData->title; }
+const OmCellText& OmPivotTable::Title() const {
+  return *mData->title;
+}
 
 OmCellText& OmPivotTable::SetTitle(std::unique_ptr<OmCellText> title) {
   mData->title = title ? std::move(title) : std::make_unique<OmStringCell>("");
@@ -68,7 +73,9 @@ OmCellText& OmPivotTable::SetTitle(std::string title) {
   return SetTitle(std::make_unique<OmStringCell>(std::move(title)));
 }
 
-const OmText* OmPivotTable::Caption() const { return mData->caption.get(); }
+const OmText* OmPivotTable::Caption() const {
+  return mData->caption.get();
+}
 void OmPivotTable::SetCaption(std::unique_ptr<OmText> caption) {
   mData->caption = std::move(caption);
 }
@@ -76,14 +83,20 @@ void OmPivotTable::SetCaption(std::string caption) {
   mData->caption = std::make_unique<OmText>(std::move(caption));
 }
 
-const std::vector<std::string>& OmPivotTable::Footnotes() const { return mData->footnotes; }
+const std::vector<std::string>& OmPivotTable::Footnotes() const {
+  return mData->footnotes;
+}
 std::int32_t OmPivotTable::AddFootnote(std::string text) {
   mData->footnotes.push_back(std::move(text));
   return static_cast<std::int32_t>(mData->footnotes.size() - 1);
 }
 
-bool OmPivotTable::IsNotes() const { return mData->notes; }
-void OmPivotTable::SetNotes(bool notes) { mData->notes = notes; }
+bool OmPivotTable::IsNotes() const {
+  return mData->notes;
+}
+void OmPivotTable::SetNotes(bool notes) {
+  mData->notes = notes;
+}
 
 OmDimension& OmPivotTable::AddDimension(OmAxis axis, std::unique_ptr<OmCellText> label) {
   if (mData->store) {
@@ -110,12 +123,14 @@ std::int32_t OmPivotTable::NDimensions() const {
 }
 
 const OmDimension& OmPivotTable::Dimension(std::int32_t i) const {
-  if (i < 0 || i >= NDimensions()) throw std::out_of_range("no dimension " + std::to_string(i));
+  if (i < 0 || i >= NDimensions())
+    throw std::out_of_range("no dimension " + std::to_string(i));
   return *mData->dimensions[static_cast<std::size_t>(i)];
 }
 
 OmDimension& OmPivotTable::Dimension(std::int32_t i) {
-  if (i < 0 || i >= NDimensions()) throw std::out_of_range("no dimension " + std::to_string(i));
+  if (i < 0 || i >= NDimensions())
+    throw std::out_of_range("no dimension " + std::to_string(i));
   return *mData->dimensions[static_cast<std::size_t>(i)];
 }
 
@@ -125,21 +140,24 @@ const std::vector<std::int32_t>& OmPivotTable::AxisDimensions(OmAxis axis) const
 
 OmPivotTable::IndexStatus OmPivotTable::CheckIndex(const std::vector<std::int32_t>& index,
                                                    std::int32_t* badEntry) const {
-  if (index.size() != mData->dimensions.size()) return IndexStatus::WrongLength;
+  if (index.size() != mData->dimensions.size())
+    return IndexStatus::WrongLength;
   for (std::size_t i = 0; i < index.size(); ++i) {
-    const std::int32_t leaves =
-        mData->store ? mData->sizes[i] : mData->dimensions[i]->NLeaves();
+    const std::int32_t leaves = mData->store ? mData->sizes[i] : mData->dimensions[i]->NLeaves();
     if (index[i] < 0 || index[i] >= leaves) {
-      if (badEntry != nullptr) *badEntry = static_cast<std::int32_t>(i);
+      if (badEntry != nullptr)
+        *badEntry = static_cast<std::int32_t>(i);
       return IndexStatus::OutOfRange;
     }
   }
-  if (mData->store && mData->store->Find(index.data()) != nullptr) return IndexStatus::Used;
+  if (mData->store && mData->store->Find(index.data()) != nullptr)
+    return IndexStatus::Used;
   return IndexStatus::Valid;
 }
 
 void OmPivotTable::Freeze() {
-  if (mData->store) return;
+  if (mData->store)
+    return;
   std::vector<std::int32_t> sizes;
   std::vector<bool> layer;
   for (const auto& dimension : mData->dimensions) {
@@ -149,7 +167,8 @@ void OmPivotTable::Freeze() {
   mData->store = std::make_unique<OmCellStore>(sizes, layer);
   mData->store->Expect(mData->expected);
   mData->sizes = std::move(sizes);
-  for (auto& dimension : mData->dimensions) dimension->mFrozen = true;
+  for (auto& dimension : mData->dimensions)
+    dimension->mFrozen = true;
 }
 
 template <class Cell, class... Args>
@@ -183,7 +202,8 @@ Cell& OmPivotTable::Emplace(const std::vector<std::int32_t>& index, Args&&... ar
 
 OmCellText& OmPivotTable::SetCell(const std::vector<std::int32_t>& index,
                                   std::unique_ptr<OmCellText> cell) {
-  if (!cell) throw std::invalid_argument("a null cell cannot be stored");
+  if (!cell)
+    throw std::invalid_argument("a null cell cannot be stored");
   Require(CheckIndex(index));
   Freeze();
   mData->owned.push_back(std::move(cell));
@@ -212,28 +232,35 @@ OmStringCell& OmPivotTable::SetText(const std::vector<std::int32_t>& index, std:
 
 void OmPivotTable::ExpectCells(std::int64_t count) {
   mData->expected = count;
-  if (mData->store) mData->store->Expect(count);
+  if (mData->store)
+    mData->store->Expect(count);
 }
 
 const OmCellText* OmPivotTable::Cell(const std::vector<std::int32_t>& index) const {
-  if (!mData->store || index.size() != mData->sizes.size()) return nullptr;
+  if (!mData->store || index.size() != mData->sizes.size())
+    return nullptr;
   for (std::size_t i = 0; i < index.size(); ++i) {
-    if (index[i] < 0 || index[i] >= mData->sizes[i]) return nullptr;
+    if (index[i] < 0 || index[i] >= mData->sizes[i])
+      return nullptr;
   }
   return mData->store->Find(index.data());
 }
 
-std::int64_t OmPivotTable::NCells() const { return mData->store ? mData->store->Count() : 0; }
+std::int64_t OmPivotTable::NCells() const {
+  return mData->store ? mData->store->Count() : 0;
+}
 
 std::int64_t OmPivotTable::NCellsInLayer(const std::vector<std::int32_t>& layerIndex) const {
-  if (!mData->store || layerIndex.size() != mData->sizes.size()) return 0;
+  if (!mData->store || layerIndex.size() != mData->sizes.size())
+    return 0;
   return mData->store->CountInLayer(layerIndex.data());
 }
 
 void OmPivotTable::ForEachCellInLayer(
     const std::vector<std::int32_t>& layerIndex,
     const std::function<void(const std::int32_t* index, const OmCellText& cell)>& visit) const {
-  if (!mData->store || layerIndex.size() != mData->sizes.size()) return;
+  if (!mData->store || layerIndex.size() != mData->sizes.size())
+    return;
   using Visit = std::function<void(const std::int32_t*, const OmCellText&)>;
   mData->store->ForEach(
       layerIndex.data(),

@@ -15,8 +15,8 @@
 #include <vector>
 
 #include "host/output/OmCellText.h"
-#include "host/table/OmDimension.h"
 #include "host/output/OmOutputPart.h"
+#include "host/table/OmDimension.h"
 
 class OmText;
 

@@ -67,8 +67,10 @@ class OmVectorTree {
   // number. Throws std::out_of_range when parent is not a node of this tree
   // (value is then dropped) and std::length_error past 2^31 - 1 nodes.
   NodeId AddChild(NodeId parent, T value) {
-    if (!Contains(parent)) throw std::out_of_range("no tree node " + std::to_string(parent));
-    if (Size() == INT32_MAX) throw std::length_error("too many tree nodes");
+    if (!Contains(parent))
+      throw std::out_of_range("no tree node " + std::to_string(parent));
+    if (Size() == INT32_MAX)
+      throw std::length_error("too many tree nodes");
     const NodeId id = Emplace(parent, std::move(value));
     Record& up = mRecords[static_cast<std::size_t>(parent)];
     if (up.lastChild == kNoNode) {
@@ -154,7 +156,8 @@ class OmVectorTree {
   // Numbers the leaves depth first without recursion, so that a very deep
   // tree cannot exhaust the stack.
   void Number() const {
-    if (mNumbered) return;
+    if (mNumbered)
+      return;
     mLeaves.clear();
     mMaxDepth = 0;
     NodeId node = FirstChild(Root());
@@ -164,9 +167,12 @@ class OmVectorTree {
         continue;
       }
       mLeaves.push_back(node);
-      if (Depth(node) > mMaxDepth) mMaxDepth = Depth(node);
-      while (node != kNoNode && NextSibling(node) == kNoNode) node = Parent(node);
-      if (node != kNoNode) node = NextSibling(node);
+      if (Depth(node) > mMaxDepth)
+        mMaxDepth = Depth(node);
+      while (node != kNoNode && NextSibling(node) == kNoNode)
+        node = Parent(node);
+      if (node != kNoNode)
+        node = NextSibling(node);
     }
     mNumbered = true;
   }

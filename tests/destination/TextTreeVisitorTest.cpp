@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "../cli/CommandRunner.h"
-#include "host/platform/BpError.h"
 #include "host/output/OmHeading.h"
 #include "host/output/OmOutputTree.h"
+#include "host/platform/BpError.h"
 #include "host/platform/OmPlatform.h"
 
 namespace {

@@ -19,9 +19,9 @@
 #include "export/OmTextExportTreeVisitor.h"
 #include "host/output/OmHeading.h"
 #include "host/output/OmOutputTree.h"
-#include "host/table/OmPivotTable.h"
 #include "host/output/OmTextBlock.h"
 #include "host/output/OmTitledPart.h"
+#include "host/table/OmPivotTable.h"
 
 namespace {
 

@@ -19,18 +19,22 @@ namespace {
 
 // A node's label text; "-" for a null entry, "?" for a node without label.
 std::string Text(const OmDimensionTree::ConstNode* node) {
-  if (node == nullptr) return "-";
+  if (node == nullptr)
+    return "-";
   const OmCellText* label = node->Label();
   return label == nullptr ? "?" : label->GetText();
 }
 
-std::string Text(const OmCellText* cell) { return cell == nullptr ? "-" : cell->GetText(); }
+std::string Text(const OmCellText* cell) {
+  return cell == nullptr ? "-" : cell->GetText();
+}
 
 // Entries joined by "|", so that a whole grid compares in one expectation.
 template <class Entries>
 std::string Join(const Entries& entries) {
   std::string text;
-  for (std::size_t i = 0; i < entries.size(); ++i) text += (i > 0 ? "|" : "") + Text(entries[i]);
+  for (std::size_t i = 0; i < entries.size(); ++i)
+    text += (i > 0 ? "|" : "") + Text(entries[i]);
   return text;
 }
 
@@ -38,7 +42,8 @@ std::string Join(const Entries& entries) {
 template <class Heading>
 std::string RowsOf(const Heading& heading, std::int32_t nRows) {
   std::string text;
-  for (std::int32_t r = 0; r < nRows; ++r) text += Join(heading.Row(r)) + "\n";
+  for (std::int32_t r = 0; r < nRows; ++r)
+    text += Join(heading.Row(r)) + "\n";
   return text;
 }
 
@@ -70,7 +75,8 @@ std::unique_ptr<OmPivotTable> Crosstab() {
       {0, 0, 0}, {0, 0, 1}, {0, 0, 2}, {0, 0, 3}, {0, 1, 0}, {0, 1, 1},
       {0, 1, 2}, {0, 1, 3}, {1, 0, 0}, {1, 0, 1}, {1, 0, 2}, {1, 0, 3},
       {2, 0, 0}, {2, 0, 2}, {3, 0, 0}, {3, 1, 1}, {3, 1, 3}};
-  for (const auto& index : cells) table->SetNumber(index, 1.5, 1);
+  for (const auto& index : cells)
+    table->SetNumber(index, 1.5, 1);
   return table;
 }
 
@@ -257,7 +263,8 @@ TEST(OmDisplayRowHeading, TooManyCombinationsToShowFailsAsLackOfMemory) {
   OmPivotTable table;
   for (const char* name : {"a", "b", "c"}) {
     OmDimension& dimension = table.AddDimension(OmAxis::Row, name);
-    for (int i = 0; i < 2000; ++i) dimension.AddCategory(std::to_string(i));
+    for (int i = 0; i < 2000; ++i)
+      dimension.AddCategory(std::to_string(i));
   }
   OmDisplayLayerHeading layer(table, false);
   EXPECT_THROW(OmDisplayRowHeading(layer, false, true), std::bad_alloc);

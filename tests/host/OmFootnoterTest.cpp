@@ -35,7 +35,8 @@ TEST(OmFootnoter, MarkersRunAsNumbersOrAsSpreadsheetColumns) {
   const std::pair<std::int32_t, const char*> alphabetic[] = {
       {0, "a"},   {25, "z"},   {26, "aa"},   {27, "ab"}, {51, "az"},
       {52, "ba"}, {701, "zz"}, {702, "aaa"}, {-1, ""},   {INT32_MAX, "fxshrxx"}};
-  for (const auto& [i, marker] : alphabetic) EXPECT_EQ(OmFootnoter::Marker(i, true), marker) << i;
+  for (const auto& [i, marker] : alphabetic)
+    EXPECT_EQ(OmFootnoter::Marker(i, true), marker) << i;
   EXPECT_EQ(OmFootnoter::Marker(0, false), "1");
   EXPECT_EQ(OmFootnoter::Marker(9, false), "10");
   EXPECT_EQ(OmFootnoter::Marker(INT32_MAX, false), "2147483648");
@@ -43,11 +44,13 @@ TEST(OmFootnoter, MarkersRunAsNumbersOrAsSpreadsheetColumns) {
 
 TEST(OmFootnoter, TwentySeventhRequestGetsAaAndKeepsItsOwnCopy) {
   auto notes = std::make_unique<std::vector<std::string>>();
-  for (int i = 0; i < 30; ++i) notes->push_back("note " + std::to_string(i));
+  for (int i = 0; i < 30; ++i)
+    notes->push_back("note " + std::to_string(i));
   OmFootnoter footnoter(*notes, true);
   notes.reset();
   std::string last;
-  for (std::int32_t n = 29; n >= 3; --n) last = footnoter.CellMarker(n, nullptr);
+  for (std::int32_t n = 29; n >= 3; --n)
+    last = footnoter.CellMarker(n, nullptr);
   EXPECT_EQ(last, "aa");
   EXPECT_EQ(footnoter.NoteMarker(26) + " " + footnoter.Note(26), "aa note 3");
   EXPECT_EQ(footnoter.Note(27), "note 0");

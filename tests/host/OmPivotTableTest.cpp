@@ -21,7 +21,8 @@ std::unique_ptr<OmPivotTable> SmallTable() {
   for (const auto& [axis, leaves] :
        {std::pair{OmAxis::Layer, 3}, {OmAxis::Row, 2}, {OmAxis::Column, 4}}) {
     OmDimension& dimension = table->AddDimension(axis, "d");
-    for (int i = 0; i < leaves; ++i) dimension.AddCategory(std::to_string(i));
+    for (int i = 0; i < leaves; ++i)
+      dimension.AddCategory(std::to_string(i));
   }
   return table;
 }
@@ -137,7 +138,8 @@ TEST_P(CellStoreForms, FindsWhatWasStoredAndNothingElse) {
   for (const int hinted : {0, 1, 2}) {
     SCOPED_TRACE(hinted);
     OmCellStore store(sizes, layer);
-    if (hinted == 1) store.Expect(40000);
+    if (hinted == 1)
+      store.Expect(40000);
     // A reproducible spread of indexes, some repeated.
     std::map<Index, int> stored;
     std::uint64_t seed = 12345;
@@ -149,12 +151,15 @@ TEST_P(CellStoreForms, FindsWhatWasStoredAndNothingElse) {
       }
       const bool fresh = stored.emplace(index, 1).second;
       ASSERT_EQ(store.Insert(index.data(), &cell), fresh);
-      if (hinted == 2 && n == 0) store.Expect(40000);
+      if (hinted == 2 && n == 0)
+        store.Expect(40000);
     }
     EXPECT_EQ(store.Count(), static_cast<std::int64_t>(stored.size()));
-    for (const auto& entry : stored) ASSERT_EQ(store.Find(entry.first.data()), &cell);
+    for (const auto& entry : stored)
+      ASSERT_EQ(store.Find(entry.first.data()), &cell);
     Index last(sizes.size(), 0);
-    for (std::size_t i = 0; i < sizes.size(); ++i) last[i] = sizes[i] - 1;
+    for (std::size_t i = 0; i < sizes.size(); ++i)
+      last[i] = sizes[i] - 1;
     EXPECT_EQ(store.Find(last.data()) != nullptr, stored.count(last) == 1);
     // Walked layer by layer, the store visits every cell once.
     using Walk = std::pair<std::size_t, std::map<Index, int>>;

@@ -23,7 +23,8 @@ TEST(OmVector, CapacityGrowsToFourThenToTheNextPowerOfTwo) {
   EXPECT_EQ(capacities,
             "0 4 4 4 4 8 8 8 8 16 16 16 16 16 16 16 16 32 32 32 32 32 32 32 32 32 32 32 32 32 32 "
             "32 32 64");
-  for (int i = 0; i < 33; ++i) EXPECT_EQ(vector[static_cast<std::size_t>(i)], i);
+  for (int i = 0; i < 33; ++i)
+    EXPECT_EQ(vector[static_cast<std::size_t>(i)], i);
   EXPECT_EQ(region.BlocksInUse(), 1U);
   EXPECT_EQ(region.BytesInUse(), 64 * sizeof(int));
 }
@@ -34,7 +35,8 @@ struct Counted {
   explicit Counted(int v) : value(v) { ++made; }
   Counted(const Counted&) = delete;
   Counted(Counted&& other) : value(other.value) {
-    if (value == throwAt) throw std::runtime_error("move");
+    if (value == throwAt)
+      throw std::runtime_error("move");
     other.value = -1;
     ++moved;
   }
@@ -48,10 +50,12 @@ TEST(OmVector, MovesElementsWhenGrowingAndDestroysEveryOne) {
   {
     OmMemoryRegion region(false);
     OmVector<Counted> vector(region);
-    for (int i = 0; i < 5; ++i) vector.EmplaceBack(i);
+    for (int i = 0; i < 5; ++i)
+      vector.EmplaceBack(i);
     EXPECT_EQ(Counted::moved, 4);  // four moved when the fifth arrived
     EXPECT_EQ(Counted::destroyed, 4);
-    for (int i = 0; i < 5; ++i) EXPECT_EQ(vector[static_cast<std::size_t>(i)].value, i);
+    for (int i = 0; i < 5; ++i)
+      EXPECT_EQ(vector[static_cast<std::size_t>(i)].value, i);
     OmVector<Counted> target(region);
     target.EmplaceBack(9);
     target = std::move(vector);
@@ -74,7 +78,8 @@ TEST(OmVector, AppendingItsOwnElementWhileGrowingIsSafe) {
 TEST(OmVector, FailedGrowthKeepsTheElementsAndReturnsTheNewBlock) {
   OmMemoryRegion region(false);
   OmVector<Counted> vector(region);
-  for (int i = 0; i < 4; ++i) vector.EmplaceBack(i);
+  for (int i = 0; i < 4; ++i)
+    vector.EmplaceBack(i);
   Counted::throwAt = 2;
   EXPECT_THROW(vector.EmplaceBack(4), std::runtime_error);
   Counted::throwAt = -1;
@@ -87,7 +92,8 @@ TEST(OmVector, FailedGrowthKeepsTheElementsAndReturnsTheNewBlock) {
 TEST(OmMemoryRegion, BlocksAreAlignedCountedAndOptionallyZeroed) {
   OmMemoryRegion zeroed(true);
   auto* bytes = static_cast<unsigned char*>(zeroed.Allocate(100));
-  for (int i = 0; i < 100; ++i) EXPECT_EQ(bytes[i], 0);
+  for (int i = 0; i < 100; ++i)
+    EXPECT_EQ(bytes[i], 0);
   EXPECT_EQ(reinterpret_cast<std::uintptr_t>(bytes) % alignof(std::max_align_t), 0U);
   void* empty = zeroed.Allocate(0);
   EXPECT_NE(empty, nullptr);

@@ -55,10 +55,13 @@ std::string Table(const std::string& keys) {
 // A cell's text with its footnotes and markers: "text(0)[m]"; "-" for none.
 std::string CellAt(const OmPivotTable& table, const std::vector<std::int32_t>& index) {
   const OmCellText* cell = table.Cell(index);
-  if (cell == nullptr) return "-";
+  if (cell == nullptr)
+    return "-";
   std::string out = cell->GetText();
-  for (std::int16_t f : cell->Footnotes()) out += "(" + std::to_string(f) + ")";
-  for (const std::string& m : cell->getMarkers()) out += "[" + m + "]";
+  for (std::int16_t f : cell->Footnotes())
+    out += "(" + std::to_string(f) + ")";
+  for (const std::string& m : cell->getMarkers())
+    out += "[" + m + "]";
   return out;
 }
 
@@ -124,7 +127,8 @@ TEST(OmDocumentLoader, PartsAndCategoriesNestedBeyondAThousandLevelsAreRefused) 
     groups += R"({"group": "g", "categories": [)";
   }
   groups += "\"leaf\"";
-  for (int i = 0; i < 1100; ++i) parts += "]}", groups += "]}";
+  for (int i = 0; i < 1100; ++i)
+    parts += "]}", groups += "]}";
   EXPECT_NE(Rejection(parts + "]}").find(": parts are nested more than 1000 levels deep"),
             std::string::npos);
   EXPECT_NE(Rejection(Table(R"("dimensions": [{"label": "L", "axis": "row", "categories": [)" +
@@ -156,7 +160,8 @@ TEST(OmDocumentLoader, ReadsAcrossChunkBoundaries) {
   std::string text = "{\"output\": [\n";
   const std::string line =
       "{\"type\": \"text\", \"lines\": [\"" + std::string(70000, 'x') + "\"]},\n";
-  for (int i = 0; i < 3; ++i) text += line;
+  for (int i = 0; i < 3; ++i)
+    text += line;
   text += "  {\"type\": \"heading\", \"text\": 5}]}";
   EXPECT_EQ(Rejection(text), "5:31: expected a string for \"text\", found a number");
 }
@@ -185,7 +190,8 @@ TEST(PivotTableLoading, DenseDataAndTablesWithoutDimensions) {
          "footnotes": ["f"], "data": [[1, null, {"value": 2, "decimals": 1}],
                                       ["t", {"text": "u", "footnotes": [0]}, null]])"));
   std::string cells;
-  for (std::int32_t i = 0; i < 6; ++i) cells += CellAt(FirstTable(tree), {i / 3, i % 3}) + " ";
+  for (std::int32_t i = 0; i < 6; ++i)
+    cells += CellAt(FirstTable(tree), {i / 3, i % 3}) + " ";
   EXPECT_EQ(cells, "1 - 2.0 t u(0) - ");
   tree = Load(Table(R"("data": "only")"));
   EXPECT_EQ(FirstTable(tree).Cell({})->GetText(), "only");
