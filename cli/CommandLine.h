@@ -50,8 +50,4 @@ CommandLine ParseCommandLine(const std::vector<std::string>& arguments);
 // The usage text printed by --help and after a usage error.
 const char* UsageText();
 
-// text with its control characters written as escapes (\n, \r, \t, \u00XX),
-// so that a message naming a file or an argument stays on one line.
-std::string OneLine(const std::string& text);
-
 }  // namespace omtext::cli

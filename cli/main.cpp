@@ -18,6 +18,7 @@
 #include "export/OmTextExport.h"
 #include "export/OmTextExportOptions.h"
 #include "host/platform/BpError.h"
+#include "host/platform/OmMessageText.h"
 #include "host/platform/OmPlatform.h"
 #include "loader/OmDocumentLoader.h"
 
@@ -28,7 +29,7 @@ using omtext::cli::CommandLine;
 constexpr const char* kVersion = "omtext 0.1.0";
 
 int Fail(const std::string& message) {
-  std::cerr << "omtext: " << omtext::cli::OneLine(message) << '\n';
+  std::cerr << "omtext: " << OmOneLine(message) << '\n';
   return 1;
 }
 
@@ -85,7 +86,7 @@ int RunDestination(const CommandLine& commandLine, OmOutputTree& tree) {
   const BpErrorHandlerScope handler(
       [&fileProblem](const std::string& text, std::int32_t, std::int32_t) {
         fileProblem = true;
-        std::cerr << "omtext: " << omtext::cli::OneLine(text) << '\n';
+        std::cerr << "omtext: " << OmOneLine(text) << '\n';
       });
   try {
     // A failed write leaves its reason in errno; clear it so that no older
@@ -187,8 +188,7 @@ int main(int argc, char** argv) {
   try {
     commandLine = omtext::cli::ParseCommandLine(std::vector<std::string>(argv + 1, argv + argc));
   } catch (const omtext::cli::UsageError& error) {
-    std::cerr << "omtext: " << omtext::cli::OneLine(error.what()) << '\n'
-              << omtext::cli::UsageText();
+    std::cerr << "omtext: " << OmOneLine(error.what()) << '\n' << omtext::cli::UsageText();
     return 2;
   }
   if (commandLine.help) {

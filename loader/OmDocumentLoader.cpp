@@ -18,6 +18,7 @@
 #include "host/output/OmPageTitle.h"
 #include "host/output/OmTextBlock.h"
 #include "host/output/OmTitledPart.h"
+#include "host/platform/OmMessageText.h"
 #include "loader/OmDocumentLoaderPrivate.h"
 
 OmDocumentError::OmDocumentError(std::int64_t line, std::int64_t column, const std::string& message)
@@ -41,24 +42,7 @@ std::string Quote(std::string_view text) {
     while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80)
       --cut;
   }
-  std::string quoted = "\"";
-  for (const char c : text.substr(0, cut)) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte >= 0x20) {
-      quoted.push_back(c);
-    } else if (c == '\n') {
-      quoted.append("\\n");
-    } else if (c == '\r') {
-      quoted.append("\\r");
-    } else if (c == '\t') {
-      quoted.append("\\t");
-    } else {
-      static constexpr char kHex[] = "0123456789abcdef";
-      quoted.append("\\u00");
-      quoted.push_back(kHex[byte >> 4]);
-      quoted.push_back(kHex[byte & 15]);
-    }
-  }
+  std::string quoted = "\"" + OmOneLine(text.substr(0, cut));
   if (cut < text.size())
     quoted.append("...");
   quoted.push_back('"');
