@@ -18,7 +18,8 @@ OmPivotTableTxtExport::Data::Data(OmDisplayLayerHeading& layer, const OmTextExpo
       mLinesOnPage(linesOnPage),
       mMemoryRegion(false),
       mRowHeadColumns(mMemoryRegion),
-      mColHeadColumns(mMemoryRegion) {
+      mColHeadColumns(mMemoryRegion),
+      mMeasure(options.DisplayWidth()) {
   mFootnoter.Reset();
   // A tab-separated layer is printed straight from the headings: no plan,
   // no folder, and markers are handed out in print order.

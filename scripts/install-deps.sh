@@ -2,7 +2,7 @@
 # Installs the Debian packages the build needs, only those that are missing.
 # Usage: scripts/install-deps.sh [extra-package ...]
 set -eu
-packages="cmake make g++ libgtest-dev libgmock-dev libbenchmark-dev rapidjson-dev $*"
+packages="cmake make g++ libgtest-dev libgmock-dev libbenchmark-dev rapidjson-dev libutf8proc-dev $*"
 missing=""
 for p in $packages; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing="$missing $p"
