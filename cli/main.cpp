@@ -56,6 +56,7 @@ void SetOptions(const CommandLine& commandLine, OmTextExportOptions& options) {
   options.ShowNotes(commandLine.showNotes);
   options.AlphabeticFootNotes(!commandLine.numericFootnotes);
   options.ShowUnselected(!commandLine.selectedOnly);
+  options.DisplayWidth(commandLine.displayWidth);
 }
 
 // Loads the document named on the command line; "-" is standard input.
@@ -191,6 +192,7 @@ int main(int argc, char** argv) {
     std::cerr << "omtext: " << OmOneLine(error.what()) << '\n' << omtext::cli::UsageText();
     return 2;
   }
+  omtext::cli::ResolveAutoWidth(commandLine);
   if (commandLine.help) {
     std::cout << omtext::cli::UsageText();
     return std::cout.flush() ? 0 : 1;
