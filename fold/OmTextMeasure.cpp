@@ -25,7 +25,13 @@ Character NonAsciiAt(const char* s, std::size_t size) {
                                                  static_cast<utf8proc_ssize_t>(bytes), &codepoint);
   if (read != static_cast<utf8proc_ssize_t>(bytes) || codepoint < 0)
     return {bytes, 1};
-  return {bytes, utf8proc_charwidth(codepoint)};
+  const int columns = utf8proc_charwidth(codepoint);
+  // A spacing combining mark (the vowel signs of Devanagari, for one) moves
+  // the cursor on in terminals, as the C library's wcwidth has it, though
+  // utf8proc gives it no width.
+  if (columns == 0 && utf8proc_category(codepoint) == UTF8PROC_CATEGORY_MC)
+    return {bytes, 1};
+  return {bytes, columns};
 }
 
 bool IsAscii(char c) {

@@ -1,7 +1,8 @@
 // The measure of display width that one export uses, chosen once from the
 // options and the host's encoding: bytes, or terminal columns of UTF-8 text.
-// Column widths come from utf8proc's character widths; ASCII text takes a
-// path that never decodes.
+// Column widths come from utf8proc's character widths, with spacing
+// combining marks one column as terminals show them; ASCII text takes a path
+// that never decodes.
 #pragma once
 
 #include <cstddef>

@@ -38,6 +38,15 @@ TEST(OmTextMeasure, CountsEachKindOfCharacter) {
   EXPECT_EQ(Columns("\xD0\x9C\xD0\xBE"), 2);  // Cyrillic
 }
 
+TEST(OmTextMeasure, CountsSpacingMarksButNotNonspacingOnes) {
+  // Devanagari "hi": HA, then the vowel sign I, which takes a column of its
+  // own; "ne": NA with the vowel sign E above it, which takes none.
+  EXPECT_EQ(Columns("\xE0\xA4\xB9\xE0\xA4\xBF"), 2);
+  EXPECT_EQ(Columns("\xE0\xA4\xA8\xE0\xA5\x87"), 1);
+  // Thai: a consonant with a vowel mark above it.
+  EXPECT_EQ(Columns("\xE0\xB8\x94\xE0\xB8\xB5"), 1);
+}
+
 TEST(OmTextMeasure, CountsEveryAsciiByteOnce) {
   // Control characters too, so that ASCII text measures as in bytes.
   EXPECT_EQ(Columns("a\tb\x01\x7F"), 5);
