@@ -143,9 +143,10 @@ void OmPivotTableTxtExport::Data::SortColumns(std::vector<std::uint64_t>& order)
 
 void OmPivotTableTxtExport::Data::KeepWidestCharacters() {
   // A wide character is never cut, so in a narrower column it would push
-  // the separators after it out of line.
+  // the separators after it out of line. Columns of narrow characters are
+  // left as planned, so that ASCII text is laid out as in bytes.
   for (std::size_t c = 0; c < mWidestCharacters.size() && c < mColumnWidths.size(); ++c) {
-    if (mColumnWidths[c] < mWidestCharacters[c])
+    if (mWidestCharacters[c] > 1 && mColumnWidths[c] < mWidestCharacters[c])
       mColumnWidths[c] = static_cast<std::int32_t>(mWidestCharacters[c]);
   }
 }

@@ -72,8 +72,8 @@ struct OmPivotTableTxtExport::Data {
   void PrepareFormatting();
   void PreCalculateColumnWidths();
   void SortColumns(std::vector<std::uint64_t>& order) const;
-  // Counting columns, widens a column narrowed below its widest character
-  // back to it, so that no character sticks out of its column.
+  // Counting columns, widens a column narrowed below its widest (wide)
+  // character back to it, so that no character sticks out of its column.
   void KeepWidestCharacters();
   // The folder settings of this layer, folding at widthRestriction.
   OmStringFolder::Options FolderOptions(std::int32_t widthRestriction) const;
