@@ -273,11 +273,11 @@ void OmPivotTableTxtExport::Data::InsertExtraRows(std::int32_t band, std::int32_
   const auto first = static_cast<std::size_t>(std::max(firstLine, 0));
   std::vector<std::string> blanks;
   for (std::size_t c = static_cast<std::size_t>(column) + 1; c < columns; ++c) {
-    const std::size_t size = mMeasure.CountsColumns()
-                                 ? static_cast<std::size_t>(mMeasure.Width(mMatrix.Piece(first, c)))
-                                 : mMatrix.PieceSize(first, c);
+    std::size_t size = mMatrix.PieceSize(first, c);
     std::string blank;
-    if (!mMatrix.IsEmpty(first, c)) {
+    if (size != 0) {
+      if (mMeasure.CountsColumns())
+        size = static_cast<std::size_t>(mMeasure.Width(mMatrix.Piece(first, c)));
       blank.assign(size > separatorWidth ? size - separatorWidth : 0, ' ');
       blank.append(columnSeparator);
     }
