@@ -4,6 +4,7 @@
 #include <utf8proc.h>
 
 #include <algorithm>
+#include <cstring>
 
 #include "host/platform/OmPlatform.h"
 
@@ -47,6 +48,17 @@ std::int64_t OmTextMeasure::Columns(const char* s, std::size_t size) {
   std::int64_t columns = 0;
   std::size_t p = 0;
   while (p < size) {
+    // ASCII eight bytes at a time, one column each.
+    std::uint64_t eight = 0;
+    while (size - p >= sizeof eight) {
+      std::memcpy(&eight, s + p, sizeof eight);
+      if ((eight & 0x8080808080808080u) != 0)
+        break;
+      p += sizeof eight;
+      columns += static_cast<std::int64_t>(sizeof eight);
+    }
+    if (p == size)
+      break;
     if (IsAscii(s[p])) {
       ++columns;
       ++p;

@@ -268,6 +268,7 @@ void OmWinStringFolder::Data::AppendFoldedLines(const std::string& text, std::in
   const std::size_t count = starts.size();
   const std::size_t padTo = pad && full > 0 ? static_cast<std::size_t>(full) : 0;
   const std::size_t closing = pad ? columnSeparator.size() : 0;
+  const bool columns = measure.CountsColumns();
   lines.reserve(lines.size() + count + static_cast<std::size_t>(extraLines));
   for (std::size_t i = 0; i < count; ++i) {
     const auto firstLine = static_cast<std::size_t>(starts[i]);
@@ -288,8 +289,8 @@ void OmWinStringFolder::Data::AppendFoldedLines(const std::string& text, std::in
     if (pad) {
       // Blanks are one position in either measure, so what is missing in
       // display positions is the number of blanks to add.
-      const auto shown =
-          measure.CountsColumns() ? static_cast<std::size_t>(measure.Width(line)) : line.size();
+      const std::size_t shown =
+          columns ? static_cast<std::size_t>(measure.Width(line)) : line.size();
       if (shown < padTo)
         line.append(padTo - shown, ' ');
       line.append(columnSeparator);
