@@ -50,6 +50,13 @@ TEST(OmTextMeasure, CountsSpacingMarksButNotNonspacingOnes) {
 TEST(OmTextMeasure, CountsEveryAsciiByteOnce) {
   // Control characters too, so that ASCII text measures as in bytes.
   EXPECT_EQ(Columns("a\tb\x01\x7F"), 5);
+  // Long runs of ASCII, ending at, before and after eight-byte boundaries.
+  EXPECT_EQ(Columns("abcdefgh"), 8);
+  EXPECT_EQ(Columns("abcdefgh\xE6\x9D\xB1"), 10);
+  EXPECT_EQ(Columns("abcdefg\xE6\x9D\xB1"
+                    "abcdefghijklmnopq"),
+            26);
+  EXPECT_EQ(Columns(std::string(1000, 'x') + "\xC3\xBC"), 1001);
 }
 
 TEST(OmTextMeasure, CountsBytesThatAreNotUtf8AsOneColumnEach) {
