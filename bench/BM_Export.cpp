@@ -95,7 +95,7 @@ void BM_OmPivotTableTxtExport_Formatted(benchmark::State& state) {
   layer.LastLayer();
   std::ostringstream unused;
   OmTextPage page(unused, options);
-  OmPivotTableTxtExport::Data data(layer, options, page);
+  OmPivotTableTxtExportPrivate::Data data(layer, options, page);
   const auto lines = static_cast<double>(data.mMatrix.NumLines());
   state.counters["matrix_lines"] = lines;
   state.counters["matrix_bytes_per_line"] = static_cast<double>(data.mMatrix.MemoryUsage()) / lines;

@@ -94,7 +94,7 @@ BENCHMARK(BM_OmWinStringFolder_TwoWordLabel);
 void BM_OmWinStringFolder_Paragraph(benchmark::State& state) {
   // As many rows as the text wraps to, so that nothing is joined.
   const std::string text = Words(static_cast<std::size_t>(state.range(0)));
-  OmWinStringFolder::Data probe(Options());
+  OmWinStringFolderPrivate::Data probe(Options());
   OmWinFormattedNode node(text, 1, 1, 0, probe.GetStringLength(text));
   probe.Fold(node, 40);
   Fold(state, text, 40, static_cast<std::int32_t>(probe.lineLengths.size()));

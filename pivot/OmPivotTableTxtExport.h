@@ -46,9 +46,10 @@ class OmPivotTableTxtExport {
   // The caption and the footnote list.
   void PrintLayerFooter() const;
 
-  // The layer's state and planning; defined in OmPivotTableTxtExportPrivate.h.
-  struct Data;
-
  private:
+  // The layer's state and planning, defined in OmPivotTableTxtExportPrivate.h,
+  // which names it for the exporter's own files and tests.
+  struct Data;
+  friend struct OmPivotTableTxtExportPrivate;
   std::unique_ptr<Data> mData;
 };

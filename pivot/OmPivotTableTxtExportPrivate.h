@@ -30,6 +30,11 @@
 
 class OmCellText;
 
+// Names the private record for the exporter's own files and tests.
+struct OmPivotTableTxtExportPrivate {
+  using Data = OmPivotTableTxtExport::Data;
+};
+
 struct OmPivotTableTxtExport::Data {
   // The formatted nodes of one matrix column, top to bottom.
   using NodeList = std::vector<std::unique_ptr<OmFormattedNode>>;

@@ -10,7 +10,7 @@
 #include "host/platform/BpMarkup.h"
 #include "pivot/OmPivotTableTxtExportPrivate.h"
 
-using Data = OmPivotTableTxtExport::Data;
+using Data = OmPivotTableTxtExportPrivate::Data;
 
 std::string Data::GetCellText(const OmCellText* cell) {
   // Made on the first call and kept for the life of the process.

@@ -44,7 +44,7 @@ inline std::unique_ptr<OmPivotTable> Grid(const std::vector<std::string>& rows,
 
 class PivotLayerTest : public ::testing::Test {
  protected:
-  using Data = OmPivotTableTxtExport::Data;
+  using Data = OmPivotTableTxtExportPrivate::Data;
 
   // The record over the table's last layer; a formatted one is planned.
   Data& Make(std::int32_t linesOnPage = 0) {
