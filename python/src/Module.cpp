@@ -151,7 +151,9 @@ DocumentText ToText(py::handle document) {
     text.owner = source;
   } else if (PyBytes_Check(source.ptr()) || PyByteArray_Check(source.ptr()) ||
              PyMemoryView_Check(source.ptr())) {
-    text.owner = py::bytes(source);
+    text.owner = py::reinterpret_steal<py::object>(PyBytes_FromObject(source.ptr()));
+    if (!text.owner)
+      throw py::error_already_set();
     text.data = PyBytes_AS_STRING(text.owner.ptr());
     text.size = static_cast<std::size_t>(PyBytes_GET_SIZE(text.owner.ptr()));
   } else {
