@@ -265,7 +265,7 @@ NumberGrid MakeNumberGrid(py::handle values, py::handle decimals) {
   NumberGrid grid;
   grid.values = py::array_t<double, py::array::c_style | py::array::forcecast>::ensure(values);
   if (!grid.values)
-    throw py::error_already_set();
+    throw py::value_error("Numbers needs an array of numbers, not " + TypeName(values));
   if (!decimals.is_none()) {
     if (!PyLong_Check(decimals.ptr()) || PyBool_Check(decimals.ptr()))
       throw py::type_error("decimals must be an int or None, not " + TypeName(decimals));
