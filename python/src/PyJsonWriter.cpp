@@ -240,6 +240,16 @@ void PyJsonWriter::WriteArray(PyObject* object, std::int64_t span, int depth) {
   };
   const auto close = [this](std::int64_t s) { Close(s); };
   py::ssize_t flat = 0;
+  // Signed and unsigned integers, each read as its widest type.
+  const auto writeIntegers = [&](auto widest) {
+    using Integer = decltype(widest);
+    const auto values =
+        py::array_t<Integer, py::array::c_style | py::array::forcecast>::ensure(array);
+    const Integer* data = values.data();
+    WriteNested(
+        mText, values.shape(), values.ndim(), 0, flat, span,
+        [&](py::ssize_t at, std::int64_t) { AppendNumber(mText, data[at]); }, open, close);
+  };
   switch (array.dtype().kind()) {
     case 'f': {
       const auto values =
@@ -250,24 +260,12 @@ void PyJsonWriter::WriteArray(PyObject* object, std::int64_t span, int depth) {
           [&](py::ssize_t at, std::int64_t s) { WriteDouble(data[at], s); }, open, close);
       break;
     }
-    case 'i': {
-      const auto values =
-          py::array_t<std::int64_t, py::array::c_style | py::array::forcecast>::ensure(array);
-      const std::int64_t* data = values.data();
-      WriteNested(
-          mText, values.shape(), values.ndim(), 0, flat, span,
-          [&](py::ssize_t at, std::int64_t) { AppendNumber(mText, data[at]); }, open, close);
+    case 'i':
+      writeIntegers(std::int64_t{});
       break;
-    }
-    case 'u': {
-      const auto values =
-          py::array_t<std::uint64_t, py::array::c_style | py::array::forcecast>::ensure(array);
-      const std::uint64_t* data = values.data();
-      WriteNested(
-          mText, values.shape(), values.ndim(), 0, flat, span,
-          [&](py::ssize_t at, std::int64_t) { AppendNumber(mText, data[at]); }, open, close);
+    case 'u':
+      writeIntegers(std::uint64_t{});
       break;
-    }
     default: {
       // Strings, objects, booleans and dates: element by element as Python
       // values.
