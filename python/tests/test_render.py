@@ -4,6 +4,7 @@ import math
 import pathlib
 import re
 
+import numpy as np
 import pytest
 
 import omtext
@@ -63,6 +64,14 @@ def test_dumps_writes_json_that_reads_back():
     assert back["output"] == document["output"]
     assert back["numbers"][:6] == document["numbers"][:6]
     assert back["numbers"][6:] == [None, True, None]
+
+
+def test_dumps_writes_numpy_values_as_their_python_values():
+    arrays = [np.array([[1, -2]], dtype=np.int8), np.array([2**64 - 1], dtype=np.uint64),
+              np.array([[0.5, np.nan]], dtype=np.float32), np.array([True]), np.array(["é"]),
+              np.float32(1.5), np.int64(-7), np.zeros((2, 0))]
+    assert json.loads(omtext.dumps(arrays)) == [
+        [[1, -2]], [2**64 - 1], [[0.5, None]], [True], ["é"], 1.5, -7, [[], []]]
 
 
 def _bad_input_cases():
