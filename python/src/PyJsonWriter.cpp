@@ -109,11 +109,17 @@ void PyJsonWriter::WriteValue(PyObject* value, std::int64_t span, int depth) {
     WriteDouble(PyFloat_AS_DOUBLE(value), span);
   } else if (PyDict_Check(value)) {
     mText.push_back('{');
-    PyObject* key = nullptr;
-    PyObject* item = nullptr;
+    PyObject* borrowedKey = nullptr;
+    PyObject* borrowedItem = nullptr;
     Py_ssize_t position = 0;
     bool first = true;
-    while (PyDict_Next(value, &position, &key, &item)) {
+    while (PyDict_Next(value, &position, &borrowedKey, &borrowedItem)) {
+      // Held while written: a tolist() below may run code that changes the
+      // dict.
+      const py::object keyHolder = py::reinterpret_borrow<py::object>(borrowedKey);
+      const py::object itemHolder = py::reinterpret_borrow<py::object>(borrowedItem);
+      PyObject* key = keyHolder.ptr();
+      PyObject* item = itemHolder.ptr();
       if (!PyUnicode_Check(key)) {
         Fail(span, std::string("a key must be a string, not ") + Py_TYPE(key)->tp_name);
       }
@@ -134,20 +140,21 @@ void PyJsonWriter::WriteValue(PyObject* value, std::int64_t span, int depth) {
     }
     mText.push_back('}');
   } else if (PyList_Check(value) || PyTuple_Check(value)) {
-    py::sequence items = py::reinterpret_borrow<py::sequence>(value);
     mText.push_back('[');
-    const std::size_t n = items.size();
+    const auto n = static_cast<std::size_t>(PyList_Check(value) ? PyList_GET_SIZE(value)
+                                                                : PyTuple_GET_SIZE(value));
     for (std::size_t i = 0; i < n; ++i) {
       if (i > 0)
         mText.push_back(',');
       const std::int64_t entry = Open(span, static_cast<std::int64_t>(i), std::string());
-      // A list may change size under us only through a __del__; read it
-      // afresh on each step.
-      PyObject* item = PyList_Check(value) ? PyList_GetItem(value, static_cast<Py_ssize_t>(i))
-                                           : PyTuple_GetItem(value, static_cast<Py_ssize_t>(i));
-      if (item == nullptr)
+      // Read afresh and held on each step: a tolist() may run code that
+      // changes the list.
+      PyObject* borrowed = PyList_Check(value) ? PyList_GetItem(value, static_cast<Py_ssize_t>(i))
+                                               : PyTuple_GetItem(value, static_cast<Py_ssize_t>(i));
+      if (borrowed == nullptr)
         throw py::error_already_set();
-      WriteValue(item, entry, depth + 1);
+      const py::object item = py::reinterpret_borrow<py::object>(borrowed);
+      WriteValue(item.ptr(), entry, depth + 1);
       Close(entry);
     }
     mText.push_back(']');
