@@ -284,6 +284,9 @@ PYBIND11_MODULE(_omtext, m) {
   using omtext::python::NumberGrid;
   m.doc() = "Plain-text rendering of output documents (the omtext library).";
   m.attr("__version__") = "0.1.0";
+  // The docstrings carry their own signatures, in Python's terms.
+  py::options options;
+  options.disable_function_signatures();
 
   omtext::python::gDocumentError = PyErr_NewExceptionWithDoc(
       "omtext.DocumentError",
@@ -300,7 +303,16 @@ PYBIND11_MODULE(_omtext, m) {
 
   m.def("render", &omtext::python::Render, py::arg("document"),
         "render(document, **options) -> str\n\n"
-        "The text of an output document, as the omtext command writes it.");
+        "The text of an output document, byte for byte what the omtext command\n"
+        "writes. document: JSON text (str or bytes), a path, a dict of the document\n"
+        "format, a list of parts or a single part (a dict with \"type\").\n"
+        "Options, as the command's: tab_separated, width, width_restriction,\n"
+        "page_length, page_breaks, column_separator, row_separator, show_empty,\n"
+        "labels_in_heading, footnotes (False: --no-footnotes), current_layer,\n"
+        "show_notes, numeric_footnotes, selected_only, encoding ('utf-8',\n"
+        "'single-byte', 'double-byte'); None keeps the default.\n"
+        "Raises DocumentError for a bad document, LimitError for a table too large\n"
+        "to lay out, TypeError or ValueError for a wrong option.");
   m.def("dumps", &omtext::python::Dumps, py::arg("document"),
         "dumps(document) -> str\n\nThe document's JSON text, for the command or a file.");
 
@@ -308,8 +320,8 @@ PYBIND11_MODULE(_omtext, m) {
                          "Number cells in bulk: an array of values (NaN: no cell), each shown\n"
                          "with `decimals` places, or in the shortest form when None. Stands\n"
                          "for the nested lists of a pivot table's \"data\".")
-      .def(py::init(&omtext::python::MakeNumberGrid), py::arg("values"),
-           py::arg("decimals") = py::none())
+      .def(py::init(&omtext::python::MakeNumberGrid), "Numbers(values, decimals=None)",
+           py::arg("values"), py::arg("decimals") = py::none())
       .def_property_readonly("values", [](const NumberGrid& grid) { return grid.values; })
       .def_property_readonly("decimals",
                              [](const NumberGrid& grid) -> py::object {
