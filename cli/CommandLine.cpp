@@ -5,6 +5,8 @@
 #include <functional>
 #include <limits>
 
+#include "export/OmTextExportOptions.h"
+
 namespace omtext::cli {
 namespace {
 
@@ -134,6 +136,27 @@ CommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     spec->apply(commandLine, value.value_or(""));
   }
   return commandLine;
+}
+
+void SetExportOptions(const CommandLine& commandLine, OmTextExportOptions& options) {
+  options.TabSeparated(commandLine.tabSeparated);
+  if (commandLine.width)
+    options.MaxLineWidth(*commandLine.width);
+  if (commandLine.widthRestriction)
+    options.WidthRestriction(*commandLine.widthRestriction);
+  options.NumLinesPerPage(commandLine.pageLength.value_or(2147483647));
+  options.InsertPageBreak(commandLine.pageBreaks);
+  if (commandLine.columnSeparator)
+    options.ColumnSeparator(*commandLine.columnSeparator);
+  if (commandLine.rowSeparator)
+    options.RowSeparator(*commandLine.rowSeparator);
+  options.HideEmptyRowsAndColumns(!commandLine.showEmpty);
+  options.RowDimensionLabelsInCorner(!commandLine.labelsInHeading);
+  options.KeepFootNotesAndCaption(!commandLine.noFootnotes);
+  options.ExportAllLayers(!commandLine.currentLayer);
+  options.ShowNotes(commandLine.showNotes);
+  options.AlphabeticFootNotes(!commandLine.numericFootnotes);
+  options.ShowUnselected(!commandLine.selectedOnly);
 }
 
 const char* UsageText() {

@@ -10,6 +10,8 @@
 
 #include "host/platform/OmPlatform.h"
 
+class OmTextExportOptions;
+
 namespace omtext::cli {
 
 // A malformed command line; the message is one line without the program name.
@@ -46,6 +48,11 @@ struct CommandLine {
 // Parses the arguments after the program name. Throws UsageError for an
 // unknown option, a missing or malformed value, or a second FILE.
 CommandLine ParseCommandLine(const std::vector<std::string>& arguments);
+
+// Sets the export options the command line asks for; an option not given
+// keeps the library's default, except the page length, which becomes
+// 2147483647 so that a document prints as one page.
+void SetExportOptions(const CommandLine& commandLine, OmTextExportOptions& options);
 
 // The usage text printed by --help and after a usage error.
 const char* UsageText();

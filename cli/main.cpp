@@ -37,27 +37,6 @@ double SecondsSince(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-void SetOptions(const CommandLine& commandLine, OmTextExportOptions& options) {
-  options.TabSeparated(commandLine.tabSeparated);
-  if (commandLine.width)
-    options.MaxLineWidth(*commandLine.width);
-  if (commandLine.widthRestriction)
-    options.WidthRestriction(*commandLine.widthRestriction);
-  options.NumLinesPerPage(commandLine.pageLength.value_or(2147483647));
-  options.InsertPageBreak(commandLine.pageBreaks);
-  if (commandLine.columnSeparator)
-    options.ColumnSeparator(*commandLine.columnSeparator);
-  if (commandLine.rowSeparator)
-    options.RowSeparator(*commandLine.rowSeparator);
-  options.HideEmptyRowsAndColumns(!commandLine.showEmpty);
-  options.RowDimensionLabelsInCorner(!commandLine.labelsInHeading);
-  options.KeepFootNotesAndCaption(!commandLine.noFootnotes);
-  options.ExportAllLayers(!commandLine.currentLayer);
-  options.ShowNotes(commandLine.showNotes);
-  options.AlphabeticFootNotes(!commandLine.numericFootnotes);
-  options.ShowUnselected(!commandLine.selectedOnly);
-}
-
 // Loads the document named on the command line; "-" is standard input.
 OmOutputTree LoadInput(const std::string& input) {
   if (input == "-")
@@ -140,7 +119,7 @@ int Run(const CommandLine& commandLine) {
     if (commandLine.destination) {
       options.TabSeparated(commandLine.tabSeparated);
     } else {
-      SetOptions(commandLine, options);
+      omtext::cli::SetExportOptions(commandLine, options);
     }
     if (auto problem = omtext::cli::CheckRenderLimits(tree, options)) {
       return Fail(name + ": " + *problem);
@@ -160,7 +139,7 @@ int Run(const CommandLine& commandLine) {
   }
   try {
     OmTextExportOptions options;
-    SetOptions(commandLine, options);
+    omtext::cli::SetExportOptions(commandLine, options);
     OmTextExport exporter(options, output->Stream());
     exporter.Export(tree.Begin(), tree.End());
     output->Commit();
