@@ -1,4 +1,5 @@
-// The machinery of the document loader, shared by its source files. The
+// The machinery of the document loader, shared by its source files and
+// defined in OmDocumentLoaderPrivate.cpp. The
 // JSON reader's events go to a stack of frames, one per open object or list
 // of the document's schema; each frame knows what its current slot expects,
 // so a value of the wrong kind is reported where it stands. Frames are owned
@@ -12,6 +13,7 @@
 // without recording.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -151,6 +153,26 @@ std::int64_t ParseInteger(std::string_view raw, Position at, std::int64_t low, s
 // Parses the number token raw as a finite double.
 double ParseDouble(std::string_view raw, Position at);
 
+// One key of an object: its name and what its value must be, as messages
+// say it ("a string").
+struct KeySpec {
+  std::string_view name;
+  std::string_view value;
+};
+
+// The index of key among keys, or -1 when it is not one of them.
+template <std::size_t N>
+int FindKey(const std::array<KeySpec, N>& keys, std::string_view key) {
+  for (std::size_t k = 0; k < N; ++k) {
+    if (keys[k].name == key)
+      return static_cast<int>(k);
+  }
+  return -1;
+}
+
+// What the value of a key must be, for messages: "a string for \"text\"".
+std::string ExpectedFor(const KeySpec& key);
+
 // Tracks which of a fixed set of keys an object has seen, to reject repeats.
 class KeySet {
  public:
@@ -189,11 +211,5 @@ class PartBody : public Frame {
   // The part, made when its object has closed.
   virtual std::unique_ptr<OmOutputPart> MakePart() = 0;
 };
-
-// Whether key is one of a pivot table's own keys (not "type", "selected",
-// "children" or "title", which other kinds share).
-bool IsPivotTableKey(std::string_view key);
-// The body of a "pivot-table" part whose object opened at start.
-std::unique_ptr<PartBody> MakePivotTableBody(Position start);
 
 }  // namespace omtext::loader

@@ -2,6 +2,8 @@
 // their category trees, the sparse "cells" list and the dense "data" form.
 // Cells are stored as they stream in once the table's dimensions are known;
 // "cells" or "data" that come before "dimensions" are recorded and replayed.
+#include "loader/OmPivotTableLoader.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -14,7 +16,6 @@
 #include "host/output/OmCellText.h"
 #include "host/output/OmText.h"
 #include "host/table/OmPivotTable.h"
-#include "loader/OmDocumentLoaderPrivate.h"
 
 namespace omtext::loader {
 namespace {
@@ -137,11 +138,7 @@ class CellFrame : public Frame {
   }
 
   void OnKey(std::string_view key, Position at) override {
-    mKey = -1;
-    for (int k = 0; k < kKeyCount; ++k) {
-      if (kKeyNames[static_cast<std::size_t>(k)] == key)
-        mKey = k;
-    }
+    mKey = FindKey(kKeys, key);
     if (mKey < 0)
       Fail(at, "unknown key " + Quote(key) + " in a cell");
     mKeys.Mark(mKey, key, at);
@@ -187,24 +184,17 @@ class CellFrame : public Frame {
 
  protected:
   std::string Expected() const override {
-    switch (mKey) {
-      case kText:
-        return "a string for \"text\"";
-      case kValue:
-        return "a number for \"value\"";
-      case kDecimals:
-        return "an integer for \"decimals\"";
-      case kFootnotes:
-        return "a list of footnote numbers for \"footnotes\"";
-      default:
-        return "a list of strings for \"markers\"";
-    }
+    return ExpectedFor(kKeys[static_cast<std::size_t>(mKey)]);
   }
 
  private:
   enum Key { kText, kValue, kDecimals, kFootnotes, kMarkers, kKeyCount };
-  static constexpr std::array<std::string_view, kKeyCount> kKeyNames{"text", "value", "decimals",
-                                                                     "footnotes", "markers"};
+  static constexpr std::array<KeySpec, kKeyCount> kKeys{
+      {{"text", "a string"},
+       {"value", "a number"},
+       {"decimals", "an integer"},
+       {"footnotes", "a list of footnote numbers"},
+       {"markers", "a list of strings"}}};
 
   ParsedCell mCell;
   FootnoteListFrame mFootnotes;
@@ -253,12 +243,14 @@ class CategoryObjectFrame : public Frame, public CellSink {
 
  protected:
   std::string Expected() const override {
-    return mKey == kGroup ? "a cell for \"group\"" : "a list of categories for \"categories\"";
+    return ExpectedFor(kKeys[static_cast<std::size_t>(mKey)]);
   }
 
  private:
   enum class Mode { kUndecided, kCell, kGroup };
   enum Key { kGroup, kCategories };
+  static constexpr std::array<KeySpec, 2> kKeys{
+      {{"group", "a cell"}, {"categories", "a list of categories"}}};
 
   std::vector<CategoryEntry>& mEntries;
   PivotTableBody& mBody;
@@ -318,8 +310,9 @@ class CategoryListFrame : public Frame {
 };
 
 void CategoryObjectFrame::OnKey(std::string_view key, Position at) {
+  const int k = FindKey(kKeys, key);
   if (mMode == Mode::kUndecided) {
-    if (key == "group" || key == "categories") {
+    if (k >= 0) {
       if (mDepth >= kMaxCategoryDepth) {
         Fail(Start(), "categories are nested more than " + std::to_string(kMaxCategoryDepth) +
                           " levels deep");
@@ -334,14 +327,11 @@ void CategoryObjectFrame::OnKey(std::string_view key, Position at) {
   }
   if (mMode == Mode::kCell)
     return mCell.OnKey(key, at);
-  if (key == "group") {
-    mKey = kGroup;
-  } else if (key == "categories") {
-    mKey = kCategories;
-    mCategoriesAt = at;
-  } else {
+  if (k < 0)
     Fail(at, "unknown key " + Quote(key) + " in a group");
-  }
+  mKey = k;
+  if (mKey == kCategories)
+    mCategoriesAt = at;
   mKeys.Mark(mKey, key, at);
 }
 
@@ -485,8 +475,15 @@ class PivotTableBody : public PartBody, public CellSink {
     kData,
     kKeyCount
   };
-  static constexpr std::array<std::string_view, kKeyCount> kKeyNames{
-      "title", "show-title", "caption", "notes", "footnotes", "dimensions", "cells", "data"};
+  // "data" expects a list or a cell, as the table has dimensions or not.
+  static constexpr std::array<KeySpec, kKeyCount> kKeys{{{"title", "a cell"},
+                                                         {"show-title", "a boolean"},
+                                                         {"caption", "a string"},
+                                                         {"notes", "a boolean"},
+                                                         {"footnotes", "a list of strings"},
+                                                         {"dimensions", "a list of dimensions"},
+                                                         {"cells", "a list of cell entries"},
+                                                         {"data", "a list"}}};
 
   Frame* Record(EventLog::Type type, Position at);
   void StoreWhole(ParsedCell& cell);
@@ -520,11 +517,7 @@ class DimensionFrame : public Frame, public CellSink {
       : Frame(start), mBody(body), mList(mEntries, body, 1) {}
 
   void OnKey(std::string_view key, Position at) override {
-    mKey = -1;
-    for (int k = 0; k < kKeyCount; ++k) {
-      if (kKeyNames[static_cast<std::size_t>(k)] == key)
-        mKey = k;
-    }
+    mKey = FindKey(kKeys, key);
     if (mKey < 0)
       Fail(at, "unknown key " + Quote(key) + " in a dimension");
     mKeys.Mark(mKey, key, at);
@@ -579,7 +572,7 @@ class DimensionFrame : public Frame, public CellSink {
     for (int k : {kLabel, kAxis, kCategories}) {
       if (!mKeys.Has(k)) {
         Fail(Start(),
-             "missing key " + Quote(kKeyNames[static_cast<std::size_t>(k)]) + " in a dimension");
+             "missing key " + Quote(kKeys[static_cast<std::size_t>(k)].name) + " in a dimension");
       }
     }
     if (mKeys.Has(kCurrent)) {
@@ -607,24 +600,16 @@ class DimensionFrame : public Frame, public CellSink {
 
  protected:
   std::string Expected() const override {
-    switch (mKey) {
-      case kLabel:
-        return "a cell for \"label\"";
-      case kAxis:
-        return "a string for \"axis\"";
-      case kShowLabel:
-        return "a boolean for \"show-label\"";
-      case kCategories:
-        return "a list of categories for \"categories\"";
-      default:
-        return "an integer for \"current\"";
-    }
+    return ExpectedFor(kKeys[static_cast<std::size_t>(mKey)]);
   }
 
  private:
   enum Key { kLabel, kAxis, kShowLabel, kCategories, kCurrent, kKeyCount };
-  static constexpr std::array<std::string_view, kKeyCount> kKeyNames{"label", "axis", "show-label",
-                                                                     "categories", "current"};
+  static constexpr std::array<KeySpec, kKeyCount> kKeys{{{"label", "a cell"},
+                                                         {"axis", "a string"},
+                                                         {"show-label", "a boolean"},
+                                                         {"categories", "a list of categories"},
+                                                         {"current", "an integer"}}};
 
   PivotTableBody& mBody;
   int mKey = -1;
@@ -808,11 +793,7 @@ PivotTableBody::PivotTableBody(Position start)
 PivotTableBody::~PivotTableBody() = default;
 
 void PivotTableBody::OnKey(std::string_view key, Position at) {
-  mKey = -1;
-  for (int k = 0; k < kKeyCount; ++k) {
-    if (kKeyNames[static_cast<std::size_t>(k)] == key)
-      mKey = k;
-  }
+  mKey = FindKey(kKeys, key);
   if (mKey < 0)
     Fail(at, "key " + Quote(key) + " is not allowed in a \"pivot-table\" part");
   mRecording = false;
@@ -942,24 +923,9 @@ void PivotTableBody::TakeCell(ParsedCell& cell) {
 }
 
 std::string PivotTableBody::Expected() const {
-  switch (mKey) {
-    case kTitle:
-      return "a cell for \"title\"";
-    case kShowTitle:
-      return "a boolean for \"show-title\"";
-    case kCaption:
-      return "a string for \"caption\"";
-    case kNotes:
-      return "a boolean for \"notes\"";
-    case kFootnotes:
-      return "a list of strings for \"footnotes\"";
-    case kDimensions:
-      return "a list of dimensions for \"dimensions\"";
-    case kCells:
-      return "a list of cell entries for \"cells\"";
-    default:
-      return mTable->NDimensions() == 0 ? "a cell or null for \"data\"" : "a list for \"data\"";
-  }
+  if (mKey == kData && mTable->NDimensions() == 0)
+    return "a cell or null for \"data\"";
+  return ExpectedFor(kKeys[static_cast<std::size_t>(mKey)]);
 }
 
 void PivotTableBody::AddDimension(DimensionFrame& frame) {
