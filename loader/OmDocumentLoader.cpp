@@ -354,7 +354,7 @@ class PartListFrame;
 
 // A part object. It keeps "type", "selected" and "children" itself and
 // hands the other keys to the body of its kind; keys that arrive before
-// "type" are recorded and replayed into the body when the type is known.
+// "type" are held and replayed into the body when the type is known.
 class PartFrame : public Frame {
  public:
   PartFrame(Position start, PartListFrame& owner, int depth)
@@ -372,16 +372,16 @@ class PartFrame : public Frame {
           !IsPivotTableKey(key)) {
         Fail(at, "unknown key " + Quote(key) + " in a part");
       }
-      mSlot = Slot::kRecord;
-      mLog.Add(EventLog::Type::Key, at, key);
+      mSlot = Slot::kHold;
+      mHeld.OnKey(key, at);
     }
   }
 
   Frame* OnObject(Position at) override {
     if (mSlot == Slot::kBody)
       return mBody->OnObject(at);
-    if (mSlot == Slot::kRecord)
-      return Record(EventLog::Type::StartObject, at);
+    if (mSlot == Slot::kHold)
+      return mHeld.OnObject(at);
     Mismatch(at, "an object");
   }
 
@@ -392,16 +392,16 @@ class PartFrame : public Frame {
       return SetKind(text, at);
     if (mSlot == Slot::kBody)
       return mBody->OnString(text, at);
-    if (mSlot == Slot::kRecord)
-      return mLog.Add(EventLog::Type::String, at, text);
+    if (mSlot == Slot::kHold)
+      return mHeld.OnString(text, at);
     Mismatch(at, "a string");
   }
 
   void OnNumber(std::string_view raw, Position at) override {
     if (mSlot == Slot::kBody)
       return mBody->OnNumber(raw, at);
-    if (mSlot == Slot::kRecord)
-      return mLog.Add(EventLog::Type::Number, at, raw);
+    if (mSlot == Slot::kHold)
+      return mHeld.OnNumber(raw, at);
     Mismatch(at, "a number");
   }
 
@@ -412,16 +412,16 @@ class PartFrame : public Frame {
     }
     if (mSlot == Slot::kBody)
       return mBody->OnBool(value, at);
-    if (mSlot == Slot::kRecord)
-      return mLog.Add(EventLog::Type::Bool, at, {}, value);
+    if (mSlot == Slot::kHold)
+      return mHeld.OnBool(value, at);
     Mismatch(at, "a boolean");
   }
 
   void OnNull(Position at) override {
     if (mSlot == Slot::kBody)
       return mBody->OnNull(at);
-    if (mSlot == Slot::kRecord)
-      return mLog.Add(EventLog::Type::Null, at);
+    if (mSlot == Slot::kHold)
+      return mHeld.OnNull(at);
     Mismatch(at, "null");
   }
 
@@ -436,16 +436,9 @@ class PartFrame : public Frame {
 
  private:
   // The part's own keys come first, in the order of kKeys.
-  enum class Slot { kType, kSelected, kChildren, kBody, kRecord, kNone };
+  enum class Slot { kType, kSelected, kChildren, kBody, kHold, kNone };
   static constexpr std::array<KeySpec, 3> kKeys{
       {{"type", "a string"}, {"selected", "a boolean"}, {"children", "a list of parts"}}};
-
-  Frame* Record(EventLog::Type type, Position at) {
-    mLog.Add(type, at);
-    if (!mRecorder)
-      mRecorder = std::make_unique<RecorderFrame>(at, mLog);
-    return mRecorder.get();
-  }
 
   void SetKind(std::string_view name, Position at) {
     const KindName* found = nullptr;
@@ -460,10 +453,8 @@ class PartFrame : public Frame {
     } else {
       mBody = std::make_unique<SimplePartBody>(Start(), found->kind, found->name);
     }
-    if (!mLog.Empty()) {
-      mLog.Replay(*mBody);
-      mLog.Clear();
-    }
+    if (!mHeld.Empty())
+      mHeld.Replay(*mBody);
   }
 
   PartListFrame& mOwner;
@@ -472,8 +463,7 @@ class PartFrame : public Frame {
   KeySet mKeys;
   bool mSelected = true;
   std::unique_ptr<PartBody> mBody;
-  EventLog mLog;
-  std::unique_ptr<RecorderFrame> mRecorder;
+  HoldFrame mHeld;
   std::unique_ptr<PartListFrame> mChildList;
   OmOutputTree mChildren;
 };
@@ -518,8 +508,8 @@ Frame* PartFrame::OnArray(Position at) {
   }
   if (mSlot == Slot::kBody)
     return mBody->OnArray(at);
-  if (mSlot == Slot::kRecord)
-    return Record(EventLog::Type::StartArray, at);
+  if (mSlot == Slot::kHold)
+    return mHeld.OnArray(at);
   Mismatch(at, "a list");
 }
 

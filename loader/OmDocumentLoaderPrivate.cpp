@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <utility>
 
 #include "host/platform/OmMessageText.h"
@@ -56,76 +57,203 @@ void Frame::OnBool(bool, Position at) {
 void Frame::OnNull(Position at) {
   Mismatch(at, "null");
 }
+void Frame::OnTooDeep(bool list, Position at) {
+  // Whatever frame the object or list would open is never used: the
+  // document is refused here either way.
+  if (list) {
+    OnArray(at);
+  } else {
+    OnObject(at);
+  }
+  Fail(at,
+       "lists and objects are nested more than " + std::to_string(kMaxHeldDepth) + " levels deep");
+}
 
-void EventLog::Replay(Frame& target) const {
-  Dispatcher dispatcher(target);
-  for (const Event& event : mEvents) {
-    switch (event.type) {
-      case Type::Key:
-        dispatcher.Key(event.text, event.at);
-        break;
-      case Type::String:
-        dispatcher.String(event.text, event.at);
-        break;
-      case Type::Number:
-        dispatcher.Number(event.text, event.at);
-        break;
-      case Type::Bool:
-        dispatcher.Bool(event.flag, event.at);
-        break;
-      case Type::Null:
-        dispatcher.Null(event.at);
-        break;
-      case Type::StartObject:
-        dispatcher.StartObject(event.at);
-        break;
-      case Type::StartArray:
-        dispatcher.StartArray(event.at);
-        break;
-      case Type::End:
-        dispatcher.End(event.at);
-        break;
-    }
+namespace {
+
+// The smallest and the largest block a tape allocates: small tapes (a few
+// keys before a part's "type") stay small, and large ones grow in blocks that
+// can be freed one by one as they are replayed.
+constexpr std::size_t kFirstBlockBytes = 256;
+constexpr std::size_t kLargestBlockBytes = std::size_t{1} << 20;
+// The most bytes a variable-length integer takes.
+constexpr std::size_t kVarintBytes = 10;
+// Set in an event's first byte when it stands on the line of the event before.
+constexpr unsigned kSameLine = 0x10;
+
+char* PutVarint(char* out, std::uint64_t value) {
+  while (value >= 0x80) {
+    *out++ = static_cast<char>((value & 0x7F) | 0x80);
+    value >>= 7;
+  }
+  *out++ = static_cast<char>(value);
+  return out;
+}
+
+std::uint64_t GetVarint(const char*& in) {
+  std::uint64_t value = 0;
+  for (unsigned shift = 0;; shift += 7) {
+    const auto byte = static_cast<unsigned char>(*in++);
+    value |= static_cast<std::uint64_t>(byte & 0x7F) << shift;
+    if (byte < 0x80)
+      return value;
   }
 }
 
-RecorderFrame::~RecorderFrame() {
-  // Each level of a nested value has its own frame, owned by the level
-  // above; unlinking them one by one keeps the stack flat.
-  std::unique_ptr<RecorderFrame> next = std::move(mChild);
-  while (next)
-    next = std::move(next->mChild);
+// Steps a coordinate by a difference taken modulo 2^64, as PutVarint wrote it.
+std::int64_t Step(std::int64_t from, std::uint64_t by) {
+  return static_cast<std::int64_t>(static_cast<std::uint64_t>(from) + by);
+}
+std::uint64_t Difference(std::int64_t to, std::int64_t from) {
+  return static_cast<std::uint64_t>(to) - static_cast<std::uint64_t>(from);
 }
 
-void RecorderFrame::OnKey(std::string_view key, Position at) {
-  mLog.Add(EventLog::Type::Key, at, key);
+bool HasText(EventTape::Kind kind) {
+  return kind == EventTape::Kind::kKey || kind == EventTape::Kind::kString ||
+         kind == EventTape::Kind::kNumber;
 }
-Frame* RecorderFrame::OnObject(Position at) {
-  mLog.Add(EventLog::Type::StartObject, at);
-  if (!mChild)
-    mChild = std::make_unique<RecorderFrame>(at, mLog);
-  return mChild.get();
+
+}  // namespace
+
+void EventTape::Add(Kind kind, Position at, std::string_view text) {
+  const std::size_t most = 1 + 3 * kVarintBytes + text.size();
+  if (mBlocks.empty() || mBlocks.back().size - mBlocks.back().used < most) {
+    const std::size_t grown =
+        mBlocks.empty() ? kFirstBlockBytes : std::min(2 * mBlocks.back().size, kLargestBlockBytes);
+    const std::size_t size = std::max(grown, most);
+    // Not zeroed: only the bytes written are ever read.
+    mBlocks.push_back(Block{std::unique_ptr<char[]>(new char[size]), size, 0});
+  }
+  Block& block = mBlocks.back();
+  char* out = block.bytes.get() + block.used;
+  const bool sameLine = at.line == mLast.line;
+  *out++ = static_cast<char>(static_cast<unsigned>(kind) | (sameLine ? kSameLine : 0U));
+  if (sameLine) {
+    out = PutVarint(out, Difference(at.column, mLast.column));
+  } else {
+    out = PutVarint(out, Difference(at.line, mLast.line));
+    out = PutVarint(out, static_cast<std::uint64_t>(at.column));
+  }
+  if (HasText(kind)) {
+    out = PutVarint(out, text.size());
+    std::memcpy(out, text.data(), text.size());
+    out += text.size();
+  }
+  block.used = static_cast<std::size_t>(out - block.bytes.get());
+  mLast = at;
 }
-Frame* RecorderFrame::OnArray(Position at) {
-  mLog.Add(EventLog::Type::StartArray, at);
-  if (!mChild)
-    mChild = std::make_unique<RecorderFrame>(at, mLog);
-  return mChild.get();
+
+void EventTape::Replay(Frame& target) {
+  // Taken out first, so the tape is empty and usable while its events go out.
+  std::vector<Block> blocks = std::move(mBlocks);
+  mBlocks.clear();
+  mLast = Position{};
+  Dispatcher dispatcher(target);
+  Position at;
+  for (Block& block : blocks) {
+    const char* in = block.bytes.get();
+    const char* const end = in + block.used;
+    while (in < end) {
+      const auto first = static_cast<unsigned char>(*in++);
+      if ((first & kSameLine) != 0) {
+        at.column = Step(at.column, GetVarint(in));
+      } else {
+        at.line = Step(at.line, GetVarint(in));
+        at.column = static_cast<std::int64_t>(GetVarint(in));
+      }
+      const auto kind = static_cast<Kind>(first & ~kSameLine);
+      std::string_view text;
+      if (HasText(kind)) {
+        const auto length = static_cast<std::size_t>(GetVarint(in));
+        text = std::string_view(in, length);
+        in += length;
+      }
+      switch (kind) {
+        case Kind::kKey:
+          dispatcher.Key(text, at);
+          break;
+        case Kind::kString:
+          dispatcher.String(text, at);
+          break;
+        case Kind::kNumber:
+          dispatcher.Number(text, at);
+          break;
+        case Kind::kFalse:
+        case Kind::kTrue:
+          dispatcher.Bool(kind == Kind::kTrue, at);
+          break;
+        case Kind::kNull:
+          dispatcher.Null(at);
+          break;
+        case Kind::kStartObject:
+          dispatcher.StartObject(at);
+          break;
+        case Kind::kStartArray:
+          dispatcher.StartArray(at);
+          break;
+        case Kind::kEnd:
+          dispatcher.End(at);
+          break;
+        case Kind::kTooDeepObject:
+        case Kind::kTooDeepArray:
+          dispatcher.TooDeep(kind == Kind::kTooDeepArray, at);
+          break;
+      }
+    }
+    block.bytes.reset();
+  }
 }
-void RecorderFrame::OnString(std::string_view text, Position at) {
-  mLog.Add(EventLog::Type::String, at, text);
+
+void HoldFrame::OnKey(std::string_view key, Position at) {
+  if (mSkipped == 0)
+    mTape.Add(EventTape::Kind::kKey, at, key);
 }
-void RecorderFrame::OnNumber(std::string_view raw, Position at) {
-  mLog.Add(EventLog::Type::Number, at, raw);
+Frame* HoldFrame::OnObject(Position at) {
+  return Open(EventTape::Kind::kStartObject, at);
 }
-void RecorderFrame::OnBool(bool value, Position at) {
-  mLog.Add(EventLog::Type::Bool, at, {}, value);
+Frame* HoldFrame::OnArray(Position at) {
+  return Open(EventTape::Kind::kStartArray, at);
 }
-void RecorderFrame::OnNull(Position at) {
-  mLog.Add(EventLog::Type::Null, at);
+void HoldFrame::OnString(std::string_view text, Position at) {
+  if (mSkipped == 0)
+    mTape.Add(EventTape::Kind::kString, at, text);
 }
-void RecorderFrame::OnEnd(Position at) {
-  mLog.Add(EventLog::Type::End, at);
+void HoldFrame::OnNumber(std::string_view raw, Position at) {
+  if (mSkipped == 0)
+    mTape.Add(EventTape::Kind::kNumber, at, raw);
+}
+void HoldFrame::OnBool(bool value, Position at) {
+  if (mSkipped == 0)
+    mTape.Add(value ? EventTape::Kind::kTrue : EventTape::Kind::kFalse, at);
+}
+void HoldFrame::OnNull(Position at) {
+  if (mSkipped == 0)
+    mTape.Add(EventTape::Kind::kNull, at);
+}
+void HoldFrame::OnTooDeep(bool list, Position at) {
+  if (mSkipped == 0)
+    mTape.Add(list ? EventTape::Kind::kTooDeepArray : EventTape::Kind::kTooDeepObject, at);
+}
+void HoldFrame::OnEnd(Position at) {
+  if (mSkipped > 0) {
+    --mSkipped;
+    return;
+  }
+  mTape.Add(EventTape::Kind::kEnd, at);
+  --mDepth;
+}
+
+Frame* HoldFrame::Open(EventTape::Kind kind, Position at) {
+  if (mSkipped > 0) {
+    ++mSkipped;
+  } else if (mDepth >= kMaxHeldDepth) {
+    OnTooDeep(kind == EventTape::Kind::kStartArray, at);
+    mSkipped = 1;
+  } else {
+    ++mDepth;
+    mTape.Add(kind, at);
+  }
+  return this;
 }
 
 std::int64_t ParseInteger(std::string_view raw, Position at, std::int64_t low, std::int64_t high,

@@ -10,7 +10,7 @@
 // gives it its meaning (a part's "text" before its "type", a table's "cells"
 // before its "dimensions"). Such a value is recorded as events and replayed
 // once its meaning is known; documents in the natural order stream through
-// without recording.
+// without holding anything.
 #pragma once
 
 #include <array>
@@ -34,6 +34,13 @@ struct Position {
 };
 
 [[noreturn]] void Fail(Position at, std::string message);
+
+// Lists and objects held before their meaning is known may nest this deep,
+// counting the held value's own list or object as 1: as deep as the deepest
+// valid value, a table's "dimensions" whose categories nest as deep as they
+// may (a list and a group object a level) down to a leaf given as a cell
+// object with a list of footnotes.
+constexpr int kMaxHeldDepth = 2003;
 
 // Quotes a key or text for a message, cutting it short when it is long.
 std::string Quote(std::string_view text);
@@ -59,6 +66,10 @@ class Frame {
   virtual void OnNumber(std::string_view raw, Position at);
   virtual void OnBool(bool value, Position at);
   virtual void OnNull(Position at);
+  // A held object or list that stood deeper than kMaxHeldDepth, replayed
+  // in its place: refused as the object or list itself would be, and for its
+  // depth if the frame would take it.
+  virtual void OnTooDeep(bool list, Position at);
   // The frame's object or list closes; it hands its result to its owner.
   virtual void OnEnd(Position at) = 0;
 
@@ -73,61 +84,99 @@ class Frame {
   Position mStart;
 };
 
-// Sends events to a stack of frames whose bottom frame is given.
+// Sends events to a stack of frames whose bottom frame is given. A frame
+// that takes the objects and lists inside its own (a held value's) stands on
+// the stack once with a count, so a deep held value costs no stack.
 class Dispatcher {
  public:
-  explicit Dispatcher(Frame& bottom) { mStack.push_back(&bottom); }
+  explicit Dispatcher(Frame& bottom) { mStack.push_back(Level{&bottom, 0}); }
 
   void Key(std::string_view key, Position at) { Top().OnKey(key, at); }
   void String(std::string_view text, Position at) { Top().OnString(text, at); }
   void Number(std::string_view raw, Position at) { Top().OnNumber(raw, at); }
   void Bool(bool value, Position at) { Top().OnBool(value, at); }
   void Null(Position at) { Top().OnNull(at); }
-  void StartObject(Position at) { mStack.push_back(Top().OnObject(at)); }
-  void StartArray(Position at) { mStack.push_back(Top().OnArray(at)); }
+  void TooDeep(bool list, Position at) { Top().OnTooDeep(list, at); }
+  void StartObject(Position at) { Push(Top().OnObject(at)); }
+  void StartArray(Position at) { Push(Top().OnArray(at)); }
   // Closes the top frame; the bottom frame is never closed here.
   void End(Position at) {
     Top().OnEnd(at);
-    mStack.pop_back();
+    if (mStack.back().reentered > 0) {
+      --mStack.back().reentered;
+    } else {
+      mStack.pop_back();
+    }
   }
-  std::size_t Depth() const { return mStack.size(); }
 
  private:
-  Frame& Top() { return *mStack.back(); }
-  std::vector<Frame*> mStack;
-};
-
-// Events recorded for a later replay.
-class EventLog {
- public:
-  enum class Type : std::uint8_t { Key, String, Number, Bool, Null, StartObject, StartArray, End };
-
-  void Add(Type type, Position at, std::string_view text = {}, bool flag = false) {
-    mEvents.push_back(Event{type, flag, at, std::string(text)});
-  }
-  bool Empty() const { return mEvents.empty(); }
-  void Clear() { mEvents.clear(); }
-  // Sends the events to a dispatcher over target, in order.
-  void Replay(Frame& target) const;
-
- private:
-  struct Event {
-    Type type;
-    bool flag;
-    Position at;
-    std::string text;
+  struct Level {
+    Frame* frame;
+    std::size_t reentered;
   };
-  std::vector<Event> mEvents;
+  Frame& Top() { return *mStack.back().frame; }
+  void Push(Frame* frame) {
+    if (frame == mStack.back().frame) {
+      ++mStack.back().reentered;
+    } else {
+      mStack.push_back(Level{frame, 0});
+    }
+  }
+  std::vector<Level> mStack;
 };
 
-// Records one value, whatever it holds, into a log: the frame of a recorded
-// object or list and of everything inside it.
-class RecorderFrame : public Frame {
+// Events held for a later replay, packed into blocks of bytes. Each event
+// takes one byte of kind, its position as a step from the event before (a
+// column step on the same line, else a line step and a column), and for a
+// key, string or number its length and bytes: a held value costs about its
+// own size in the document.
+class EventTape {
  public:
-  RecorderFrame(Position start, EventLog& log) : Frame(start), mLog(log) {}
-  // Frees the chain of child frames without recursing, however deep the
-  // recorded value was nested.
-  ~RecorderFrame() override;
+  enum class Kind : std::uint8_t {
+    kKey,
+    kString,
+    kNumber,
+    kFalse,
+    kTrue,
+    kNull,
+    kStartObject,
+    kStartArray,
+    kEnd,
+    kTooDeepObject,
+    kTooDeepArray
+  };
+
+  EventTape() = default;
+  EventTape(const EventTape&) = delete;
+  EventTape& operator=(const EventTape&) = delete;
+
+  // Adds an event; text is the key, string or raw number.
+  void Add(Kind kind, Position at, std::string_view text = {});
+  bool Empty() const { return mBlocks.empty(); }
+  // Sends the events to a dispatcher over target, in order, and empties the
+  // tape, freeing each block once its events are sent.
+  void Replay(Frame& target);
+
+ private:
+  struct Block {
+    std::unique_ptr<char[]> bytes;
+    std::size_t size = 0;
+    std::size_t used = 0;
+  };
+  std::vector<Block> mBlocks;
+  // The position of the latest event added, from which the next one steps.
+  Position mLast;
+};
+
+// Holds values whose meaning is not known yet on a tape, to replay them
+// once it is. The owner frame sends it each held key and the events of the
+// key's value; a held object or list is this frame's until it closes. An
+// object or list deeper than kMaxHeldDepth is held as one event without its
+// contents, which no valid document needs: whatever the nesting, the tape
+// stays within the size of the document.
+class HoldFrame : public Frame {
+ public:
+  HoldFrame() : Frame(Position{}) {}
 
   void OnKey(std::string_view key, Position at) override;
   Frame* OnObject(Position at) override;
@@ -136,14 +185,23 @@ class RecorderFrame : public Frame {
   void OnNumber(std::string_view raw, Position at) override;
   void OnBool(bool value, Position at) override;
   void OnNull(Position at) override;
+  void OnTooDeep(bool list, Position at) override;
   void OnEnd(Position at) override;
+
+  bool Empty() const { return mTape.Empty(); }
+  // Sends everything held to target's frames, in order, and forgets it.
+  void Replay(Frame& target) { mTape.Replay(target); }
 
  protected:
   std::string Expected() const override { return "a value"; }
 
  private:
-  EventLog& mLog;
-  std::unique_ptr<RecorderFrame> mChild;
+  Frame* Open(EventTape::Kind kind, Position at);
+
+  EventTape mTape;
+  int mDepth = 0;
+  // The levels open inside a value too deep to hold, whose events are dropped.
+  int mSkipped = 0;
 };
 
 // Parses the number token raw as a JSON integer (no fraction, no exponent)

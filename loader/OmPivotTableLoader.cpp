@@ -1,7 +1,7 @@
 // The document loader's frames for pivot tables: cells, dimensions with
 // their category trees, the sparse "cells" list and the dense "data" form.
 // Cells are stored as they stream in once the table's dimensions are known;
-// "cells" or "data" that come before "dimensions" are recorded and replayed.
+// "cells" or "data" that come before "dimensions" are held and replayed.
 #include "loader/OmPivotTableLoader.h"
 
 #include <algorithm>
@@ -23,6 +23,8 @@ namespace {
 // Categories may nest this deep below their dimension; deeper trees are
 // refused, since no real table needs them.
 constexpr int kMaxCategoryDepth = 1000;
+static_assert(kMaxHeldDepth == 2 * kMaxCategoryDepth + 3,
+              "held values must nest as deep as a table's deepest dimensions");
 
 // The longest text of a pivot-table cell (64 KiB). Cell text is folded to
 // column widths, and folding a text with many line breaks back into few
@@ -485,13 +487,12 @@ class PivotTableBody : public PartBody, public CellSink {
                                                          {"cells", "a list of cell entries"},
                                                          {"data", "a list"}}};
 
-  Frame* Record(EventLog::Type type, Position at);
   void StoreWhole(ParsedCell& cell);
 
   std::unique_ptr<OmPivotTable> mTable = std::make_unique<OmPivotTable>();
   int mKey = -1;
   KeySet mKeys;
-  bool mRecording = false;
+  bool mHolding = false;
   bool mReplaying = false;
   bool mDimensionsDone = false;
   // The slot the current cell belongs to: the title or a "data" cell.
@@ -501,10 +502,9 @@ class PivotTableBody : public PartBody, public CellSink {
   std::int32_t mLargestFootnote = -1;
   Position mLargestFootnoteAt;
   std::vector<std::int32_t> mDenseIndex;
-  EventLog mLog;
+  HoldFrame mHeld;
   CellFrame mCell;
   StringListFrame mFootnoteList;
-  std::unique_ptr<RecorderFrame> mRecorder;
   std::unique_ptr<Frame> mDimensionList;
   std::unique_ptr<Frame> mCellsList;
   std::unique_ptr<DataListFrame> mDataList;
@@ -796,7 +796,7 @@ void PivotTableBody::OnKey(std::string_view key, Position at) {
   mKey = FindKey(kKeys, key);
   if (mKey < 0)
     Fail(at, "key " + Quote(key) + " is not allowed in a \"pivot-table\" part");
-  mRecording = false;
+  mHolding = false;
   if (mReplaying)
     return;
   mKeys.Mark(mKey, key, at);
@@ -805,21 +805,14 @@ void PivotTableBody::OnKey(std::string_view key, Position at) {
   }
   if ((mKey == kCells || mKey == kData) && !mDimensionsDone) {
     // The cells cannot be placed before the dimensions are known.
-    mRecording = true;
-    mLog.Add(EventLog::Type::Key, at, key);
+    mHolding = true;
+    mHeld.OnKey(key, at);
   }
 }
 
-Frame* PivotTableBody::Record(EventLog::Type type, Position at) {
-  mLog.Add(type, at);
-  if (!mRecorder)
-    mRecorder = std::make_unique<RecorderFrame>(at, mLog);
-  return mRecorder.get();
-}
-
 Frame* PivotTableBody::OnObject(Position at) {
-  if (mRecording)
-    return Record(EventLog::Type::StartObject, at);
+  if (mHolding)
+    return mHeld.OnObject(at);
   if (mKey != kTitle && !(mKey == kData && mTable->NDimensions() == 0)) {
     Mismatch(at, "an object");
   }
@@ -828,8 +821,8 @@ Frame* PivotTableBody::OnObject(Position at) {
 }
 
 Frame* PivotTableBody::OnArray(Position at) {
-  if (mRecording)
-    return Record(EventLog::Type::StartArray, at);
+  if (mHolding)
+    return mHeld.OnArray(at);
   switch (mKey) {
     case kFootnotes:
       mFootnoteList.Reopen(at);
@@ -867,8 +860,8 @@ Frame* PivotTableBody::OnArray(Position at) {
 }
 
 void PivotTableBody::OnString(std::string_view text, Position at) {
-  if (mRecording)
-    return mLog.Add(EventLog::Type::String, at, text);
+  if (mHolding)
+    return mHeld.OnString(text, at);
   if (mKey == kCaption) {
     mTable->SetCaption(std::string(text));
     return;
@@ -882,8 +875,8 @@ void PivotTableBody::OnString(std::string_view text, Position at) {
 }
 
 void PivotTableBody::OnNumber(std::string_view raw, Position at) {
-  if (mRecording)
-    return mLog.Add(EventLog::Type::Number, at, raw);
+  if (mHolding)
+    return mHeld.OnNumber(raw, at);
   if (mKey != kTitle && !(mKey == kData && mTable->NDimensions() == 0)) {
     Mismatch(at, "a number");
   }
@@ -893,8 +886,8 @@ void PivotTableBody::OnNumber(std::string_view raw, Position at) {
 }
 
 void PivotTableBody::OnBool(bool value, Position at) {
-  if (mRecording)
-    return mLog.Add(EventLog::Type::Bool, at, {}, value);
+  if (mHolding)
+    return mHeld.OnBool(value, at);
   if (mKey == kShowTitle) {
     mShowTitle = value;
   } else if (mKey == kNotes) {
@@ -905,8 +898,8 @@ void PivotTableBody::OnBool(bool value, Position at) {
 }
 
 void PivotTableBody::OnNull(Position at) {
-  if (mRecording)
-    return mLog.Add(EventLog::Type::Null, at);
+  if (mHolding)
+    return mHeld.OnNull(at);
   // A table without dimensions may give its one cell as null: no cell.
   if (mKey != kData || mTable->NDimensions() != 0)
     Mismatch(at, "null");
@@ -946,12 +939,11 @@ void PivotTableBody::AddDimension(DimensionFrame& frame) {
 
 void PivotTableBody::DimensionsDone() {
   mDimensionsDone = true;
-  if (mLog.Empty())
+  if (mHeld.Empty())
     return;
   mReplaying = true;
-  mLog.Replay(*this);
+  mHeld.Replay(*this);
   mReplaying = false;
-  mLog.Clear();
 }
 
 void PivotTableBody::NoteFootnotes(const ParsedCell& cell) {
