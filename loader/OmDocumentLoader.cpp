@@ -454,7 +454,8 @@ class PartFrame : public Frame {
       mBody = std::make_unique<SimplePartBody>(Start(), found->kind, found->name);
     }
     if (!mHeld.Empty())
-      mHeld.Replay(*mBody);
+      mHeld.ReplayDeferring(*mBody,
+                            [this](std::string_view key) { return mBody->ReplayLast(key); });
   }
 
   PartListFrame& mOwner;

@@ -115,8 +115,7 @@ bool HasText(EventTape::Kind kind) {
 
 }  // namespace
 
-void EventTape::Add(Kind kind, Position at, std::string_view text) {
-  const std::size_t most = 1 + 3 * kVarintBytes + text.size();
+EventTape::Block& EventTape::Reserve(std::size_t most) {
   if (mBlocks.empty() || mBlocks.back().size - mBlocks.back().used < most) {
     const std::size_t grown =
         mBlocks.empty() ? kFirstBlockBytes : std::min(2 * mBlocks.back().size, kLargestBlockBytes);
@@ -124,7 +123,17 @@ void EventTape::Add(Kind kind, Position at, std::string_view text) {
     // Not zeroed: only the bytes written are ever read.
     mBlocks.push_back(Block{std::unique_ptr<char[]>(new char[size]), size, 0});
   }
-  Block& block = mBlocks.back();
+  return mBlocks.back();
+}
+
+void EventTape::AddHeldKey(std::string_view key, Position at) {
+  Reserve(1 + 3 * kVarintBytes + key.size());
+  mSegments.push_back(Mark{mBlocks.size() - 1, mBlocks.back().used, mLast});
+  Add(Kind::kKey, at, key);
+}
+
+void EventTape::Add(Kind kind, Position at, std::string_view text) {
+  Block& block = Reserve(1 + 3 * kVarintBytes + text.size());
   char* out = block.bytes.get() + block.used;
   const bool sameLine = at.line == mLast.line;
   *out++ = static_cast<char>(static_cast<unsigned>(kind) | (sameLine ? kSameLine : 0U));
@@ -143,16 +152,69 @@ void EventTape::Add(Kind kind, Position at, std::string_view text) {
   mLast = at;
 }
 
+void EventTape::Clear() {
+  mBlocks.clear();
+  mSegments.clear();
+  mLast = Position{};
+}
+
 void EventTape::Replay(Frame& target) {
   // Taken out first, so the tape is empty and usable while its events go out.
-  std::vector<Block> blocks = std::move(mBlocks);
-  mBlocks.clear();
-  mLast = Position{};
+  EventTape taken;
+  std::swap(taken.mBlocks, mBlocks);
+  Clear();
   Dispatcher dispatcher(target);
-  Position at;
-  for (Block& block : blocks) {
-    const char* in = block.bytes.get();
-    const char* const end = in + block.used;
+  taken.Send(dispatcher, Mark{}, nullptr, true);
+}
+
+void EventTape::ReplayDeferring(Frame& target, const KeyPredicate& later) {
+  EventTape taken;
+  std::swap(taken.mBlocks, mBlocks);
+  std::swap(taken.mSegments, mSegments);
+  Clear();
+  std::vector<Mark>& segments = taken.mSegments;
+  // Events before the first held key, if any, go out first.
+  if (segments.empty() || segments.front().block != 0 || segments.front().offset != 0)
+    segments.insert(segments.begin(), Mark{});
+  // A segment's first event is its key, read here to choose its round.
+  auto keyOf = [&](const Mark& mark) {
+    const char* in = taken.mBlocks[mark.block].bytes.get() + mark.offset;
+    const auto first = static_cast<unsigned char>(*in++);
+    GetVarint(in);
+    if ((first & kSameLine) == 0)
+      GetVarint(in);
+    if (static_cast<Kind>(first & ~kSameLine) != Kind::kKey)
+      return std::string_view();
+    const auto length = static_cast<std::size_t>(GetVarint(in));
+    return std::string_view(in, length);
+  };
+  std::vector<bool> deferred(segments.size());
+  for (std::size_t i = 0; i < segments.size(); ++i)
+    deferred[i] = later(keyOf(segments[i]));
+  Dispatcher dispatcher(target);
+  for (const bool round : {false, true}) {
+    for (std::size_t i = 0; i < segments.size(); ++i) {
+      if (deferred[i] != round)
+        continue;
+      const Mark* next = i + 1 < segments.size() ? &segments[i + 1] : nullptr;
+      if (round) {
+        // Every event before this segment has gone out.
+        for (std::size_t b = 0; b < segments[i].block; ++b)
+          taken.mBlocks[b].bytes.reset();
+      }
+      taken.Send(dispatcher, segments[i], next, round);
+    }
+  }
+}
+
+void EventTape::Send(Dispatcher& dispatcher, const Mark& from, const Mark* to, bool release) {
+  Position at = from.before;
+  const std::size_t lastBlock = to != nullptr ? to->block : mBlocks.size() - 1;
+  for (std::size_t b = from.block; b <= lastBlock && b < mBlocks.size(); ++b) {
+    Block& block = mBlocks[b];
+    const char* in = block.bytes.get() + (b == from.block ? from.offset : 0);
+    const char* const end =
+        block.bytes.get() + (to != nullptr && b == to->block ? to->offset : block.used);
     while (in < end) {
       const auto first = static_cast<unsigned char>(*in++);
       if ((first & kSameLine) != 0) {
@@ -200,13 +262,20 @@ void EventTape::Replay(Frame& target) {
           break;
       }
     }
-    block.bytes.reset();
+    // A block that the next segment starts in still holds its events.
+    if (release && (to == nullptr || b < to->block))
+      block.bytes.reset();
   }
 }
 
 void HoldFrame::OnKey(std::string_view key, Position at) {
-  if (mSkipped == 0)
+  if (mSkipped > 0)
+    return;
+  if (mDepth == 0) {
+    mTape.AddHeldKey(key, at);
+  } else {
     mTape.Add(EventTape::Kind::kKey, at, key);
+  }
 }
 Frame* HoldFrame::OnObject(Position at) {
   return Open(EventTape::Kind::kStartObject, at);

@@ -15,6 +15,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -152,10 +153,19 @@ class EventTape {
 
   // Adds an event; text is the key, string or raw number.
   void Add(Kind kind, Position at, std::string_view text = {});
+  // Adds a held key: a key outside the held values, which begins a segment
+  // of the tape that a replay may send out of turn.
+  void AddHeldKey(std::string_view key, Position at);
   bool Empty() const { return mBlocks.empty(); }
+
+  using KeyPredicate = std::function<bool(std::string_view key)>;
   // Sends the events to a dispatcher over target, in order, and empties the
   // tape, freeing each block once its events are sent.
   void Replay(Frame& target);
+  // Replays in two rounds and empties the tape: first each held key for
+  // which later(key) is false with its value, then the others, freeing
+  // blocks as the second round passes them.
+  void ReplayDeferring(Frame& target, const KeyPredicate& later);
 
  private:
   struct Block {
@@ -163,7 +173,21 @@ class EventTape {
     std::size_t size = 0;
     std::size_t used = 0;
   };
+  // Where a segment starts, with the position its first event steps from.
+  struct Mark {
+    std::size_t block = 0;
+    std::size_t offset = 0;
+    Position before;
+  };
+
+  // Makes room for an event of at most `most` bytes; returns its block.
+  Block& Reserve(std::size_t most);
+  // Sends the events from `from` up to `to` (or to the end) to dispatcher.
+  void Send(Dispatcher& dispatcher, const Mark& from, const Mark* to, bool release);
+  void Clear();
+
   std::vector<Block> mBlocks;
+  std::vector<Mark> mSegments;
   // The position of the latest event added, from which the next one steps.
   Position mLast;
 };
@@ -191,6 +215,10 @@ class HoldFrame : public Frame {
   bool Empty() const { return mTape.Empty(); }
   // Sends everything held to target's frames, in order, and forgets it.
   void Replay(Frame& target) { mTape.Replay(target); }
+  // The same, but sends the keys for which later(key) holds after the others.
+  void ReplayDeferring(Frame& target, const EventTape::KeyPredicate& later) {
+    mTape.ReplayDeferring(target, later);
+  }
 
  protected:
   std::string Expected() const override { return "a value"; }
@@ -266,6 +294,9 @@ class StringListFrame : public Frame {
 class PartBody : public Frame {
  public:
   using Frame::Frame;
+  // Whether a key held before the part's type was known is best replayed
+  // after the others (a table's cells, after its dimensions).
+  virtual bool ReplayLast(std::string_view) const { return false; }
   // The part, made when its object has closed.
   virtual std::unique_ptr<OmOutputPart> MakePart() = 0;
 };

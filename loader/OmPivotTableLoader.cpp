@@ -448,6 +448,9 @@ class PivotTableBody : public PartBody, public CellSink {
   void OnEnd(Position at) override;
   void TakeCell(ParsedCell& cell) override;
   std::unique_ptr<OmOutputPart> MakePart() override;
+  // Cells held with the rest of the part come after the dimensions, which
+  // place them, so they are not held a second time.
+  bool ReplayLast(std::string_view key) const override { return key == "cells" || key == "data"; }
 
   // Called as the document's parts of the table arrive.
   void AddDimension(DimensionFrame& dimension);
