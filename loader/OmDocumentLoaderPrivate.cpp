@@ -115,26 +115,32 @@ bool HasText(EventTape::Kind kind) {
 
 }  // namespace
 
-EventTape::Block& EventTape::Reserve(std::size_t most) {
-  if (mBlocks.empty() || mBlocks.back().size - mBlocks.back().used < most) {
-    const std::size_t grown =
-        mBlocks.empty() ? kFirstBlockBytes : std::min(2 * mBlocks.back().size, kLargestBlockBytes);
-    const std::size_t size = std::max(grown, most);
-    // Not zeroed: only the bytes written are ever read.
-    mBlocks.push_back(Block{std::unique_ptr<char[]>(new char[size]), size, 0});
-  }
-  return mBlocks.back();
+void EventTape::Grow(std::size_t most) {
+  Seal();
+  const std::size_t grown =
+      mBlocks.empty() ? kFirstBlockBytes : std::min(2 * mBlocks.back().size, kLargestBlockBytes);
+  const std::size_t size = std::max(grown, most);
+  // Not zeroed: only the bytes written are ever read.
+  mBlocks.push_back(Block{std::unique_ptr<char[]>(new char[size]), size, 0});
+  mOut = mBlocks.back().bytes.get();
+  mOutEnd = mOut + size;
+}
+
+void EventTape::Seal() {
+  if (!mBlocks.empty())
+    mBlocks.back().used = static_cast<std::size_t>(mOut - mBlocks.back().bytes.get());
 }
 
 void EventTape::AddHeldKey(std::string_view key, Position at) {
   Reserve(1 + 3 * kVarintBytes + key.size());
-  mSegments.push_back(Mark{mBlocks.size() - 1, mBlocks.back().used, mLast});
+  mSegments.push_back(
+      Mark{mBlocks.size() - 1, static_cast<std::size_t>(mOut - mBlocks.back().bytes.get()), mLast});
   Add(Kind::kKey, at, key);
 }
 
 void EventTape::Add(Kind kind, Position at, std::string_view text) {
-  Block& block = Reserve(1 + 3 * kVarintBytes + text.size());
-  char* out = block.bytes.get() + block.used;
+  Reserve(1 + 3 * kVarintBytes + text.size());
+  char* out = mOut;
   const bool sameLine = at.line == mLast.line;
   *out++ = static_cast<char>(static_cast<unsigned>(kind) | (sameLine ? kSameLine : 0U));
   if (sameLine) {
@@ -148,18 +154,20 @@ void EventTape::Add(Kind kind, Position at, std::string_view text) {
     std::memcpy(out, text.data(), text.size());
     out += text.size();
   }
-  block.used = static_cast<std::size_t>(out - block.bytes.get());
+  mOut = out;
   mLast = at;
 }
 
 void EventTape::Clear() {
   mBlocks.clear();
   mSegments.clear();
+  mOut = mOutEnd = nullptr;
   mLast = Position{};
 }
 
 void EventTape::Replay(Frame& target) {
   // Taken out first, so the tape is empty and usable while its events go out.
+  Seal();
   EventTape taken;
   std::swap(taken.mBlocks, mBlocks);
   Clear();
@@ -168,6 +176,7 @@ void EventTape::Replay(Frame& target) {
 }
 
 void EventTape::ReplayDeferring(Frame& target, const KeyPredicate& later) {
+  Seal();
   EventTape taken;
   std::swap(taken.mBlocks, mBlocks);
   std::swap(taken.mSegments, mSegments);

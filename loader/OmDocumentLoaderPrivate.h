@@ -180,13 +180,22 @@ class EventTape {
     Position before;
   };
 
-  // Makes room for an event of at most `most` bytes; returns its block.
-  Block& Reserve(std::size_t most);
+  // Makes room for an event of at most `most` bytes at mOut.
+  void Reserve(std::size_t most) {
+    if (static_cast<std::size_t>(mOutEnd - mOut) < most)
+      Grow(most);
+  }
+  void Grow(std::size_t most);
+  // Notes in the last block how much of it is written.
+  void Seal();
   // Sends the events from `from` up to `to` (or to the end) to dispatcher.
   void Send(Dispatcher& dispatcher, const Mark& from, const Mark* to, bool release);
   void Clear();
 
+  // Every block's `used` is kept but the last one's, which ends at mOut.
   std::vector<Block> mBlocks;
+  char* mOut = nullptr;
+  char* mOutEnd = nullptr;
   std::vector<Mark> mSegments;
   // The position of the latest event added, from which the next one steps.
   Position mLast;

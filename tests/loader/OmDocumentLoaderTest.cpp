@@ -370,6 +370,28 @@ TEST(HeldValues, HeldCellsAreReadAsInTheUsualOrder) {
     EXPECT_EQ(CellAt(FirstTable(tree), {0}), "2.5[m]");
     EXPECT_EQ(CellAt(FirstTable(tree), {1}), longText);
   }
+  // A table held across many of the tape's blocks, with keys after its
+  // cells, reads the same in both orders.
+  std::string rows;
+  std::string cells;
+  for (int r = 0; r < 5000; ++r) {
+    rows += std::string(r > 0 ? ", " : "") + "\"r" + std::to_string(r) + "\"";
+    cells += std::string(r > 0 ? ",\n" : "") + "[\"a" + std::to_string(r) +
+             "\", {\"value\": " + std::to_string(r) + ", \"decimals\": 1, \"footnotes\": [0]}]";
+  }
+  const std::string big = R"([{"label": "R", "axis": "row", "categories": [)" + rows +
+                          R"(]}, {"label": "C", "axis": "column", "categories": ["x", "y"]}])";
+  OmOutputTree usual = Load(R"({"output": [{"type": "pivot-table", "dimensions": )" + big +
+                            R"(, "data": [)" + cells + R"(], "footnotes": ["f"], "title": "T"}]})");
+  OmOutputTree sorted = Load(R"({"output": [{"data": [)" + cells + R"(], "dimensions": )" + big +
+                             R"(, "footnotes": ["f"], "title": "T", "type": "pivot-table"}]})");
+  for (std::int32_t r = 0; r < 5000; r += 499) {
+    EXPECT_EQ(CellAt(FirstTable(sorted), {r, 0}), "a" + std::to_string(r));
+    EXPECT_EQ(CellAt(FirstTable(sorted), {r, 1}), CellAt(FirstTable(usual), {r, 1}));
+  }
+  EXPECT_EQ(CellAt(FirstTable(sorted), {4999, 1}), "4999.0(0)");
+  EXPECT_EQ(FirstTable(sorted).Title().GetText(), "T");
+
   // "selected" and booleans before "type" are held too.
   OmOutputTree tree = Load(
       R"({"output": [{"notes": true, "show-title": false, "title": "T", "type": "pivot-table"}]})");
