@@ -76,20 +76,6 @@ namespace {
 // can be freed one by one as they are replayed.
 constexpr std::size_t kFirstBlockBytes = 256;
 constexpr std::size_t kLargestBlockBytes = std::size_t{1} << 20;
-// The most bytes a variable-length integer takes.
-constexpr std::size_t kVarintBytes = 10;
-// Set in an event's first byte when it stands on the line of the event before.
-constexpr unsigned kSameLine = 0x10;
-
-char* PutVarint(char* out, std::uint64_t value) {
-  while (value >= 0x80) {
-    *out++ = static_cast<char>((value & 0x7F) | 0x80);
-    value >>= 7;
-  }
-  *out++ = static_cast<char>(value);
-  return out;
-}
-
 std::uint64_t GetVarint(const char*& in) {
   std::uint64_t value = 0;
   for (unsigned shift = 0;; shift += 7) {
@@ -104,15 +90,6 @@ std::uint64_t GetVarint(const char*& in) {
 std::int64_t Step(std::int64_t from, std::uint64_t by) {
   return static_cast<std::int64_t>(static_cast<std::uint64_t>(from) + by);
 }
-std::uint64_t Difference(std::int64_t to, std::int64_t from) {
-  return static_cast<std::uint64_t>(to) - static_cast<std::uint64_t>(from);
-}
-
-bool HasText(EventTape::Kind kind) {
-  return kind == EventTape::Kind::kKey || kind == EventTape::Kind::kString ||
-         kind == EventTape::Kind::kNumber;
-}
-
 }  // namespace
 
 void EventTape::Grow(std::size_t most) {
@@ -136,26 +113,6 @@ void EventTape::AddHeldKey(std::string_view key, Position at) {
   mSegments.push_back(
       Mark{mBlocks.size() - 1, static_cast<std::size_t>(mOut - mBlocks.back().bytes.get()), mLast});
   Add(Kind::kKey, at, key);
-}
-
-void EventTape::Add(Kind kind, Position at, std::string_view text) {
-  Reserve(1 + 3 * kVarintBytes + text.size());
-  char* out = mOut;
-  const bool sameLine = at.line == mLast.line;
-  *out++ = static_cast<char>(static_cast<unsigned>(kind) | (sameLine ? kSameLine : 0U));
-  if (sameLine) {
-    out = PutVarint(out, Difference(at.column, mLast.column));
-  } else {
-    out = PutVarint(out, Difference(at.line, mLast.line));
-    out = PutVarint(out, static_cast<std::uint64_t>(at.column));
-  }
-  if (HasText(kind)) {
-    out = PutVarint(out, text.size());
-    std::memcpy(out, text.data(), text.size());
-    out += text.size();
-  }
-  mOut = out;
-  mLast = at;
 }
 
 void EventTape::Clear() {
@@ -190,9 +147,9 @@ void EventTape::ReplayDeferring(Frame& target, const KeyPredicate& later) {
     const char* in = taken.mBlocks[mark.block].bytes.get() + mark.offset;
     const auto first = static_cast<unsigned char>(*in++);
     GetVarint(in);
-    if ((first & kSameLine) == 0)
+    if ((first & EventTape::kSameLine) == 0)
       GetVarint(in);
-    if (static_cast<Kind>(first & ~kSameLine) != Kind::kKey)
+    if (static_cast<Kind>(first & ~EventTape::kSameLine) != Kind::kKey)
       return std::string_view();
     const auto length = static_cast<std::size_t>(GetVarint(in));
     return std::string_view(in, length);
@@ -226,15 +183,15 @@ void EventTape::Send(Dispatcher& dispatcher, const Mark& from, const Mark* to, b
         block.bytes.get() + (to != nullptr && b == to->block ? to->offset : block.used);
     while (in < end) {
       const auto first = static_cast<unsigned char>(*in++);
-      if ((first & kSameLine) != 0) {
+      if ((first & EventTape::kSameLine) != 0) {
         at.column = Step(at.column, GetVarint(in));
       } else {
         at.line = Step(at.line, GetVarint(in));
         at.column = static_cast<std::int64_t>(GetVarint(in));
       }
-      const auto kind = static_cast<Kind>(first & ~kSameLine);
+      const auto kind = static_cast<Kind>(first & ~EventTape::kSameLine);
       std::string_view text;
-      if (HasText(kind)) {
+      if (EventTape::HasText(kind)) {
         const auto length = static_cast<std::size_t>(GetVarint(in));
         text = std::string_view(in, length);
         in += length;

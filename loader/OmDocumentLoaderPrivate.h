@@ -15,6 +15,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <memory>
 #include <string>
@@ -151,12 +152,38 @@ class EventTape {
   EventTape(const EventTape&) = delete;
   EventTape& operator=(const EventTape&) = delete;
 
-  // Adds an event; text is the key, string or raw number.
-  void Add(Kind kind, Position at, std::string_view text = {});
+  // Adds an event; text is the key, string or raw number. Defined here, as
+  // it runs for every event held.
+  void Add(Kind kind, Position at, std::string_view text = {}) {
+    Reserve(1 + 3 * kVarintBytes + text.size());
+    char* out = mOut;
+    const bool sameLine = at.line == mLast.line;
+    *out++ = static_cast<char>(static_cast<unsigned>(kind) | (sameLine ? kSameLine : 0U));
+    if (sameLine) {
+      out = PutVarint(out, Difference(at.column, mLast.column));
+    } else {
+      out = PutVarint(out, Difference(at.line, mLast.line));
+      out = PutVarint(out, static_cast<std::uint64_t>(at.column));
+    }
+    if (HasText(kind)) {
+      out = PutVarint(out, text.size());
+      std::memcpy(out, text.data(), text.size());
+      out += text.size();
+    }
+    mOut = out;
+    mLast = at;
+  }
   // Adds a held key: a key outside the held values, which begins a segment
   // of the tape that a replay may send out of turn.
   void AddHeldKey(std::string_view key, Position at);
   bool Empty() const { return mBlocks.empty(); }
+
+  // Set in an event's first byte when it stands on the line of the event
+  // before.
+  static constexpr unsigned kSameLine = 0x10;
+  static bool HasText(Kind kind) {
+    return kind == Kind::kKey || kind == Kind::kString || kind == Kind::kNumber;
+  }
 
   using KeyPredicate = std::function<bool(std::string_view key)>;
   // Sends the events to a dispatcher over target, in order, and empties the
@@ -179,6 +206,22 @@ class EventTape {
     std::size_t offset = 0;
     Position before;
   };
+
+  // The most bytes a variable-length integer takes.
+  static constexpr std::size_t kVarintBytes = 10;
+
+  static char* PutVarint(char* out, std::uint64_t value) {
+    while (value >= 0x80) {
+      *out++ = static_cast<char>((value & 0x7F) | 0x80);
+      value >>= 7;
+    }
+    *out++ = static_cast<char>(value);
+    return out;
+  }
+  // A coordinate's step, taken modulo 2^64 so that any step can be written.
+  static std::uint64_t Difference(std::int64_t to, std::int64_t from) {
+    return static_cast<std::uint64_t>(to) - static_cast<std::uint64_t>(from);
+  }
 
   // Makes room for an event of at most `most` bytes at mOut.
   void Reserve(std::size_t most) {
