@@ -73,9 +73,11 @@ namespace {
 
 // The smallest and the largest block a tape allocates: small tapes (a few
 // keys before a part's "type") stay small, and large ones grow in blocks that
-// can be freed one by one as they are replayed.
+// are freed one by one as they are replayed. Blocks stay below the size the
+// allocator maps from the system on its own, so a freed block's memory goes
+// to the cells being built rather than back to the system and in again.
 constexpr std::size_t kFirstBlockBytes = 256;
-constexpr std::size_t kLargestBlockBytes = std::size_t{1} << 20;
+constexpr std::size_t kLargestBlockBytes = std::size_t{64} << 10;
 std::uint64_t GetVarint(const char*& in) {
   std::uint64_t value = 0;
   for (unsigned shift = 0;; shift += 7) {
