@@ -24,6 +24,12 @@ std::int32_t ParseInt32(const std::string& option, const std::string& text) {
   return static_cast<std::int32_t>(value);
 }
 
+std::string FileName(const std::string& option, const std::string& text) {
+  if (text.empty())
+    throw UsageError("option " + option + " needs a file name, not an empty one");
+  return text;
+}
+
 OmEncoding ParseEncoding(const std::string& text) {
   if (text == "utf-8")
     return OmEncoding::Utf8;
@@ -69,7 +75,8 @@ const std::vector<OptionSpec>& Options() {
       {"--selected-only", false, [](CommandLine& c, const std::string&) { c.selectedOnly = true; }},
       {"--encoding", true,
        [](CommandLine& c, const std::string& v) { c.encoding = ParseEncoding(v); }},
-      {"--output", true, [](CommandLine& c, const std::string& v) { c.output = v; }},
+      {"--output", true,
+       [](CommandLine& c, const std::string& v) { c.output = FileName("--output", v); }},
       {"--destination", true, [](CommandLine& c, const std::string& v) { c.destination = v; }},
   };
   return options;

@@ -5,9 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <climits>
-#include <cstdlib>
 #include <cstring>
 #include <streambuf>
 #include <system_error>
@@ -90,16 +89,45 @@ class FdStreamBuf : public std::streambuf {
   throw std::system_error(errno, std::generic_category(), what);
 }
 
+std::string DirectoryOf(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
+}
+
+// The path that writing to path reaches: symbolic links are followed, even
+// a dangling one, so that the file they point to is written and the link
+// stays.
+std::string FollowLinks(const std::string& path) {
+  std::string target = path;
+  for (int links = 0;; ++links) {
+    struct stat info {};
+    if (::lstat(target.c_str(), &info) != 0 || !S_ISLNK(info.st_mode))
+      return target;
+    if (links == 40) {
+      errno = ELOOP;
+      ThrowSystem(path);
+    }
+    std::string link(static_cast<std::size_t>(std::max<off_t>(info.st_size, 0)) + 256, '\0');
+    const ssize_t length = ::readlink(target.c_str(), link.data(), link.size());
+    if (length < 0)
+      ThrowSystem(path);
+    link.resize(static_cast<std::size_t>(length));
+    target = !link.empty() && link[0] == '/' ? link : DirectoryOf(target) + link;
+  }
+}
+
 }  // namespace
 
 struct OutputFile::Data {
-  explicit Data(int fileDescriptor) : fd(fileDescriptor), buffer(fileDescriptor), stream(&buffer) {
+  Data(int fileDescriptor, std::string displayName)
+      : fd(fileDescriptor), buffer(fileDescriptor), stream(&buffer), name(std::move(displayName)) {
     stream.exceptions(std::ios_base::badbit | std::ios_base::failbit);
   }
 
   int fd;
   FdStreamBuf buffer;
   std::ostream stream;
+  std::string name;
   // For a named file: the final path and the temporary one ("" when the
   // file is written in place, as a device or a pipe must be).
   std::string path;
@@ -108,53 +136,52 @@ struct OutputFile::Data {
   bool committed = false;
 };
 
-OutputFile::OutputFile() : mData(std::make_unique<Data>(STDOUT_FILENO)) {}
+OutputFile::OutputFile() : mData(std::make_unique<Data>(STDOUT_FILENO, "standard output")) {}
 
 OutputFile::OutputFile(const std::string& path) {
-  std::string target = path;
+  const std::string target = FollowLinks(path);
   struct stat info {};
-  if (::stat(path.c_str(), &info) == 0) {
-    // Replace what a link points to, not the link.
-    if (char* resolved = ::realpath(path.c_str(), nullptr)) {
-      target = resolved;
-      std::free(resolved);
-    }
-    if (!S_ISREG(info.st_mode)) {
-      // Devices, pipes and the like cannot be replaced; write to them.
-      const int fd = ::open(target.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
-      if (fd < 0)
-        ThrowSystem(path);
-      mData = std::make_unique<Data>(fd);
-      mData->ownsFd = true;
-      mData->path = target;
-      return;
-    }
+  const bool exists = ::stat(target.c_str(), &info) == 0;
+  if (exists && !S_ISREG(info.st_mode)) {
+    // Devices, pipes and the like cannot be replaced; write to them.
+    const int fd = ::open(target.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
+    if (fd < 0)
+      ThrowSystem(path);
+    mData = std::make_unique<Data>(fd, path);
+    mData->ownsFd = true;
+    mData->path = target;
+    return;
   }
-  const std::size_t slash = target.rfind('/');
-  const std::string directory = slash == std::string::npos ? "" : target.substr(0, slash + 1);
+  const std::string directory = DirectoryOf(target);
   std::string temporary = directory + ".omtext-XXXXXX";
-  const int fd = ::mkstemp(temporary.data());
-  if (fd < 0)
-    ThrowSystem(path);
   mode_t mode = 0;
-  if (::stat(target.c_str(), &info) == 0) {
+  if (exists) {
     mode = info.st_mode & 07777;
   } else {
     const mode_t mask = ::umask(0);
     ::umask(mask);
     mode = 0666 & ~mask;
   }
+  const int fd = ::mkstemp(temporary.data());
+  if (fd < 0) {
+    const std::string where = directory.empty()       ? std::string(".")
+                              : directory.size() == 1 ? directory
+                                                      : directory.substr(0, directory.size() - 1);
+    ThrowSystem(path + ": cannot create a temporary file in " + where + " to write it");
+  }
   ::fchmod(fd, mode);
-  mData = std::make_unique<Data>(fd);
+  mData = std::make_unique<Data>(fd, path);
   mData->ownsFd = true;
   mData->path = target;
   mData->temporary = temporary;
 }
 
 OutputFile::~OutputFile() {
+  if (mData->temporary.empty() && !mData->committed)
+    mData->buffer.Flush();
   if (mData->ownsFd && mData->fd >= 0)
     ::close(mData->fd);
-  if (!mData->committed && !mData->temporary.empty())
+  if (!mData->temporary.empty() && !mData->committed)
     ::unlink(mData->temporary.c_str());
 }
 
@@ -165,18 +192,21 @@ std::ostream& OutputFile::Stream() {
 void OutputFile::Commit() {
   if (!mData->buffer.Flush()) {
     errno = mData->buffer.ErrorNumber();
-    ThrowSystem("write error");
+    ThrowSystem(mData->name + ": write error");
   }
   if (mData->ownsFd) {
     const int fd = mData->fd;
     mData->fd = -1;
     if (::close(fd) != 0)
-      ThrowSystem("write error");
+      ThrowSystem(mData->name + ": write error");
   }
-  if (!mData->temporary.empty() && ::rename(mData->temporary.c_str(), mData->path.c_str()) != 0) {
-    ThrowSystem(mData->path);
-  }
+  if (!mData->temporary.empty() && ::rename(mData->temporary.c_str(), mData->path.c_str()) != 0)
+    ThrowSystem(mData->name + ": cannot put the written file in place");
   mData->committed = true;
+}
+
+const std::string& OutputFile::Name() const {
+  return mData->name;
 }
 
 std::string OutputFile::Error() const {

@@ -1,7 +1,7 @@
 // Where the command's text goes: standard output or a named file, through a
 // large buffer. A named file is written beside its final name and renamed
-// over it only when the whole export succeeded, so a failed run never leaves
-// a half-written or truncated file behind.
+// over it only when the whole export succeeded, so a failed run never
+// leaves a half-written or truncated file behind.
 #pragma once
 
 #include <memory>
@@ -14,10 +14,13 @@ class OutputFile {
  public:
   // Standard output.
   OutputFile();
-  // The file at path, replaced on Commit(). Throws std::system_error when
-  // the temporary file cannot be created.
+  // The file at path, or the file a symbolic link there points to, replaced
+  // on Commit(). Devices and pipes are written in place. Throws
+  // std::system_error, whose what() names the file and the problem, when
+  // the temporary file cannot be created or the device cannot be opened.
   explicit OutputFile(const std::string& path);
-  // Removes the temporary file unless Commit() succeeded.
+  // Removes the temporary file unless Commit() succeeded. Text meant for
+  // standard output or a device is written out as far as it goes.
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
@@ -25,9 +28,11 @@ class OutputFile {
   // The stream to write to. It throws std::ios_base::failure on the first
   // failed write; Error() then tells why.
   std::ostream& Stream();
-  // Flushes, closes and renames into place. Throws std::system_error on
-  // failure.
+  // Flushes, closes and renames into place. Throws std::system_error, whose
+  // what() names the file, on failure.
   void Commit();
+  // "standard output", or the path as given: the name for messages.
+  const std::string& Name() const;
   // The system's message for the last failed write ("" if none).
   std::string Error() const;
 

@@ -33,6 +33,20 @@ int Fail(const std::string& message) {
   return 1;
 }
 
+// Writes the text of --help or --version to standard output.
+int Print(const std::string& text) {
+  omtext::cli::OutputFile out;
+  try {
+    out.Stream() << text;
+    out.Commit();
+  } catch (const std::ios_base::failure&) {
+    return Fail(out.Name() + ": write error: " + out.Error());
+  } catch (const std::system_error& error) {
+    return Fail(error.what());
+  }
+  return 0;
+}
+
 double SecondsSince(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
@@ -156,7 +170,7 @@ int Run(const CommandLine& commandLine) {
     output = commandLine.output ? std::make_unique<omtext::cli::OutputFile>(*commandLine.output)
                                 : std::make_unique<omtext::cli::OutputFile>();
   } catch (const std::system_error& error) {
-    return Fail(*commandLine.output + ": " + error.code().message());
+    return Fail(error.what());
   }
   try {
     OmTextExportOptions options;
@@ -165,7 +179,7 @@ int Run(const CommandLine& commandLine) {
     exporter.Export(tree.Begin(), tree.End());
     output->Commit();
   } catch (const std::ios_base::failure&) {
-    return Fail("write error: " + output->Error());
+    return Fail(output->Name() + ": write error: " + output->Error());
   } catch (const std::system_error& error) {
     return Fail(std::string(error.what()));
   } catch (const std::bad_alloc&) {
@@ -191,13 +205,9 @@ int main(int argc, char** argv) {
     std::cerr << "omtext: " << OmOneLine(error.what()) << '\n' << omtext::cli::UsageText();
     return 2;
   }
-  if (commandLine.help) {
-    std::cout << omtext::cli::UsageText();
-    return std::cout.flush() ? 0 : 1;
-  }
-  if (commandLine.version) {
-    std::cout << kVersion << '\n';
-    return std::cout.flush() ? 0 : 1;
-  }
+  if (commandLine.help)
+    return Print(omtext::cli::UsageText());
+  if (commandLine.version)
+    return Print(std::string(kVersion) + "\n");
   return Run(commandLine);
 }
