@@ -1,11 +1,14 @@
-// Buffered output to a file descriptor, and replacement of a named file.
+// Buffered output to a file descriptor, replacement of a named file, and
+// removal of its temporary file on a fatal signal.
 #include "cli/OutputFile.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <streambuf>
@@ -89,6 +92,73 @@ class FdStreamBuf : public std::streambuf {
   throw std::system_error(errno, std::generic_category(), what);
 }
 
+// The signals that end a run while its temporary file exists. The file is
+// removed first; a signal that was ignored when the command started stays
+// ignored.
+constexpr int kFatalSignals[] = {SIGTERM, SIGINT, SIGHUP, SIGXFSZ};
+constexpr std::size_t kFatalCount = sizeof kFatalSignals / sizeof kFatalSignals[0];
+
+static_assert(std::atomic<const char*>::is_always_lock_free);
+// The temporary file's path, set up before any handler may read it.
+std::atomic<const char*> gTemporary{nullptr};
+struct sigaction gPrevious[kFatalCount];
+
+sigset_t FatalSignals() {
+  sigset_t set;
+  ::sigemptyset(&set);
+  for (int signal : kFatalSignals)
+    ::sigaddset(&set, signal);
+  return set;
+}
+
+// Async-signal-safe: unlink, signal, raise and sigprocmask only.
+void RemoveTemporaryAndRaise(int signal) {
+  if (const char* path = gTemporary.load())
+    ::unlink(path);
+  ::signal(signal, SIG_DFL);
+  ::raise(signal);
+  sigset_t set;
+  ::sigemptyset(&set);
+  ::sigaddset(&set, signal);
+  ::sigprocmask(SIG_UNBLOCK, &set, nullptr);
+}
+
+// Holds the fatal signals back while the temporary file and the handlers
+// change together; one that arrives meanwhile is delivered afterwards.
+class FatalSignalsHeld {
+ public:
+  FatalSignalsHeld() {
+    const sigset_t set = FatalSignals();
+    ::sigprocmask(SIG_BLOCK, &set, &mOld);
+  }
+  ~FatalSignalsHeld() { ::sigprocmask(SIG_SETMASK, &mOld, nullptr); }
+  FatalSignalsHeld(const FatalSignalsHeld&) = delete;
+  FatalSignalsHeld& operator=(const FatalSignalsHeld&) = delete;
+
+ private:
+  sigset_t mOld{};
+};
+
+void WatchTemporary(const char* path) {
+  gTemporary.store(path);
+  struct sigaction action {};
+  action.sa_handler = RemoveTemporaryAndRaise;
+  action.sa_mask = FatalSignals();
+  for (std::size_t i = 0; i < kFatalCount; ++i) {
+    ::sigaction(kFatalSignals[i], nullptr, &gPrevious[i]);
+    const bool ignored =
+        (gPrevious[i].sa_flags & SA_SIGINFO) == 0 && gPrevious[i].sa_handler == SIG_IGN;
+    if (!ignored)
+      ::sigaction(kFatalSignals[i], &action, nullptr);
+  }
+}
+
+void UnwatchTemporary() {
+  for (std::size_t i = 0; i < kFatalCount; ++i)
+    ::sigaction(kFatalSignals[i], &gPrevious[i], nullptr);
+  gTemporary.store(nullptr);
+}
+
 std::string DirectoryOf(const std::string& path) {
   const std::size_t slash = path.rfind('/');
   return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
@@ -162,6 +232,7 @@ OutputFile::OutputFile(const std::string& path) {
     ::umask(mask);
     mode = 0666 & ~mask;
   }
+  const FatalSignalsHeld held;
   const int fd = ::mkstemp(temporary.data());
   if (fd < 0) {
     const std::string where = directory.empty()       ? std::string(".")
@@ -174,6 +245,7 @@ OutputFile::OutputFile(const std::string& path) {
   mData->ownsFd = true;
   mData->path = target;
   mData->temporary = temporary;
+  WatchTemporary(mData->temporary.c_str());
 }
 
 OutputFile::~OutputFile() {
@@ -181,8 +253,11 @@ OutputFile::~OutputFile() {
     mData->buffer.Flush();
   if (mData->ownsFd && mData->fd >= 0)
     ::close(mData->fd);
-  if (!mData->temporary.empty() && !mData->committed)
+  if (!mData->temporary.empty() && !mData->committed) {
+    const FatalSignalsHeld held;
     ::unlink(mData->temporary.c_str());
+    UnwatchTemporary();
+  }
 }
 
 std::ostream& OutputFile::Stream() {
@@ -200,8 +275,12 @@ void OutputFile::Commit() {
     if (::close(fd) != 0)
       ThrowSystem(mData->name + ": write error");
   }
-  if (!mData->temporary.empty() && ::rename(mData->temporary.c_str(), mData->path.c_str()) != 0)
-    ThrowSystem(mData->name + ": cannot put the written file in place");
+  if (!mData->temporary.empty()) {
+    const FatalSignalsHeld held;
+    if (::rename(mData->temporary.c_str(), mData->path.c_str()) != 0)
+      ThrowSystem(mData->name + ": cannot put the written file in place");
+    UnwatchTemporary();
+  }
   mData->committed = true;
 }
 

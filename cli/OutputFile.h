@@ -1,7 +1,7 @@
 // Where the command's text goes: standard output or a named file, through a
 // large buffer. A named file is written beside its final name and renamed
-// over it only when the whole export succeeded, so a failed run never
-// leaves a half-written or truncated file behind.
+// over it only when the whole export succeeded, so a failed or killed run
+// never leaves a half-written or truncated file, nor a temporary one, behind.
 #pragma once
 
 #include <memory>
@@ -18,6 +18,9 @@ class OutputFile {
   // on Commit(). Devices and pipes are written in place. Throws
   // std::system_error, whose what() names the file and the problem, when
   // the temporary file cannot be created or the device cannot be opened.
+  // While the temporary file exists, SIGTERM, SIGINT, SIGHUP and SIGXFSZ
+  // remove it before they end the process as they otherwise would; only one
+  // such file may exist at a time.
   explicit OutputFile(const std::string& path);
   // Removes the temporary file unless Commit() succeeded. Text meant for
   // standard output or a device is written out as far as it goes.
