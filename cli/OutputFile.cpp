@@ -1,5 +1,5 @@
-// Buffered output to a file descriptor, replacement of a named file, and
-// removal of its temporary file on a fatal signal.
+// Buffered output to a file descriptor with an optional limit, replacement
+// of a named file, and removal of its temporary file on a fatal signal.
 #include "cli/OutputFile.h"
 
 #include <fcntl.h>
@@ -9,8 +9,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cassert>
 #include <cerrno>
 #include <cstring>
+#include <limits>
 #include <streambuf>
 #include <system_error>
 #include <vector>
@@ -19,21 +21,28 @@ namespace omtext::cli {
 namespace {
 
 // Writes through a 1 MiB buffer; a failed write makes every later one fail
-// too and keeps the errno of the first.
+// too and keeps the errno of the first. The put area never reaches past the
+// limit, so that even a single character beyond it comes to overflow().
 class FdStreamBuf : public std::streambuf {
  public:
-  explicit FdStreamBuf(int fd) : mFd(fd), mBuffer(1 << 20) {
-    setp(mBuffer.data(), mBuffer.data() + mBuffer.size());
-  }
+  explicit FdStreamBuf(int fd) : mFd(fd), mBuffer(1 << 20) { ResetPutArea(); }
 
   int ErrorNumber() const { return mError; }
   bool Flush() { return FlushBuffer(); }
+  // Before the first write.
+  void SetLimit(std::uint64_t limit) {
+    assert(mWritten == 0 && pptr() == pbase());
+    mLimit = limit;
+    ResetPutArea();
+  }
 
  protected:
   int_type overflow(int_type ch) override {
     if (!FlushBuffer())
       return traits_type::eof();
     if (!traits_type::eq_int_type(ch, traits_type::eof())) {
+      if (pptr() == epptr())
+        throw OutputLimitExceeded(mLimit);
       *pptr() = traits_type::to_char_type(ch);
       pbump(1);
     }
@@ -41,28 +50,44 @@ class FdStreamBuf : public std::streambuf {
   }
 
   std::streamsize xsputn(const char* text, std::streamsize count) override {
-    const std::streamsize room = epptr() - pptr();
-    if (count <= room) {
+    if (count <= epptr() - pptr()) {
       std::memcpy(pptr(), text, static_cast<std::size_t>(count));
       pbump(static_cast<int>(count));
       return count;
     }
     if (!FlushBuffer())
       return 0;
-    if (count >= static_cast<std::streamsize>(mBuffer.size())) {
-      return WriteAll(text, static_cast<std::size_t>(count)) ? count : 0;
+    // What the limit lets through; the rest makes the write throw.
+    const std::size_t taken = static_cast<std::size_t>(
+        std::min<std::uint64_t>(static_cast<std::uint64_t>(count), mLimit - mWritten));
+    if (taken >= mBuffer.size()) {
+      mWritten += taken;
+      ResetPutArea();
+      if (!WriteAll(text, taken))
+        return 0;
+    } else {
+      std::memcpy(pptr(), text, taken);
+      pbump(static_cast<int>(taken));
     }
-    std::memcpy(pptr(), text, static_cast<std::size_t>(count));
-    pbump(static_cast<int>(count));
+    if (taken < static_cast<std::size_t>(count))
+      throw OutputLimitExceeded(mLimit);
     return count;
   }
 
   int sync() override { return FlushBuffer() ? 0 : -1; }
 
  private:
+  // Makes the whole buffer, or as much as the limit leaves, the put area.
+  // The buffer must be empty.
+  void ResetPutArea() {
+    const std::uint64_t room = std::min<std::uint64_t>(mBuffer.size(), mLimit - mWritten);
+    setp(mBuffer.data(), mBuffer.data() + room);
+  }
+
   bool FlushBuffer() {
     const std::size_t pending = static_cast<std::size_t>(pptr() - pbase());
-    setp(mBuffer.data(), mBuffer.data() + mBuffer.size());
+    mWritten += pending;
+    ResetPutArea();
     return WriteAll(mBuffer.data(), pending);
   }
 
@@ -86,6 +111,9 @@ class FdStreamBuf : public std::streambuf {
   int mFd;
   std::vector<char> mBuffer;
   int mError = 0;
+  // Bytes handed to write() so far, and the most the stream may take.
+  std::uint64_t mWritten = 0;
+  std::uint64_t mLimit = std::numeric_limits<std::uint64_t>::max();
 };
 
 [[noreturn]] void ThrowSystem(const std::string& what) {
@@ -258,6 +286,10 @@ OutputFile::~OutputFile() {
     ::unlink(mData->temporary.c_str());
     UnwatchTemporary();
   }
+}
+
+void OutputFile::SetLimit(std::uint64_t limit) {
+  mData->buffer.SetLimit(limit);
 }
 
 std::ostream& OutputFile::Stream() {

@@ -4,11 +4,24 @@
 // never leaves a half-written or truncated file, nor a temporary one, behind.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <ostream>
+#include <stdexcept>
 #include <string>
 
 namespace omtext::cli {
+
+// Thrown through the stream by the write that would take it past its limit.
+class OutputLimitExceeded : public std::runtime_error {
+ public:
+  explicit OutputLimitExceeded(std::uint64_t limit)
+      : std::runtime_error("output limit exceeded"), mLimit(limit) {}
+  std::uint64_t Limit() const { return mLimit; }
+
+ private:
+  std::uint64_t mLimit;
+};
 
 class OutputFile {
  public:
@@ -28,6 +41,11 @@ class OutputFile {
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
+  // Lets the stream take at most limit bytes in all: the write that would
+  // pass it hands on the bytes within the limit and throws
+  // OutputLimitExceeded (through the stream, which then is bad). Call it
+  // before the first write.
+  void SetLimit(std::uint64_t limit);
   // The stream to write to. It throws std::ios_base::failure on the first
   // failed write; Error() then tells why.
   std::ostream& Stream();

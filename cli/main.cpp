@@ -172,6 +172,12 @@ int Run(const CommandLine& commandLine) {
   } catch (const std::system_error& error) {
     return Fail(error.what());
   }
+  if (commandLine.maxOutput)
+    output->SetLimit(*commandLine.maxOutput);
+  // What became of the output when the run fails after writing began.
+  const std::string aftermath = commandLine.output
+                                    ? *commandLine.output + " was left as it was"
+                                    : "standard output holds what was written up to there";
   try {
     OmTextExportOptions options;
     SetOptions(commandLine, options);
@@ -182,8 +188,13 @@ int Run(const CommandLine& commandLine) {
     return Fail(output->Name() + ": write error: " + output->Error());
   } catch (const std::system_error& error) {
     return Fail(std::string(error.what()));
+  } catch (const omtext::cli::OutputLimitExceeded& error) {
+    const std::string size =
+        std::to_string(error.Limit()) + (error.Limit() == 1 ? " byte" : " bytes");
+    return Fail(name + ": the text is longer than the --max-output limit of " + size + "; " +
+                (commandLine.output ? aftermath : "only the first " + size + " were written"));
   } catch (const std::bad_alloc&) {
-    return Fail(name + ": out of memory while rendering");
+    return Fail(name + ": out of memory while rendering; " + aftermath);
   }
   if (commandLine.stats) {
     std::cerr << "omtext: load " << loadSeconds << " s, render " << SecondsSince(renderStart)

@@ -1,6 +1,7 @@
-// The command, run as a built binary, when a run cannot finish: a signal
-// ends the process while -o's file is written. It must leave -o's file as
-// it was, no temporary file behind, and the exit status of the signal.
+// The command, run as a built binary, when a run cannot finish: the text
+// passes --max-output, or a signal ends the process while -o's file is
+// written. Each must leave -o's file as it was, no temporary file behind,
+// and an honest exit status.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -21,6 +22,12 @@ namespace {
 using omtext::testing::ReadFile;
 using omtext::testing::TemporaryFiles;
 using omtext::testing::WriteFile;
+using Result = omtext::testing::CommandResult;
+
+// A heading whose line, with its line feed, is size bytes long.
+std::string Heading(std::size_t size) {
+  return R"({"output": [{"type": "heading", "text": ")" + std::string(size - 1, 'x') + "\"}]}";
+}
 
 // A heading, a table of two row dimensions of n leaves each holding a
 // single cell, and a heading. With --show-empty it prints n * n rows from a
@@ -111,6 +118,52 @@ class StoppedRun : public omtext::testing::Scratch<> {
     return false;
   }
 };
+
+TEST_F(StoppedRun, MaxOutputAllowsExactlyItsSize) {
+  const std::string kilobyte = Heading(1024);
+  EXPECT_EQ(Run({"--max-output", "1k"}, kilobyte).out.size(), 1024u);
+  EXPECT_EQ(Run({"--max-output", "1024"}, kilobyte).status, 0);
+  EXPECT_EQ(Run({"--max-output=0"}, R"({"output": []})").status, 0);
+  EXPECT_EQ(Run({"--max-output", "1G"}, kilobyte).status, 0);
+
+  Result result = Run({"--max-output", "1023"}, kilobyte);
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, std::string(1023, 'x'));
+  EXPECT_EQ(result.err,
+            "omtext: -: the text is longer than the --max-output limit of 1023 bytes; only the "
+            "first 1023 bytes were written\n");
+  result = Run({"--max-output", "0"}, kilobyte);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err,
+            "omtext: -: the text is longer than the --max-output limit of 0 bytes; only the first "
+            "0 bytes were written\n");
+  // One piece of text larger than the command's buffer is cut at the limit.
+  result = Run({"--max-output", "2M"}, Heading(3 << 20));
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out.size(), std::size_t{2} << 20);
+  EXPECT_EQ(Run({"--max-output", "3M"}, Heading(3 << 20)).status, 0);
+}
+
+TEST_F(StoppedRun, MaxOutputLeavesTheOutputFileAsItWas) {
+  // 4 million rows, about 28 MB of text: the run stops at the limit.
+  WriteFile(Path("out.txt"), "old contents\n");
+  const std::vector<std::string> options = {"--show-empty", "--tab-separated", "--max-output",
+                                            "1M"};
+  std::vector<std::string> arguments = options;
+  arguments.insert(arguments.end(), {"-o", Path("out.txt")});
+  const std::string table = SparseTable(2000);
+  Result result = Run(arguments, table);
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err,
+            "omtext: -: the text is longer than the --max-output limit of 1048576 bytes; " +
+                Path("out.txt") + " was left as it was\n");
+  EXPECT_EQ(ReadFile(Path("out.txt")), "old contents\n");
+  EXPECT_EQ(TemporaryFiles(dir), std::vector<std::string>{});
+  result = Run(options, table);
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out.size(), 1048576u);
+  EXPECT_EQ(result.out.rfind("before\nc0\tc0\t1\n\tc1\t\n", 0), 0u);
+}
 
 class FatalSignal : public StoppedRun, public ::testing::WithParamInterface<int> {};
 
