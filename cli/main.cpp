@@ -9,11 +9,13 @@
 #include <fstream>
 #include <iostream>
 #include <system_error>
+#include <vector>
 
 #include "cli/CommandLine.h"
 #include "cli/Deliver.h"
 #include "cli/OutputFile.h"
 #include "cli/RenderLimits.h"
+#include "cli/ReplacedParts.h"
 #include "destination/TextTreeVisitor.h"
 #include "export/OmTextExport.h"
 #include "export/OmTextExportOptions.h"
@@ -117,8 +119,14 @@ int RunDestination(const CommandLine& commandLine, OmOutputTree& tree) {
     }
     if (fileProblem)
       return 1;
-    omtext::cli::DeliverDocument(tree, destination);
+    const std::vector<std::string> replaced = omtext::cli::DeliverDocument(tree, destination);
     destination.Close();
+    for (const std::string& where : replaced) {
+      Fail(commandLine.input + ": out of memory rendering " + where +
+           "; it was replaced by \"Output Missing\"");
+    }
+    if (!replaced.empty())
+      return 1;
   } catch (const std::ios_base::failure&) {
     const int error = errno;
     return Fail(spec + ": write error" +
@@ -178,12 +186,16 @@ int Run(const CommandLine& commandLine) {
   const std::string aftermath = commandLine.output
                                     ? *commandLine.output + " was left as it was"
                                     : "standard output holds what was written up to there";
+  std::vector<std::string> replaced;
   try {
     OmTextExportOptions options;
     SetOptions(commandLine, options);
     OmTextExport exporter(options, output->Stream());
-    exporter.Export(tree.Begin(), tree.End());
-    output->Commit();
+    // A file that will not be replaced is not worth finishing.
+    replaced =
+        omtext::cli::ExportNotingReplacedParts(exporter, tree, commandLine.output.has_value());
+    if (replaced.empty() || !commandLine.output)
+      output->Commit();
   } catch (const std::ios_base::failure&) {
     return Fail(output->Name() + ": write error: " + output->Error());
   } catch (const std::system_error& error) {
@@ -196,6 +208,12 @@ int Run(const CommandLine& commandLine) {
   } catch (const std::bad_alloc&) {
     return Fail(name + ": out of memory while rendering; " + aftermath);
   }
+  for (const std::string& where : replaced) {
+    Fail(name + ": out of memory rendering " + where + "; " +
+         (commandLine.output ? aftermath : "it was replaced by \"Output Missing\""));
+  }
+  if (!replaced.empty())
+    return 1;
   if (commandLine.stats) {
     std::cerr << "omtext: load " << loadSeconds << " s, render " << SecondsSince(renderStart)
               << " s\n";

@@ -1,7 +1,7 @@
 // The command, run as a built binary, when a run cannot finish: the text
-// passes --max-output, or a signal ends the process while -o's file is
-// written. Each must leave -o's file as it was, no temporary file behind,
-// and an honest exit status.
+// passes --max-output, memory runs out in the middle of a table, or a
+// signal ends the process while -o's file is written. Each must leave -o's
+// file as it was, no temporary file behind, and an honest exit status.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -117,6 +117,18 @@ class StoppedRun : public omtext::testing::Scratch<> {
     ADD_FAILURE() << "the command wrote nothing to a temporary file";
     return false;
   }
+
+  // Runs the command to its end with the arguments and the resource limit.
+  Result RunLimited(const std::vector<std::string>& arguments, const std::string& input,
+                    int resource, rlim_t limit) {
+    WriteFile(Path("stdin"), input);
+    const int status = Wait(Start(arguments, resource, limit));
+    Result result;
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    result.out = ReadFile(Path("stdout"));
+    result.err = ReadFile(Path("stderr"));
+    return result;
+  }
 };
 
 TEST_F(StoppedRun, MaxOutputAllowsExactlyItsSize) {
@@ -163,6 +175,39 @@ TEST_F(StoppedRun, MaxOutputLeavesTheOutputFileAsItWas) {
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.out.size(), 1048576u);
   EXPECT_EQ(result.out.rfind("before\nc0\tc0\t1\n\tc1\t\n", 0), 0u);
+}
+
+// An address-space limit is how a test can make memory run out; the
+// sanitizers reserve far more address space than any such limit allows.
+#if defined(__SANITIZE_ADDRESS__)
+#define SKIP_WITHOUT_ADDRESS_LIMITS() GTEST_SKIP() << "address-space limits and AddressSanitizer"
+#else
+#define SKIP_WITHOUT_ADDRESS_LIMITS() (void)0
+#endif
+
+// 64 MiB is enough to load and check the 2000 x 2000 table, not to lay out
+// its 128 MB of text.
+constexpr rlim_t kAddressSpace = rlim_t{64} << 20;
+
+TEST_F(StoppedRun, TableThatRunsOutOfMemoryIsReportedAndFails) {
+  SKIP_WITHOUT_ADDRESS_LIMITS();
+  const std::string table = SparseTable(2000);
+  Result result = RunLimited({"--show-empty"}, table, RLIMIT_AS, kAddressSpace);
+  EXPECT_EQ(result.status, 1);
+  // The library's replacement is printed and the document goes on.
+  EXPECT_EQ(result.out, "before\nOutput Missing\nOut of memory exporting output.\nafter\n");
+  EXPECT_EQ(result.err,
+            "omtext: -: out of memory rendering the pivot table at output[1]; it was replaced by "
+            "\"Output Missing\"\n");
+
+  WriteFile(Path("out.txt"), "old contents\n");
+  result = RunLimited({"--show-empty", "-o", Path("out.txt")}, table, RLIMIT_AS, kAddressSpace);
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, "omtext: -: out of memory rendering the pivot table at output[1]; " +
+                            Path("out.txt") + " was left as it was\n");
+  EXPECT_EQ(ReadFile(Path("out.txt")), "old contents\n");
+  EXPECT_EQ(TemporaryFiles(dir), std::vector<std::string>{});
 }
 
 class FatalSignal : public StoppedRun, public ::testing::WithParamInterface<int> {};
