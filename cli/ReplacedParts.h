@@ -31,18 +31,23 @@ class ReplacedParts {
   // node counts towards the positions of the nodes after it.
   std::vector<std::string> Check(Node first, Node last);
 
+  // Exports the whole tree one node at a time, which prints the same as one
+  // export of the whole range, and returns where each part that was
+  // replaced stood. With stopAtFirst the export ends after the first such
+  // part. Whatever the export throws passes on.
+  static std::vector<std::string> ExportTree(OmTextExport& exporter, OmOutputTree& tree,
+                                             bool stopAtFirst);
+
  private:
+  // Counts node towards the positions: the next sibling, or a first child.
+  void Step(Node node);
+  // The description of the part at the current position.
+  std::string Where(bool table) const;
+
   // Each remembered part and whether it is a pivot table.
   std::vector<std::pair<const OmOutputPart*, bool>> mRemembered;
   // The index of the current node among its siblings, level by level.
   std::vector<std::int64_t> mPosition;
 };
-
-// Exports the whole tree one node at a time, which prints the same as one
-// export of the whole range, and returns where each part that was replaced
-// for lack of memory stood. With stopAtFirst the export ends after the first
-// such part. Whatever the export throws passes on.
-std::vector<std::string> ExportNotingReplacedParts(OmTextExport& exporter, OmOutputTree& tree,
-                                                   bool stopAtFirst);
 
 }  // namespace omtext::cli

@@ -193,7 +193,7 @@ int Run(const CommandLine& commandLine) {
     OmTextExport exporter(options, output->Stream());
     // A file that will not be replaced is not worth finishing.
     replaced =
-        omtext::cli::ExportNotingReplacedParts(exporter, tree, commandLine.output.has_value());
+        omtext::cli::ReplacedParts::ExportTree(exporter, tree, commandLine.output.has_value());
     if (replaced.empty() || !commandLine.output)
       output->Commit();
   } catch (const std::ios_base::failure&) {
