@@ -26,6 +26,30 @@ std::int32_t ParseInt32(const std::string& option, const std::string& text) {
   return static_cast<std::int32_t>(value);
 }
 
+// A byte count with an optional k (or K), M or G suffix, 1024-based.
+std::uint64_t ParseSize(const std::string& text) {
+  std::uint64_t value = 0;
+  const char* last = text.data() + text.size();
+  auto [end, error] = std::from_chars(text.data(), last, value);
+  int shift = 0;
+  if (error == std::errc() && end + 1 == last) {
+    shift = *end == 'k' || *end == 'K' ? 10 : *end == 'M' ? 20 : *end == 'G' ? 30 : 0;
+    end += shift != 0 ? 1 : 0;
+  }
+  if (error != std::errc() || end != last ||
+      value > std::numeric_limits<std::uint64_t>::max() >> shift) {
+    throw UsageError("option --max-output needs a size in bytes (k, M or G may follow), not '" +
+                     text + "'");
+  }
+  return value << shift;
+}
+
+std::string FileName(const std::string& option, const std::string& text) {
+  if (text.empty())
+    throw UsageError("option " + option + " needs a file name, not an empty one");
+  return text;
+}
+
 OmEncoding ParseEncoding(const std::string& text) {
   if (text == "utf-8")
     return OmEncoding::Utf8;
@@ -71,7 +95,10 @@ const std::vector<OptionSpec>& Options() {
       {"--selected-only", false, [](CommandLine& c, const std::string&) { c.selectedOnly = true; }},
       {"--encoding", true,
        [](CommandLine& c, const std::string& v) { c.encoding = ParseEncoding(v); }},
-      {"--output", true, [](CommandLine& c, const std::string& v) { c.output = v; }},
+      {"--output", true,
+       [](CommandLine& c, const std::string& v) { c.output = FileName("--output", v); }},
+      {"--max-output", true,
+       [](CommandLine& c, const std::string& v) { c.maxOutput = ParseSize(v); }},
       {"--destination", true, [](CommandLine& c, const std::string& v) { c.destination = v; }},
   };
   return options;
@@ -135,6 +162,9 @@ CommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     }
     spec->apply(commandLine, value.value_or(""));
   }
+  // The destination writes its own file, which no limit of the command's reaches.
+  if (commandLine.maxOutput && commandLine.destination)
+    throw UsageError("option --max-output does not apply to --destination");
   return commandLine;
 }
 
@@ -180,6 +210,9 @@ const char* UsageText() {
          "  --selected-only           skip parts that are not selected\n"
          "  --encoding E              utf-8 (default), single-byte or double-byte\n"
          "  -o, --output FILE         write to FILE (replaced only on success)\n"
+         "  --max-output SIZE         stop with an error, leaving -o's FILE as it was,\n"
+         "                            once the text would exceed SIZE bytes (k, M, G:\n"
+         "                            1024-based); not with --destination\n"
          "  --destination FILE        write as the output-management text destination\n"
          "  --stats                   report load and render times on standard error\n"
          "  -h, --help                show this help\n"

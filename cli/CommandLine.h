@@ -40,6 +40,8 @@ struct CommandLine {
   bool selectedOnly = false;
   OmEncoding encoding = OmEncoding::Utf8;
   std::optional<std::string> output;
+  // Most bytes the run may write to standard output or -o's file.
+  std::optional<std::uint64_t> maxOutput;
   std::optional<std::string> destination;
   // The document to read; "-" for standard input.
   std::string input = "-";
