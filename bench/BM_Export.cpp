@@ -18,6 +18,7 @@
 #include "OmTableGenerator.h"
 #include "export/OmTextExport.h"
 #include "export/OmTextExportOptions.h"
+#include "export/OmTextPage.h"
 #include "host/output/OmOutputTree.h"
 #include "host/table/OmDisplayLayerHeading.h"
 #include "host/table/OmPivotTable.h"
@@ -93,7 +94,8 @@ void BM_OmPivotTableTxtExport_Formatted(benchmark::State& state) {
   OmDisplayLayerHeading layer(Table(tree), options.HideEmptyRowsAndColumns());
   layer.LastLayer();
   std::ostringstream unused;
-  OmPivotTableTxtExport::Data data(layer, options, unused, 0);
+  OmTextPage page(unused, options);
+  OmPivotTableTxtExportPrivate::Data data(layer, options, page);
   const auto lines = static_cast<double>(data.mMatrix.NumLines());
   state.counters["matrix_lines"] = lines;
   state.counters["matrix_bytes_per_line"] = static_cast<double>(data.mMatrix.MemoryUsage()) / lines;

@@ -97,7 +97,7 @@ BENCHMARK(BM_OmWinStringFolder_TwoWordLabel);
 void BM_OmWinStringFolder_Paragraph(benchmark::State& state) {
   // As many rows as the text wraps to, so that nothing is joined.
   const std::string text = Words(static_cast<std::size_t>(state.range(0)));
-  OmWinStringFolder::Data probe(Options());
+  OmWinStringFolderPrivate::Data probe(Options());
   OmWinFormattedNode node(text, 1, 1, 0, probe.GetStringLength(text));
   probe.Fold(node, 40);
   Fold(state, text, 40, static_cast<std::int32_t>(probe.lineLengths.size()));
@@ -108,7 +108,7 @@ BENCHMARK(BM_OmWinStringFolder_Paragraph)->Arg(10 << 10)->Arg(40 << 10);
 // measure's fast path.
 void BM_OmWinStringFolder_ParagraphInColumns(benchmark::State& state) {
   const std::string text = Words(static_cast<std::size_t>(state.range(0)));
-  OmWinStringFolder::Data probe(Options(OmDisplayWidth::Columns));
+  OmWinStringFolderPrivate::Data probe(Options(OmDisplayWidth::Columns));
   OmWinFormattedNode node(text, 1, 1, 0, probe.GetStringLength(text));
   probe.Fold(node, 40);
   Fold(state, text, 40, static_cast<std::int32_t>(probe.lineLengths.size()),
@@ -127,7 +127,7 @@ void BM_OmWinStringFolder_ScriptsInColumns(benchmark::State& state) {
       text += ' ';
     text += kWords[i % 6];
   }
-  OmWinStringFolder::Data probe(Options(OmDisplayWidth::Columns));
+  OmWinStringFolderPrivate::Data probe(Options(OmDisplayWidth::Columns));
   OmWinFormattedNode node(text, 1, 1, 0, probe.GetStringLength(text));
   probe.Fold(node, 40);
   Fold(state, text, 40, static_cast<std::int32_t>(probe.lineLengths.size()),

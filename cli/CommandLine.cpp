@@ -9,6 +9,8 @@
 #include <functional>
 #include <limits>
 
+#include "export/OmTextExportOptions.h"
+
 namespace omtext::cli {
 namespace {
 
@@ -26,6 +28,30 @@ std::int32_t ParseInt32(const std::string& option, const std::string& text) {
     throw UsageError("option " + option + " needs a 32-bit integer, not '" + text + "'");
   }
   return static_cast<std::int32_t>(value);
+}
+
+// A byte count with an optional k (or K), M or G suffix, 1024-based.
+std::uint64_t ParseSize(const std::string& text) {
+  std::uint64_t value = 0;
+  const char* last = text.data() + text.size();
+  auto [end, error] = std::from_chars(text.data(), last, value);
+  int shift = 0;
+  if (error == std::errc() && end + 1 == last) {
+    shift = *end == 'k' || *end == 'K' ? 10 : *end == 'M' ? 20 : *end == 'G' ? 30 : 0;
+    end += shift != 0 ? 1 : 0;
+  }
+  if (error != std::errc() || end != last ||
+      value > std::numeric_limits<std::uint64_t>::max() >> shift) {
+    throw UsageError("option --max-output needs a size in bytes (k, M or G may follow), not '" +
+                     text + "'");
+  }
+  return value << shift;
+}
+
+std::string FileName(const std::string& option, const std::string& text) {
+  if (text.empty())
+    throw UsageError("option " + option + " needs a file name, not an empty one");
+  return text;
 }
 
 OmEncoding ParseEncoding(const std::string& text) {
@@ -91,7 +117,10 @@ const std::vector<OptionSpec>& Options() {
        [](CommandLine& c, const std::string& v) { c.encoding = ParseEncoding(v); }},
       {"--display-width", true,
        [](CommandLine& c, const std::string& v) { c.displayWidth = ParseDisplayWidth(v); }},
-      {"--output", true, [](CommandLine& c, const std::string& v) { c.output = v; }},
+      {"--output", true,
+       [](CommandLine& c, const std::string& v) { c.output = FileName("--output", v); }},
+      {"--max-output", true,
+       [](CommandLine& c, const std::string& v) { c.maxOutput = ParseSize(v); }},
       {"--destination", true, [](CommandLine& c, const std::string& v) { c.destination = v; }},
   };
   return options;
@@ -155,6 +184,9 @@ CommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     }
     spec->apply(commandLine, value.value_or(""));
   }
+  // The destination writes its own file, which no limit of the command's reaches.
+  if (commandLine.maxOutput && commandLine.destination)
+    throw UsageError("option --max-output does not apply to --destination");
   if (commandLine.destination && commandLine.displayWidth == OmDisplayWidth::Columns) {
     throw UsageError("--display-width columns does not apply to --destination, which counts bytes");
   }
@@ -184,6 +216,28 @@ void ResolveAutoWidth(CommandLine& commandLine) {
   commandLine.widthAuto = false;
 }
 
+void SetExportOptions(const CommandLine& commandLine, OmTextExportOptions& options) {
+  options.TabSeparated(commandLine.tabSeparated);
+  if (commandLine.width)
+    options.MaxLineWidth(*commandLine.width);
+  if (commandLine.widthRestriction)
+    options.WidthRestriction(*commandLine.widthRestriction);
+  options.NumLinesPerPage(commandLine.pageLength.value_or(2147483647));
+  options.InsertPageBreak(commandLine.pageBreaks);
+  if (commandLine.columnSeparator)
+    options.ColumnSeparator(*commandLine.columnSeparator);
+  if (commandLine.rowSeparator)
+    options.RowSeparator(*commandLine.rowSeparator);
+  options.HideEmptyRowsAndColumns(!commandLine.showEmpty);
+  options.RowDimensionLabelsInCorner(!commandLine.labelsInHeading);
+  options.KeepFootNotesAndCaption(!commandLine.noFootnotes);
+  options.ExportAllLayers(!commandLine.currentLayer);
+  options.ShowNotes(commandLine.showNotes);
+  options.AlphabeticFootNotes(!commandLine.numericFootnotes);
+  options.ShowUnselected(!commandLine.selectedOnly);
+  options.DisplayWidth(commandLine.displayWidth);
+}
+
 const char* UsageText() {
   return "usage: omtext [OPTIONS] [FILE]\n"
          "Renders an output document (JSON) as plain text. Reads FILE, or standard\n"
@@ -208,6 +262,9 @@ const char* UsageText() {
          "  --display-width W         bytes (default) or columns: count widths in terminal\n"
          "                            columns (wide characters 2, combining marks 0; UTF-8)\n"
          "  -o, --output FILE         write to FILE (replaced only on success)\n"
+         "  --max-output SIZE         stop with an error, leaving -o's FILE as it was,\n"
+         "                            once the text would exceed SIZE bytes (k, M, G:\n"
+         "                            1024-based); not with --destination\n"
          "  --destination FILE        write as the output-management text destination\n"
          "  --stats                   report load and render times on standard error\n"
          "  -h, --help                show this help\n"

@@ -11,6 +11,8 @@
 #include "host/platform/OmDisplayWidth.h"
 #include "host/platform/OmPlatform.h"
 
+class OmTextExportOptions;
+
 namespace omtext::cli {
 
 // A malformed command line; the message is one line without the program name.
@@ -42,6 +44,8 @@ struct CommandLine {
   OmEncoding encoding = OmEncoding::Utf8;
   OmDisplayWidth displayWidth = OmDisplayWidth::Bytes;
   std::optional<std::string> output;
+  // Most bytes the run may write to standard output or -o's file.
+  std::optional<std::uint64_t> maxOutput;
   std::optional<std::string> destination;
   // The document to read; "-" for standard input.
   std::string input = "-";
@@ -59,6 +63,11 @@ std::int32_t AutoWidth();
 
 // Turns --width auto into the width AutoWidth finds; otherwise changes nothing.
 void ResolveAutoWidth(CommandLine& commandLine);
+
+// Sets the export options the command line asks for; an option not given
+// keeps the library's default, except the page length, which becomes
+// 2147483647 so that a document prints as one page.
+void SetExportOptions(const CommandLine& commandLine, OmTextExportOptions& options);
 
 // The usage text printed by --help and after a usage error.
 const char* UsageText();

@@ -48,10 +48,10 @@ class OmWinStringFolder : public OmStringFolder {
   std::int32_t SplitString(OmFormattedNode& node, std::int32_t width,
                            std::vector<std::string>& lines, bool pad) override;
 
-  // The private record, defined in OmWinStringFolderPrivate.h, which the
-  // folder's own tests include.
-  struct Data;
-
  private:
+  // The private record, defined in OmWinStringFolderPrivate.h, which names
+  // it for the folder's own files and tests.
+  struct Data;
+  friend struct OmWinStringFolderPrivate;
   std::unique_ptr<Data> mData;
 };

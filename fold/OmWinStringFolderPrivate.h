@@ -14,6 +14,11 @@
 
 class OmFormattedNode;
 
+// Names the private record for the folder's own files and tests.
+struct OmWinStringFolderPrivate {
+  using Data = OmWinStringFolder::Data;
+};
+
 struct OmWinStringFolder::Data {
   explicit Data(const OmStringFolder::Options& options);
 

@@ -12,7 +12,7 @@
 
 namespace {
 
-using NodeList = OmPivotTableTxtExport::Data::NodeList;
+using NodeList = OmPivotTableTxtExportPrivate::Data::NodeList;
 
 }  // namespace
 

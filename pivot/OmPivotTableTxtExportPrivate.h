@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "export/OmTextExportOptions.h"
+#include "export/OmTextPage.h"
 #include "fold/OmFormattedNode.h"
 #include "fold/OmStringFolder.h"
 #include "fold/OmTextMeasure.h"
@@ -30,28 +31,32 @@
 
 class OmCellText;
 
+// Names the private record for the exporter's own files and tests.
+struct OmPivotTableTxtExportPrivate {
+  using Data = OmPivotTableTxtExport::Data;
+};
+
 struct OmPivotTableTxtExport::Data {
   // The formatted nodes of one matrix column, top to bottom.
   using NodeList = std::vector<std::unique_ptr<OmFormattedNode>>;
 
   // Builds the headings and, for a formatted layer, plans the layer.
-  Data(OmDisplayLayerHeading& layer, const OmTextExportOptions& options, std::ostream& out,
-       std::int32_t linesOnPage);
+  // Prints on page; ownPage, when given, is that page, owned by the record.
+  Data(OmDisplayLayerHeading& layer, const OmTextExportOptions& options, OmTextPage& page,
+       std::unique_ptr<OmTextPage> ownPage = nullptr);
   ~Data();
   Data(const Data&) = delete;
   Data& operator=(const Data&) = delete;
 
-  // Ends the line with a line feed and writes it in one call.
-  void WriteLine(std::string& line);
-
   // The layer's state, in construction order.
+  std::unique_ptr<OmTextPage> mOwnPage;
+  OmTextPage& mPage;
   OmDisplayLayerHeading& mLayerHeading;
   OmDisplayColumnHeading mColumnHeading;
   OmDisplayRowHeading mRowHeading;
   const OmTextExportOptions& mOptions;
   std::ostream& mStream;
   OmFootnoter mFootnoter;
-  std::int32_t mLinesOnPage;
   OmTextMatrix mMatrix;
   std::vector<std::int32_t> mColumnWidths;
   std::vector<std::int32_t> mRowHeights;
@@ -155,11 +160,4 @@ struct OmPivotTableTxtExport::Data {
   std::int32_t GetFootnoteMarker(std::string& out, const OmCellText& cell);
   void CreateLayerHeadingFootnotes();
   void PrintFootnotes();
-
-  // Counts one printed line; saturates rather than overflow on a page of
-  // more than 2^31 lines (the count is only compared with the page length).
-  void CountLine() {
-    if (mLinesOnPage < 2147483647)
-      ++mLinesOnPage;
-  }
 };
