@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <cerrno>
 #include <cstdlib>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -58,17 +59,17 @@ class WidthCommand : public omtext::testing::Scratch<> {
   }
 
   // Runs the command on a terminal of the given width and returns what it
-  // printed there, with the terminal's carriage returns taken out.
-  std::string RenderOnTerminal(std::vector<std::string> arguments, unsigned short columns) {
+  // printed there, with the terminal's carriage returns taken out; nothing
+  // where the system has no pseudo-terminal to give.
+  std::optional<std::string> RenderOnTerminal(std::vector<std::string> arguments,
+                                              unsigned short columns) {
     winsize size{};
     size.ws_col = columns;
     size.ws_row = 24;
     int terminal = -1;
     const pid_t child = ::forkpty(&terminal, nullptr, nullptr, &size);
-    if (child < 0) {
-      ADD_FAILURE() << "forkpty failed";
-      return "";
-    }
+    if (child < 0)
+      return std::nullopt;
     if (child == 0) {
       std::vector<char*> argv;
       std::string command = OMTEXT_COMMAND;
@@ -111,7 +112,10 @@ TEST_F(WidthCommand, AutoTakesTheTerminalsWidthFirst) {
   const EnvironmentScope columns("COLUMNS", "100");
   const std::string expected = Render({"--width", "40"});
   ASSERT_NE(expected, Render({}));
-  EXPECT_EQ(RenderOnTerminal({"--width", "auto"}, 40), expected);
+  const std::optional<std::string> out = RenderOnTerminal({"--width", "auto"}, 40);
+  if (!out)
+    GTEST_SKIP() << "no pseudo-terminal";
+  EXPECT_EQ(*out, expected);
   EXPECT_EQ(RenderOnTerminal({"--width=auto", "--display-width", "columns"}, 40),
             Render({"--width", "40", "--display-width", "columns"}));
 }
