@@ -1,7 +1,11 @@
 // Parsing of the omtext command line.
 #include "cli/CommandLine.h"
 
+#include <sys/ioctl.h>
+#include <unistd.h>
+
 #include <charconv>
+#include <cstdlib>
 #include <functional>
 #include <limits>
 
@@ -60,6 +64,23 @@ OmEncoding ParseEncoding(const std::string& text) {
   throw UsageError("option --encoding needs utf-8, single-byte or double-byte, not '" + text + "'");
 }
 
+OmDisplayWidth ParseDisplayWidth(const std::string& text) {
+  if (text == "bytes")
+    return OmDisplayWidth::Bytes;
+  if (text == "columns")
+    return OmDisplayWidth::Columns;
+  throw UsageError("option --display-width needs columns or bytes, not '" + text + "'");
+}
+
+void SetWidth(CommandLine& commandLine, const std::string& text) {
+  commandLine.widthAuto = text == "auto";
+  if (commandLine.widthAuto) {
+    commandLine.width.reset();
+  } else {
+    commandLine.width = ParseInt32("--width", text);
+  }
+}
+
 struct OptionSpec {
   const char* name;
   bool takesValue;
@@ -72,8 +93,7 @@ const std::vector<OptionSpec>& Options() {
       {"--version", false, [](CommandLine& c, const std::string&) { c.version = true; }},
       {"--stats", false, [](CommandLine& c, const std::string&) { c.stats = true; }},
       {"--tab-separated", false, [](CommandLine& c, const std::string&) { c.tabSeparated = true; }},
-      {"--width", true,
-       [](CommandLine& c, const std::string& v) { c.width = ParseInt32("--width", v); }},
+      {"--width", true, [](CommandLine& c, const std::string& v) { SetWidth(c, v); }},
       {"--width-restriction", true,
        [](CommandLine& c, const std::string& v) {
          c.widthRestriction = ParseInt32("--width-restriction", v);
@@ -95,6 +115,8 @@ const std::vector<OptionSpec>& Options() {
       {"--selected-only", false, [](CommandLine& c, const std::string&) { c.selectedOnly = true; }},
       {"--encoding", true,
        [](CommandLine& c, const std::string& v) { c.encoding = ParseEncoding(v); }},
+      {"--display-width", true,
+       [](CommandLine& c, const std::string& v) { c.displayWidth = ParseDisplayWidth(v); }},
       {"--output", true,
        [](CommandLine& c, const std::string& v) { c.output = FileName("--output", v); }},
       {"--max-output", true,
@@ -165,6 +187,9 @@ CommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
   // The destination writes its own file, which no limit of the command's reaches.
   if (commandLine.maxOutput && commandLine.destination)
     throw UsageError("option --max-output does not apply to --destination");
+  if (commandLine.destination && commandLine.displayWidth == OmDisplayWidth::Columns) {
+    throw UsageError("--display-width columns does not apply to --destination, which counts bytes");
+  }
   return commandLine;
 }
 
@@ -187,6 +212,30 @@ void SetExportOptions(const CommandLine& commandLine, OmTextExportOptions& optio
   options.ShowNotes(commandLine.showNotes);
   options.AlphabeticFootNotes(!commandLine.numericFootnotes);
   options.ShowUnselected(!commandLine.selectedOnly);
+  options.DisplayWidth(commandLine.displayWidth);
+}
+
+std::int32_t AutoWidth() {
+  winsize size{};
+  if (::isatty(STDOUT_FILENO) == 1 && ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 &&
+      size.ws_col > 0) {
+    return size.ws_col;
+  }
+  if (const char* columns = std::getenv("COLUMNS")) {
+    const std::string text = columns;
+    std::int32_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (!text.empty() && error == std::errc() && end == text.data() + text.size() && value > 0)
+      return value;
+  }
+  return -1;
+}
+
+void ResolveAutoWidth(CommandLine& commandLine) {
+  if (!commandLine.widthAuto)
+    return;
+  commandLine.width = AutoWidth();
+  commandLine.widthAuto = false;
 }
 
 const char* UsageText() {
@@ -195,7 +244,8 @@ const char* UsageText() {
          "input when FILE is absent or '-', and writes to standard output.\n"
          "\n"
          "  --tab-separated           tables as tab-separated lines\n"
-         "  --width N                 maximum line width of tables (-1: none)\n"
+         "  --width N|auto            maximum line width of tables (-1: none; auto: the\n"
+         "                            terminal's width, else $COLUMNS, else none)\n"
          "  --width-restriction N     widest a folded cell line may grow (-1: none)\n"
          "  --page-length N           lines per page (default 2147483647)\n"
          "  --page-breaks             break pages before procedures and tables\n"
@@ -209,6 +259,8 @@ const char* UsageText() {
          "  --numeric-footnotes       mark footnotes 1, 2, 3 instead of a, b, c\n"
          "  --selected-only           skip parts that are not selected\n"
          "  --encoding E              utf-8 (default), single-byte or double-byte\n"
+         "  --display-width W         bytes (default) or columns: count widths in terminal\n"
+         "                            columns (wide characters 2, combining marks 0; UTF-8)\n"
          "  -o, --output FILE         write to FILE (replaced only on success)\n"
          "  --max-output SIZE         stop with an error, leaving -o's FILE as it was,\n"
          "                            once the text would exceed SIZE bytes (k, M, G:\n"

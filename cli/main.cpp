@@ -213,6 +213,7 @@ int main(int argc, char** argv) {
     std::cerr << "omtext: " << OmOneLine(error.what()) << '\n' << omtext::cli::UsageText();
     return 2;
   }
+  omtext::cli::ResolveAutoWidth(commandLine);
   if (commandLine.help)
     return Print(omtext::cli::UsageText());
   if (commandLine.version)

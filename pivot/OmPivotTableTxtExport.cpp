@@ -19,7 +19,8 @@ OmPivotTableTxtExport::Data::Data(OmDisplayLayerHeading& layer, const OmTextExpo
       mFootnoter(layer.Table().Footnotes(), options.AlphabeticFootNotes()),
       mMemoryRegion(false),
       mRowHeadColumns(mMemoryRegion),
-      mColHeadColumns(mMemoryRegion) {
+      mColHeadColumns(mMemoryRegion),
+      mMeasure(options.DisplayWidth()) {
   mFootnoter.Reset();
   // A tab-separated layer is printed straight from the headings: no plan,
   // no folder, and markers are handed out in print order.

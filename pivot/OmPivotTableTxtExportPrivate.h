@@ -18,6 +18,7 @@
 #include "export/OmTextPage.h"
 #include "fold/OmFormattedNode.h"
 #include "fold/OmStringFolder.h"
+#include "fold/OmTextMeasure.h"
 #include "host/platform/OmMemoryRegion.h"
 #include "host/platform/OmVector.h"
 #include "host/table/OmDisplayColumnHeading.h"
@@ -66,11 +67,21 @@ struct OmPivotTableTxtExport::Data {
   std::string mRulePiece;
   std::int64_t mRuleTarget = -1;
   bool mRuleFirstColumn = false;
+  // How the layer counts display widths, from the options and the encoding.
+  OmTextMeasure mMeasure;
+  // Counting columns, the widest character of each column's one-column
+  // cells, found while measuring: no column is narrowed below it.
+  std::vector<std::int64_t> mWidestCharacters;
 
   // Width planning (OmPivotTableTxtExportPlanning.cpp).
   void PrepareFormatting();
   void PreCalculateColumnWidths();
   void SortColumns(std::vector<std::uint64_t>& order) const;
+  // Counting columns, widens a column narrowed below its widest (wide)
+  // character back to it, so that no character sticks out of its column.
+  void KeepWidestCharacters();
+  // The folder settings of this layer, folding at widthRestriction.
+  OmStringFolder::Options FolderOptions(std::int32_t widthRestriction) const;
 
   // Column pre-formatting (OmPivotTableTxtExportPreFormat.cpp). A null node
   // list measures only.
