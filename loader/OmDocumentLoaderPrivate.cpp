@@ -92,6 +92,31 @@ std::uint64_t GetVarint(const char*& in) {
 std::int64_t Step(std::int64_t from, std::uint64_t by) {
   return static_cast<std::int64_t>(static_cast<std::uint64_t>(from) + by);
 }
+
+struct TapeEvent {
+  EventTape::Kind kind;
+  std::string_view text;
+};
+
+// Reads the event at `in` and moves past it; `at` steps from the position of
+// the event before to this one's.
+inline TapeEvent ReadEvent(const char*& in, Position& at) {
+  const auto first = static_cast<unsigned char>(*in++);
+  if ((first & EventTape::kSameLine) != 0) {
+    at.column = Step(at.column, GetVarint(in));
+  } else {
+    at.line = Step(at.line, GetVarint(in));
+    at.column = static_cast<std::int64_t>(GetVarint(in));
+  }
+  TapeEvent event{static_cast<EventTape::Kind>(first & ~EventTape::kSameLine), {}};
+  if (EventTape::HasText(event.kind)) {
+    const auto length = static_cast<std::size_t>(GetVarint(in));
+    event.text = std::string_view(in, length);
+    in += length;
+  }
+  return event;
+}
+
 }  // namespace
 
 void EventTape::Grow(std::size_t most) {
@@ -147,14 +172,9 @@ void EventTape::ReplayDeferring(Frame& target, const KeyPredicate& later) {
   // A segment's first event is its key, read here to choose its round.
   auto keyOf = [&](const Mark& mark) {
     const char* in = taken.mBlocks[mark.block].bytes.get() + mark.offset;
-    const auto first = static_cast<unsigned char>(*in++);
-    GetVarint(in);
-    if ((first & EventTape::kSameLine) == 0)
-      GetVarint(in);
-    if (static_cast<Kind>(first & ~EventTape::kSameLine) != Kind::kKey)
-      return std::string_view();
-    const auto length = static_cast<std::size_t>(GetVarint(in));
-    return std::string_view(in, length);
+    Position at = mark.before;
+    const TapeEvent event = ReadEvent(in, at);
+    return event.kind == Kind::kKey ? event.text : std::string_view();
   };
   std::vector<bool> deferred(segments.size());
   for (std::size_t i = 0; i < segments.size(); ++i)
@@ -184,20 +204,7 @@ void EventTape::Send(Dispatcher& dispatcher, const Mark& from, const Mark* to, b
     const char* const end =
         block.bytes.get() + (to != nullptr && b == to->block ? to->offset : block.used);
     while (in < end) {
-      const auto first = static_cast<unsigned char>(*in++);
-      if ((first & EventTape::kSameLine) != 0) {
-        at.column = Step(at.column, GetVarint(in));
-      } else {
-        at.line = Step(at.line, GetVarint(in));
-        at.column = static_cast<std::int64_t>(GetVarint(in));
-      }
-      const auto kind = static_cast<Kind>(first & ~EventTape::kSameLine);
-      std::string_view text;
-      if (EventTape::HasText(kind)) {
-        const auto length = static_cast<std::size_t>(GetVarint(in));
-        text = std::string_view(in, length);
-        in += length;
-      }
+      const auto [kind, text] = ReadEvent(in, at);
       switch (kind) {
         case Kind::kKey:
           dispatcher.Key(text, at);
