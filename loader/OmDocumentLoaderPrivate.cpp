@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <optional>
 #include <utility>
 
 #include "host/platform/OmMessageText.h"
@@ -314,7 +315,46 @@ std::int64_t ParseInteger(std::string_view raw, Position at, std::int64_t low, s
   return value;
 }
 
+namespace {
+
+// The value of a plain decimal (an optional minus, at most 15 digits, an
+// optional fraction, no exponent), which is most numbers a table holds.
+// Its digits make an integer below 2^53 and its scale a power of ten that a
+// double holds exactly, so one division gives the correctly rounded value,
+// as from_chars would; anything else gives nullopt.
+std::optional<double> PlainDecimal(std::string_view raw) {
+  static constexpr double kPowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                       1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+  std::size_t i = raw.size() > 0 && raw[0] == '-' ? 1 : 0;
+  const bool negative = i == 1;
+  std::uint64_t digits = 0;
+  int count = 0;
+  int scale = -1;
+  for (; i < raw.size(); ++i) {
+    const char c = raw[i];
+    if (c >= '0' && c <= '9') {
+      if (++count > 15)
+        return std::nullopt;
+      digits = digits * 10 + static_cast<std::uint64_t>(c - '0');
+      if (scale >= 0)
+        ++scale;
+    } else if (c == '.' && scale < 0) {
+      scale = 0;
+    } else {
+      return std::nullopt;
+    }
+  }
+  if (count == 0)
+    return std::nullopt;
+  const double value = static_cast<double>(digits) / kPowers[scale < 0 ? 0 : scale];
+  return negative ? -value : value;
+}
+
+}  // namespace
+
 double ParseDouble(std::string_view raw, Position at) {
+  if (const std::optional<double> plain = PlainDecimal(raw))
+    return *plain;
   double value = 0;
   const auto [end, error] = std::from_chars(raw.data(), raw.data() + raw.size(), value);
   if (error == std::errc::result_out_of_range) {
