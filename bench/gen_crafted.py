@@ -9,6 +9,9 @@ Usage: gen_crafted.py NAME [SCALE]  (the document goes to standard output)
   many-layers     1,000,000 layers of 10 x 10, one cell; with --show-empty
   big-layers      1,000 layers of 3,000 x 3,000, one cell; with --show-empty
   huge-tab        100,000 x 100,000, one cell; with --show-empty --tab-separated
+  blank-lines     3 x 3 cells of 64 KiB each: short words between blank lines,
+                  the worst shape for folding a cell into one row (SCALE is
+                  the number of blank lines between words)
 
 SCALE (default 1) divides every leaf count, for smaller documents of the same
 shape.
@@ -28,11 +31,31 @@ def table(dimensions):
             '"cells": [[[%s], 1]]}]}\n' % (", ".join(dimensions), index))
 
 
+def blank_lines(gap):
+    words = []
+    size = 0
+    i = 0
+    while size < 65536 - 16:
+        word = "w" * (1 + i % 3)
+        words.append(word)
+        size += len(word) + 2 * (gap + 1)  # a line feed is two bytes in JSON
+        i += 1
+    cell = '"%s"' % ("\\n" * (gap + 1)).join(words)
+    rows = ", ".join("[%s]" % ", ".join([cell] * 3) for _ in range(3))
+    return ('{"output": [{"type": "pivot-table", "title": "Folded", "dimensions": ['
+            '{"label": "R", "axis": "row", "categories": ["a", "b", "c"]}, '
+            '{"label": "C", "axis": "column", "categories": ["x", "y", "z"]}], '
+            '"data": [%s]}]}\n' % rows)
+
+
 def main():
     if len(sys.argv) not in (2, 3):
         sys.exit(__doc__)
     name = sys.argv[1]
     scale = int(sys.argv[2]) if len(sys.argv) == 3 else 1
+    if name == "blank-lines":
+        sys.stdout.write(blank_lines(scale))
+        return
 
     def n(count):
         return max(1, count // scale)
