@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -45,6 +46,57 @@ template <typename T>
 void ReleaseIfLarge(std::vector<T>& v) {
   if (v.capacity() > kKeepEntries)
     std::vector<T>().swap(v);
+}
+
+// Joins line y onto x, the line before it, in lines linked by prev and
+// next: x takes y's length and a joining blank, and y leaves the list.
+// Returns the line after y, or -1.
+std::int32_t Splice(std::vector<std::int64_t>& length, std::vector<std::int32_t>& prev,
+                    std::vector<std::int32_t>& next, std::int32_t x, std::int32_t y) {
+  const auto yi = static_cast<std::size_t>(y);
+  length[static_cast<std::size_t>(x)] += 1 + length[yi];
+  const std::int32_t after = next[yi];
+  next[static_cast<std::size_t>(x)] = after;
+  if (after >= 0)
+    prev[static_cast<std::size_t>(after)] = x;
+  return after;
+}
+
+// The join loop of the tree methods over their linked lines (next, prev,
+// length, JoinPair). best(current) names the line to join onto the one
+// before it and the joined length, or line -1 when no pair is a candidate:
+// then the first two lines join with length 0, as the scan does, and with
+// one line left joining stops. Lists the lines left in starts and lengths
+// and returns the last join's length, or width without a join.
+template <typename Lines, typename Best>
+std::int64_t JoinLines(Lines& lines, std::int64_t current, std::int64_t excess, std::int32_t rows,
+                       std::int32_t widthRestriction, std::int64_t width, Best best,
+                       std::vector<std::int32_t>& starts, std::vector<std::int64_t>& lengths) {
+  std::int64_t result = width;
+  while (excess > rows) {
+    auto [y, joined] = best(current);
+    std::int32_t x = 0;
+    if (y < 0) {
+      if (current < 2)
+        break;
+      y = lines.next[0];
+    } else {
+      x = lines.prev[static_cast<std::size_t>(y)];
+    }
+    if (widthRestriction != -1 && joined > widthRestriction)
+      break;
+    lines.JoinPair(x, y);
+    --current;
+    --excess;
+    result = joined;
+  }
+  starts.clear();
+  lengths.clear();
+  for (std::int32_t id = 0; id >= 0; id = lines.next[static_cast<std::size_t>(id)]) {
+    starts.push_back(id);
+    lengths.push_back(lines.length[static_cast<std::size_t>(id)]);
+  }
+  return result;
 }
 
 }  // namespace
@@ -197,13 +249,8 @@ void OmLineJoiner::Queue::Update(std::int32_t id, std::int64_t value) {
 
 void OmLineJoiner::Queue::JoinPair(std::int32_t x, std::int32_t y) {
   touched.clear();
-  const auto xi = static_cast<std::size_t>(x);
   const auto yi = static_cast<std::size_t>(y);
-  length[xi] += 1 + length[yi];
-  const std::int32_t after = next[yi];
-  next[xi] = after;
-  if (after >= 0)
-    prev[static_cast<std::size_t>(after)] = x;
+  const std::int32_t after = Splice(length, prev, next, x, y);
 
   const std::int32_t t = block[yi];
   const auto ti = static_cast<std::size_t>(t);
@@ -523,14 +570,8 @@ OmLineJoiner::Cycle::Key OmLineJoiner::Cycle::Best(std::int64_t current) {
 }
 
 void OmLineJoiner::Cycle::JoinPair(std::int32_t x, std::int32_t y) {
-  const auto xi = static_cast<std::size_t>(x);
-  const auto yi = static_cast<std::size_t>(y);
-  length[xi] += 1 + length[yi];
-  const std::int32_t after = next[yi];
-  next[xi] = after;
-  if (after >= 0)
-    prev[static_cast<std::size_t>(after)] = x;
-  alive[yi] = 0;
+  const std::int32_t after = Splice(length, prev, next, x, y);
+  alive[static_cast<std::size_t>(y)] = 0;
   Refresh(y);
   Refresh(x);
   // The lines that pair with x at most a period back.
@@ -596,74 +637,28 @@ std::int64_t OmLineJoiner::Join(const std::vector<std::int64_t>& lengths,
     mQueue = std::make_unique<Queue>();
   Queue& q = *mQueue;
   q.Setup(lengths, breakLines);
-  std::int64_t result = width;
-  std::int64_t current = static_cast<std::int64_t>(n);
-  while (excess > rows) {
-    const Queue::Key best = q.tree[1];
-    std::int32_t x = 0;
-    std::int32_t y = 0;
-    std::int64_t joined = best.length;
-    if (joined == kNoCandidate) {
-      // Only reachable with rows below 1; see the header.
-      if (current < 2)
-        break;
-      y = q.next[0];
-      joined = 0;
-    } else {
-      y = best.id;
-      x = q.prev[static_cast<std::size_t>(y)];
-    }
-    if (widthRestriction != -1 && joined > widthRestriction)
-      break;
-    q.JoinPair(x, y);
-    --current;
-    --excess;
-    result = joined;
-  }
-  mStarts.clear();
-  mLengths.clear();
-  for (std::int32_t id = 0; id >= 0; id = q.next[static_cast<std::size_t>(id)]) {
-    mStarts.push_back(id);
-    mLengths.push_back(q.length[static_cast<std::size_t>(id)]);
-  }
-  return result;
+  return JoinLines(
+      q, static_cast<std::int64_t>(n), excess, rows, widthRestriction, width,
+      [&q](std::int64_t) {
+        const Queue::Key best = q.tree[1];
+        return best.length == kNoCandidate ? std::pair<std::int32_t, std::int64_t>{-1, 0}
+                                           : std::pair{best.id, best.length};
+      },
+      mStarts, mLengths);
 }
 
 std::int64_t OmLineJoiner::JoinByCycle(std::int32_t rows, std::int32_t widthRestriction,
                                        std::int64_t width, std::int64_t excess) {
   Cycle& c = *mCycle;
-  std::int64_t result = width;
-  auto current = static_cast<std::int64_t>(c.length.size());
-  while (excess > rows) {
-    const Cycle::Key best = c.Best(current);
-    std::int32_t x = 0;
-    std::int32_t y = 0;
-    std::int64_t joined = 0;
-    if (best == Cycle::kNone) {
-      // No candidate: the first two lines join with length 0, as the scan
-      // does; with one line left there is no pair.
-      if (current < 2)
-        break;
-      y = c.next[0];
-    } else {
-      y = static_cast<std::int32_t>(best & 0xFFFFFFFFu);
-      x = c.prev[static_cast<std::size_t>(y)];
-      joined = static_cast<std::int64_t>(best >> 32);
-    }
-    if (widthRestriction != -1 && joined > widthRestriction)
-      break;
-    c.JoinPair(x, y);
-    --current;
-    --excess;
-    result = joined;
-  }
-  mStarts.clear();
-  mLengths.clear();
-  for (std::int32_t id = 0; id >= 0; id = c.next[static_cast<std::size_t>(id)]) {
-    mStarts.push_back(id);
-    mLengths.push_back(c.length[static_cast<std::size_t>(id)]);
-  }
-  return result;
+  return JoinLines(
+      c, static_cast<std::int64_t>(c.length.size()), excess, rows, widthRestriction, width,
+      [&c](std::int64_t current) {
+        const Cycle::Key best = c.Best(current);
+        return best == Cycle::kNone ? std::pair<std::int32_t, std::int64_t>{-1, 0}
+                                    : std::pair{static_cast<std::int32_t>(best & 0xFFFFFFFFu),
+                                                static_cast<std::int64_t>(best >> 32)};
+      },
+      mStarts, mLengths);
 }
 
 std::int64_t OmLineJoiner::JoinByScan(const std::vector<std::int64_t>& lengths,
