@@ -62,10 +62,14 @@ fuzz:
 	JOBS=$(JOBS) FUZZ_CMAKE_FLAGS="$(CMAKE_FLAGS)" scripts/fuzz.sh $(FUZZ_SECONDS)
 
 # Side-by-side timings against column -t, tabulate and pandas (bench/compare.sh;
-# ROWS="100000" for one size). Not part of make test.
+# ROWS="100000" for one size), then the crafted documents that probe the
+# render limits (bench/crafted.sh; CRAFTED_SCALE=4 for smaller ones). Not
+# part of make test.
 ROWS ?= 10000 100000 1000000
+CRAFTED_SCALE ?= 1
 bench: deps
 	bench/compare.sh $(ROWS)
+	bench/crafted.sh $(CRAFTED_SCALE)
 
 # The Google Benchmarks of the hot paths at 10,000 rows and the folder cases,
 # in Release: a regression guard that runs in under a minute.

@@ -158,4 +158,33 @@ BENCHMARK(BM_OmWinStringFolder_ParagraphsIntoOneRow)
     ->Arg(400 << 10)
     ->Unit(benchmark::kMillisecond);
 
+// The worst shape for the join: a 64 KiB cell of short words, each followed
+// by `gap` blank lines, folded into one row. Every line break is a break
+// line that the join passes over, and every join moves the lines after it
+// across them. Arguments: the gap, and whether the gaps repeat exactly (1)
+// or vary from 1 to 2 times the gap (0), which takes the scan.
+std::string WordsBetweenBlankLines(std::int64_t gap, bool regular) {
+  std::string text;
+  std::uint32_t seed = 3;
+  while (text.size() < (64u << 10) - 16) {
+    seed = seed * 1103515245u + 12345u;
+    text.append(1 + (seed >> 16) % 3, 'w');
+    const std::int64_t breaks = regular ? gap : gap + (seed >> 20) % (gap + 1);
+    text.append(static_cast<std::size_t>(breaks) + 1, '\n');
+  }
+  text += "end";
+  return text;
+}
+
+void BM_OmWinStringFolder_WordsBetweenBlankLines(benchmark::State& state) {
+  const std::string text = WordsBetweenBlankLines(state.range(0), state.range(1) != 0);
+  Fold(state, text, 10, 1);
+}
+BENCHMARK(BM_OmWinStringFolder_WordsBetweenBlankLines)
+    ->Args({1, 1})
+    ->Args({2, 1})
+    ->Args({4, 1})
+    ->Args({1, 0})
+    ->Unit(benchmark::kMillisecond);
+
 }  // namespace

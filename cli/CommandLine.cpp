@@ -193,6 +193,28 @@ CommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
   return commandLine;
 }
 
+void SetExportOptions(const CommandLine& commandLine, OmTextExportOptions& options) {
+  options.TabSeparated(commandLine.tabSeparated);
+  if (commandLine.width)
+    options.MaxLineWidth(*commandLine.width);
+  if (commandLine.widthRestriction)
+    options.WidthRestriction(*commandLine.widthRestriction);
+  options.NumLinesPerPage(commandLine.pageLength.value_or(2147483647));
+  options.InsertPageBreak(commandLine.pageBreaks);
+  if (commandLine.columnSeparator)
+    options.ColumnSeparator(*commandLine.columnSeparator);
+  if (commandLine.rowSeparator)
+    options.RowSeparator(*commandLine.rowSeparator);
+  options.HideEmptyRowsAndColumns(!commandLine.showEmpty);
+  options.RowDimensionLabelsInCorner(!commandLine.labelsInHeading);
+  options.KeepFootNotesAndCaption(!commandLine.noFootnotes);
+  options.ExportAllLayers(!commandLine.currentLayer);
+  options.ShowNotes(commandLine.showNotes);
+  options.AlphabeticFootNotes(!commandLine.numericFootnotes);
+  options.ShowUnselected(!commandLine.selectedOnly);
+  options.DisplayWidth(commandLine.displayWidth);
+}
+
 std::int32_t AutoWidth() {
   winsize size{};
   if (::isatty(STDOUT_FILENO) == 1 && ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 &&
@@ -214,28 +236,6 @@ void ResolveAutoWidth(CommandLine& commandLine) {
     return;
   commandLine.width = AutoWidth();
   commandLine.widthAuto = false;
-}
-
-void SetExportOptions(const CommandLine& commandLine, OmTextExportOptions& options) {
-  options.TabSeparated(commandLine.tabSeparated);
-  if (commandLine.width)
-    options.MaxLineWidth(*commandLine.width);
-  if (commandLine.widthRestriction)
-    options.WidthRestriction(*commandLine.widthRestriction);
-  options.NumLinesPerPage(commandLine.pageLength.value_or(2147483647));
-  options.InsertPageBreak(commandLine.pageBreaks);
-  if (commandLine.columnSeparator)
-    options.ColumnSeparator(*commandLine.columnSeparator);
-  if (commandLine.rowSeparator)
-    options.RowSeparator(*commandLine.rowSeparator);
-  options.HideEmptyRowsAndColumns(!commandLine.showEmpty);
-  options.RowDimensionLabelsInCorner(!commandLine.labelsInHeading);
-  options.KeepFootNotesAndCaption(!commandLine.noFootnotes);
-  options.ExportAllLayers(!commandLine.currentLayer);
-  options.ShowNotes(commandLine.showNotes);
-  options.AlphabeticFootNotes(!commandLine.numericFootnotes);
-  options.ShowUnselected(!commandLine.selectedOnly);
-  options.DisplayWidth(commandLine.displayWidth);
 }
 
 const char* UsageText() {

@@ -56,6 +56,11 @@ struct CommandLine {
 // --display-width columns with --destination (which measures bytes).
 CommandLine ParseCommandLine(const std::vector<std::string>& arguments);
 
+// Sets the export options the command line asks for; an option not given
+// keeps the library's default, except the page length, which becomes
+// 2147483647 so that a document prints as one page.
+void SetExportOptions(const CommandLine& commandLine, OmTextExportOptions& options);
+
 // The width of the terminal that standard output is, when it is one; else
 // the COLUMNS variable, when it holds a positive 32-bit integer; else -1, no
 // limit.
@@ -63,11 +68,6 @@ std::int32_t AutoWidth();
 
 // Turns --width auto into the width AutoWidth finds; otherwise changes nothing.
 void ResolveAutoWidth(CommandLine& commandLine);
-
-// Sets the export options the command line asks for; an option not given
-// keeps the library's default, except the page length, which becomes
-// 2147483647 so that a document prints as one page.
-void SetExportOptions(const CommandLine& commandLine, OmTextExportOptions& options);
 
 // The usage text printed by --help and after a usage error.
 const char* UsageText();

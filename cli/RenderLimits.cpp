@@ -5,11 +5,10 @@
 #include <new>
 
 #include "export/OmTextExportOptions.h"
+#include "export/OmTextExportTreeVisitor.h"
 #include "host/output/OmOutputTree.h"
-#include "host/table/OmDisplayColumnHeading.h"
-#include "host/table/OmDisplayLayerHeading.h"
-#include "host/table/OmDisplayRowHeading.h"
 #include "host/table/OmPivotTable.h"
+#include "pivot/OmPivotTableTxtExport.h"
 
 namespace omtext::cli {
 namespace {
@@ -23,6 +22,7 @@ std::int64_t SaturatingMultiply(std::int64_t a, std::int64_t b) {
   return a > kHuge / b ? kHuge : a * b;
 }
 
+// Upper bounds of one axis's headings, from the table's dimensions alone.
 struct AxisBound {
   std::int64_t combinations = 1;  // leaf combinations of the axis
   std::int64_t levels = 0;        // heading positions across the axis
@@ -48,31 +48,17 @@ std::string Count(std::int64_t n) {
   return n >= kHuge ? std::string("more than 2^62") : std::to_string(n);
 }
 
-std::string GridMessage(std::int64_t table, std::int64_t positions) {
-  return Describe(table) + " would lay out " + Count(positions) +
-         " grid positions in one layer; the limit is " + std::to_string(kMaxGridPositions);
-}
-
-// Builds each layer's headings and checks its grid.
-std::optional<std::string> CheckLayers(OmPivotTable& table, const OmTextExportOptions& options,
-                                       std::int64_t index, const AxisBound& rowBound,
-                                       const AxisBound& columnBound) {
+// Checks the grid positions of every layer the table prints, which needs
+// each layer's headings when empty rows and columns are hidden.
+std::optional<std::string> CheckPositions(OmPivotTable& table, const OmTextExportOptions& options,
+                                          std::int64_t index, const AxisBound& rowBound,
+                                          const AxisBound& columnBound) {
   try {
-    OmDisplayLayerHeading layers(table, options.HideEmptyRowsAndColumns());
-    bool more = options.ExportAllLayers() ? layers.NextLayer() : (layers.LastLayer(), true);
-    while (more) {
-      OmDisplayColumnHeading columns(layers, options.HideEmptyRowsAndColumns());
-      OmDisplayRowHeading rows(layers, options.HideEmptyRowsAndColumns(),
-                               options.RowDimensionLabelsInCorner());
-      const std::int64_t positions =
-          options.TabSeparated()
-              ? std::int64_t{rows.NRows()} * (rows.NColumns() + 1) +
-                    std::int64_t{columns.NColumns()} * (columns.NRows() + 1)
-              : SaturatingMultiply(std::int64_t{columns.NRows()} + rows.NRows() + 1,
-                                   std::int64_t{rows.NColumns()} + columns.NColumns() + 1);
-      if (positions > kMaxGridPositions)
-        return GridMessage(index, positions);
-      more = layers.NextLayer();
+    if (OmTextExportTreeVisitor::CountGridPositions(table, options, kMaxGridPositions) >
+        kMaxGridPositions) {
+      return Describe(index) + " would print more than " + std::to_string(kMaxGridPositions) +
+             " grid positions (rows times columns, headings included, all its layers "
+             "together), the most one table may print";
     }
   } catch (const std::bad_alloc&) {
     return Describe(index) + " has up to " + Count(rowBound.combinations) +
@@ -93,10 +79,10 @@ std::optional<std::string> CheckRenderLimits(OmOutputTree& tree,
     if (table == nullptr)
       continue;
     ++index;
-    const AxisBound layers = Bound(*table, OmAxis::Layer);
-    if (options.ExportAllLayers() && layers.combinations > kMaxLayers) {
-      return Describe(index) + " has " + std::to_string(layers.combinations) +
-             " layers; the limit is " + std::to_string(kMaxLayers);
+    const std::int64_t layers = OmTextExportTreeVisitor::CountLayers(*table, options);
+    if (layers > kMaxLayers) {
+      return Describe(index) + " has " + Count(layers) + " layers; the limit is " +
+             std::to_string(kMaxLayers);
     }
     // With empty rows and columns hidden, only those holding a cell are shown.
     AxisBound rows = Bound(*table, OmAxis::Row);
@@ -106,17 +92,15 @@ std::optional<std::string> CheckRenderLimits(OmOutputTree& tree,
       columns.combinations =
           std::min(columns.combinations, std::max<std::int64_t>(table->NCells(), 1));
     }
-    // A formatted layer lays out its whole grid; a tab-separated one writes
-    // lines as it goes and holds only its headings.
-    const std::int64_t bound =
-        options.TabSeparated()
-            ? std::min(kHuge, SaturatingMultiply(rows.combinations, rows.levels + 1) +
-                                  SaturatingMultiply(columns.combinations, columns.levels + 1))
-            : SaturatingMultiply(columns.levels + rows.combinations + 1,
-                                 rows.levels + columns.combinations + 1);
+    // Most tables are decided by a bound from their dimensions; only one
+    // whose bound is too large gets its headings built, layer by layer.
+    const std::int64_t bound = SaturatingMultiply(
+        layers, OmPivotTableTxtExport::PlanGrid(columns.levels, rows.combinations, rows.levels,
+                                                columns.combinations)
+                    .Positions());
     if (bound <= kMaxGridPositions)
       continue;
-    if (auto problem = CheckLayers(*table, options, index, rows, columns))
+    if (auto problem = CheckPositions(*table, options, index, rows, columns))
       return problem;
   }
   return std::nullopt;

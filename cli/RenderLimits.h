@@ -14,10 +14,12 @@ namespace omtext::cli {
 
 // Layers one table may print.
 constexpr std::int64_t kMaxLayers = 1000000;
-// Positions of one formatted layer's grid: (heading rows + data rows) times
-// (heading columns + data columns); for a tab-separated layer, the entries
-// of its row and column headings. 100 million positions is ten times the
-// largest table this project benchmarks, and about what fits in a few GB.
+// Grid positions one table may print, all its printed layers together, in
+// either mode: for each layer (heading rows + table rows) times (heading
+// columns + data columns), as OmLayerGrid counts them. This bounds the work
+// and the output of a table as well as the memory of its largest layer.
+// 100 million positions is ten times the largest table this project
+// benchmarks, and about what fits in a few GB.
 constexpr std::int64_t kMaxGridPositions = 100000000;
 
 // Returns why the tree cannot be rendered with these options, or nothing.

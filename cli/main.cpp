@@ -1,6 +1,7 @@
 // The omtext command: loads an output document and writes it as plain text.
-// Exit status 0 on success, 1 for a bad document or a failed read or write,
-// 2 for a usage error.
+// Exit status 0 on success; 1 for a bad document, a failed read or write, a
+// part replaced for lack of memory or text past --max-output; 2 for a usage
+// error.
 #include <sys/stat.h>
 #include <cerrno>
 #include <chrono>

@@ -1,6 +1,7 @@
 // Printing of headings, procedures and text blocks, and the page count.
 #include "export/OmTextExportTreeVisitor.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <ostream>
@@ -34,6 +35,66 @@ struct OmTextExportTreeVisitor::Data {
   }
 };
 
+namespace {
+
+constexpr std::int64_t kHuge = std::int64_t{1} << 62;
+
+std::int64_t SaturatingMultiply(std::int64_t a, std::int64_t b) {
+  if (a == 0 || b == 0)
+    return 0;
+  return a > kHuge / b ? kHuge : std::min(a * b, kHuge);
+}
+
+// Skips a notes table when notes are not shown.
+bool IsPrinted(const OmPivotTable& table, const OmTextExportOptions& options) {
+  return !table.IsNotes() || options.ShowNotes();
+}
+
+// Puts the layer heading on the first layer to print: the first of all
+// layers, or the current one alone. Returns whether there is one.
+bool FirstLayer(OmDisplayLayerHeading& layer, const OmTextExportOptions& options) {
+  if (options.ExportAllLayers())
+    return layer.NextLayer();
+  layer.LastLayer();
+  return true;
+}
+
+}  // namespace
+
+std::int64_t OmTextExportTreeVisitor::CountLayers(const OmPivotTable& table,
+                                                  const OmTextExportOptions& options) {
+  if (!IsPrinted(table, options))
+    return 0;
+  if (!options.ExportAllLayers())
+    return 1;
+  std::int64_t layers = 1;
+  for (const std::int32_t d : table.AxisDimensions(OmAxis::Layer))
+    layers = SaturatingMultiply(layers, table.Dimension(d).NLeaves());
+  return layers;
+}
+
+std::int64_t OmTextExportTreeVisitor::CountGridPositions(OmPivotTable& table,
+                                                         const OmTextExportOptions& options,
+                                                         std::int64_t limit) {
+  if (!IsPrinted(table, options))
+    return 0;
+  OmDisplayLayerHeading layer(table, options.HideEmptyRowsAndColumns());
+  if (!FirstLayer(layer, options))
+    return 0;
+  // With empty rows and columns shown, the headings do not depend on the
+  // layer, so every layer has the first one's grid.
+  if (!options.HideEmptyRowsAndColumns()) {
+    return SaturatingMultiply(CountLayers(table, options),
+                              OmPivotTableTxtExport::PlanGrid(layer, options).Positions());
+  }
+  std::int64_t positions = 0;
+  do {
+    const std::int64_t grid = OmPivotTableTxtExport::PlanGrid(layer, options).Positions();
+    positions = grid > kHuge - positions ? kHuge : positions + grid;
+  } while (positions <= limit && layer.NextLayer());
+  return positions;
+}
+
 OmTextExportTreeVisitor::OmTextExportTreeVisitor(std::ostream& stream,
                                                  const OmTextExportOptions& options)
     : mData(std::make_unique<Data>(stream, options)) {}
@@ -42,17 +103,12 @@ OmTextExportTreeVisitor::~OmTextExportTreeVisitor() = default;
 
 void OmTextExportTreeVisitor::Visit(OmPivotTable& table) {
   const OmTextExportOptions& options = mData->options;
-  if (table.IsNotes() && !options.ShowNotes())
+  if (!IsPrinted(table, options))
     return;
   if (options.InsertPageBreak())
     PrintPageBreak();
   OmDisplayLayerHeading layer(table, options.HideEmptyRowsAndColumns());
-  bool more = true;
-  if (options.ExportAllLayers()) {
-    more = layer.NextLayer();
-  } else {
-    layer.LastLayer();
-  }
+  bool more = FirstLayer(layer, options);
   // A table without a layer to print still lists its footnotes, once.
   bool footnotesPending = !table.Footnotes().empty();
   std::int32_t passes = 0;

@@ -12,6 +12,7 @@
 
 #include "host/output/OmOutputPart.h"
 
+class OmPivotTable;
 class OmTextExportOptions;
 
 class OmTextExportTreeVisitor : public OmOutputPart::Visitor {
@@ -47,6 +48,16 @@ class OmTextExportTreeVisitor : public OmOutputPart::Visitor {
   // into "-", "|" and "+"; a line holding a form feed becomes a page break
   // instead. Never compares the count with the page length itself.
   void PrintText(std::string line);
+
+  // What Visit(table) would print, asked before printing it. CountLayers:
+  // the layers it prints (0 for a notes table left out or a layer dimension
+  // without leaves), saturating at 2^62. CountGridPositions: the grid
+  // positions of those layers added up (see OmLayerGrid), counted only until
+  // the sum passes limit. Allocation failures while headings are built
+  // propagate.
+  static std::int64_t CountLayers(const OmPivotTable& table, const OmTextExportOptions& options);
+  static std::int64_t CountGridPositions(OmPivotTable& table, const OmTextExportOptions& options,
+                                         std::int64_t limit);
 
   // The lines written since the last page break.
   std::int32_t LinesOnPage() const;

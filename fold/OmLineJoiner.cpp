@@ -3,7 +3,9 @@
 #include "fold/OmLineJoiner.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -23,6 +25,13 @@ constexpr std::size_t kKeepEntries = 1 << 16;
 
 constexpr std::int64_t kNoCandidate = std::numeric_limits<std::int64_t>::max();
 
+// The cycle method: the longest period it looks for, the first position
+// where the pattern may start (late enough for every pairing distance), and
+// the most positions outside the pattern that each join looks at directly.
+constexpr std::int64_t kMaxPeriod = 8;
+constexpr std::int64_t kCyclePrefix = 2 * kMaxPeriod;
+constexpr std::int64_t kMaxDirect = 512;
+
 bool IsStrictlyAscendingIndexList(const std::vector<std::int32_t>& list, std::size_t count) {
   std::int64_t previous = -1;
   for (const std::int32_t index : list) {
@@ -37,6 +46,57 @@ template <typename T>
 void ReleaseIfLarge(std::vector<T>& v) {
   if (v.capacity() > kKeepEntries)
     std::vector<T>().swap(v);
+}
+
+// Joins line y onto x, the line before it, in lines linked by prev and
+// next: x takes y's length and a joining blank, and y leaves the list.
+// Returns the line after y, or -1.
+std::int32_t Splice(std::vector<std::int64_t>& length, std::vector<std::int32_t>& prev,
+                    std::vector<std::int32_t>& next, std::int32_t x, std::int32_t y) {
+  const auto yi = static_cast<std::size_t>(y);
+  length[static_cast<std::size_t>(x)] += 1 + length[yi];
+  const std::int32_t after = next[yi];
+  next[static_cast<std::size_t>(x)] = after;
+  if (after >= 0)
+    prev[static_cast<std::size_t>(after)] = x;
+  return after;
+}
+
+// The join loop of the tree methods over their linked lines (next, prev,
+// length, JoinPair). best(current) names the line to join onto the one
+// before it and the joined length, or line -1 when no pair is a candidate:
+// then the first two lines join with length 0, as the scan does, and with
+// one line left joining stops. Lists the lines left in starts and lengths
+// and returns the last join's length, or width without a join.
+template <typename Lines, typename Best>
+std::int64_t JoinLines(Lines& lines, std::int64_t current, std::int64_t excess, std::int32_t rows,
+                       std::int32_t widthRestriction, std::int64_t width, Best best,
+                       std::vector<std::int32_t>& starts, std::vector<std::int64_t>& lengths) {
+  std::int64_t result = width;
+  while (excess > rows) {
+    auto [y, joined] = best(current);
+    std::int32_t x = 0;
+    if (y < 0) {
+      if (current < 2)
+        break;
+      y = lines.next[0];
+    } else {
+      x = lines.prev[static_cast<std::size_t>(y)];
+    }
+    if (widthRestriction != -1 && joined > widthRestriction)
+      break;
+    lines.JoinPair(x, y);
+    --current;
+    --excess;
+    result = joined;
+  }
+  starts.clear();
+  lengths.clear();
+  for (std::int32_t id = 0; id >= 0; id = lines.next[static_cast<std::size_t>(id)]) {
+    starts.push_back(id);
+    lengths.push_back(lines.length[static_cast<std::size_t>(id)]);
+  }
+  return result;
 }
 
 }  // namespace
@@ -189,13 +249,8 @@ void OmLineJoiner::Queue::Update(std::int32_t id, std::int64_t value) {
 
 void OmLineJoiner::Queue::JoinPair(std::int32_t x, std::int32_t y) {
   touched.clear();
-  const auto xi = static_cast<std::size_t>(x);
   const auto yi = static_cast<std::size_t>(y);
-  length[xi] += 1 + length[yi];
-  const std::int32_t after = next[yi];
-  next[xi] = after;
-  if (after >= 0)
-    prev[static_cast<std::size_t>(after)] = x;
+  const std::int32_t after = Splice(length, prev, next, x, y);
 
   const std::int32_t t = block[yi];
   const auto ti = static_cast<std::size_t>(t);
@@ -255,6 +310,290 @@ void OmLineJoiner::Queue::Trim() {
   ReleaseIfLarge(touched);
 }
 
+// The cycle method, for break lines that repeat: over a long run of
+// positions (from first up to stop), whether a position is a break line and
+// how far back its pairing line lies repeat with a period p of at most
+// kMaxPeriod. A line's candidate there depends only on the line, its p
+// predecessors and its rank modulo p, however far earlier joins have moved
+// it. A segment tree over the line ids keeps, for each node and residue r,
+// the smallest candidate among the node's lines when its first line stands
+// on a position of residue r; the children combine by shifting the right
+// one's residue by the left one's line count. A join changes the leaves of
+// the joined line and the p lines after it. The few positions before and
+// after the run, up to the one after the last break line, are looked at
+// directly; past that every position pairs with the one before it (the
+// uniform candidate). Keys are (length << 32 | line id), so the smallest key
+// is the shortest join and, among equal ones, the earliest.
+struct OmLineJoiner::Cycle {
+  using Key = std::uint64_t;
+  static constexpr Key kNone = std::numeric_limits<Key>::max();
+
+  std::size_t period = 0;
+  std::int64_t first = 0;           // the positions where the pattern repeats:
+  std::int64_t stop = 0;            // from first up to stop
+  std::int64_t end = 0;             // one past the last break line
+  std::vector<std::int32_t> types;  // per residue: 0 break line, else pairing distance
+  std::vector<char> isBreak;        // per position
+  std::vector<std::int32_t> pairs;  // per position: the position it pairs with, or -1
+  std::vector<std::int64_t> length;
+  std::vector<std::int32_t> prev;
+  std::vector<std::int32_t> next;
+  std::vector<char> alive;
+  std::size_t size = 0;  // leaves of the tree, a power of two
+  std::vector<std::int32_t> count;
+  std::vector<Key> byResidue;  // node * period + residue
+  std::vector<Key> uniform;
+  std::vector<std::int32_t> ids;  // lines looked at directly, by position
+
+  bool Setup(const std::vector<std::int64_t>& lengths, const std::vector<std::int32_t>& breaks);
+  Key Candidate(std::int32_t id, std::int32_t distance) const;
+  void Pull(std::size_t node);
+  void Refresh(std::int32_t id);
+  std::int32_t LineAt(std::int64_t rank) const;
+  Key Query(std::size_t node, std::int64_t start, std::int64_t lo, std::int64_t hi,
+            bool periodic) const;
+  Key Best(std::int64_t current);
+  void JoinPair(std::int32_t x, std::int32_t y);
+  void Trim();
+};
+
+bool OmLineJoiner::Cycle::Setup(const std::vector<std::int64_t>& lengths,
+                                const std::vector<std::int32_t>& breaks) {
+  const std::size_t n = lengths.size();
+  if (breaks.empty())
+    return false;
+  end = std::int64_t{breaks.back()} + 1;
+  // Keys hold lengths in 32 bits; a joined line is never longer than all
+  // lines and blanks together.
+  std::int64_t total = static_cast<std::int64_t>(n);
+  for (const std::int64_t l : lengths) {
+    if (l < 0)
+      return false;
+    total += l;
+    if (total >= std::numeric_limits<std::int32_t>::max())
+      return false;
+  }
+  isBreak.assign(n, 0);
+  for (const std::int32_t b : breaks)
+    isBreak[static_cast<std::size_t>(b)] = 1;
+  pairs.resize(n);
+  std::int32_t last = -1;
+  for (std::size_t p = 0; p < n; ++p) {
+    pairs[p] = last;
+    if (!isBreak[p])
+      last = static_cast<std::int32_t>(p);
+  }
+  auto typeAt = [this](std::int64_t p) -> std::int32_t {
+    const auto i = static_cast<std::size_t>(p);
+    if (isBreak[i])
+      return 0;
+    return pairs[i] < 0 ? -1 : static_cast<std::int32_t>(p - pairs[i]);
+  };
+  // For each period, the longest run of positions from kCyclePrefix up to
+  // the last break line over which the pattern repeats; the best period is
+  // the one whose run leaves the fewest positions to look at directly.
+  period = 0;
+  std::int64_t fewest = kMaxDirect + 1;
+  for (std::int64_t c = 1; c <= kMaxPeriod; ++c) {
+    std::int64_t start = kCyclePrefix;
+    std::int64_t bestStart = start;
+    std::int64_t bestStop = start;
+    for (std::int64_t p = start; p <= end; ++p) {
+      const bool ok = p < end && typeAt(p) >= 0 && typeAt(p) <= c &&
+                      (p < start + c || typeAt(p) == typeAt(p - c));
+      if (ok)
+        continue;
+      if (p - start > bestStop - bestStart) {
+        bestStart = start;
+        bestStop = p;
+      }
+      start = p + 1;
+    }
+    const std::int64_t direct = bestStart + (end - bestStop);
+    if (bestStop - bestStart >= 4 * kMaxPeriod && direct < fewest) {
+      fewest = direct;
+      period = static_cast<std::size_t>(c);
+      first = bestStart;
+      stop = bestStop;
+    }
+  }
+  if (period == 0)
+    return false;
+  types.resize(period);
+  for (std::size_t r = 0; r < period; ++r)
+    types[r] = typeAt(first + static_cast<std::int64_t>(r));
+
+  length.assign(lengths.begin(), lengths.end());
+  prev.resize(n);
+  next.resize(n);
+  alive.assign(n, 1);
+  for (std::size_t i = 0; i < n; ++i) {
+    prev[i] = static_cast<std::int32_t>(i) - 1;
+    next[i] = i + 1 < n ? static_cast<std::int32_t>(i + 1) : -1;
+  }
+  size = 1;
+  while (size < n)
+    size *= 2;
+  count.assign(2 * size, 0);
+  byResidue.assign(2 * size * period, kNone);
+  uniform.assign(2 * size, kNone);
+  for (std::size_t i = 0; i < n; ++i) {
+    const std::size_t leaf = size + i;
+    const auto id = static_cast<std::int32_t>(i);
+    count[leaf] = 1;
+    for (std::size_t r = 0; r < period; ++r)
+      byResidue[leaf * period + r] = types[r] == 0 ? kNone : Candidate(id, types[r]);
+    uniform[leaf] = Candidate(id, 1);
+  }
+  for (std::size_t node = size - 1; node >= 1; --node)
+    Pull(node);
+  return true;
+}
+
+OmLineJoiner::Cycle::Key OmLineJoiner::Cycle::Candidate(std::int32_t id,
+                                                        std::int32_t distance) const {
+  std::int32_t with = id;
+  for (std::int32_t k = 0; k < distance && with >= 0; ++k)
+    with = prev[static_cast<std::size_t>(with)];
+  if (with < 0)
+    return kNone;
+  const std::int64_t joined =
+      length[static_cast<std::size_t>(with)] + 1 + length[static_cast<std::size_t>(id)];
+  return static_cast<Key>(joined) << 32 | static_cast<Key>(id);
+}
+
+void OmLineJoiner::Cycle::Pull(std::size_t node) {
+  const std::size_t left = 2 * node;
+  const std::size_t right = left + 1;
+  count[node] = count[left] + count[right];
+  const auto shift = static_cast<std::size_t>(count[left]) % period;
+  for (std::size_t r = 0; r < period; ++r) {
+    std::size_t rr = r + shift;
+    if (rr >= period)
+      rr -= period;
+    byResidue[node * period + r] =
+        std::min(byResidue[left * period + r], byResidue[right * period + rr]);
+  }
+  uniform[node] = std::min(uniform[left], uniform[right]);
+}
+
+void OmLineJoiner::Cycle::Refresh(std::int32_t id) {
+  const auto i = static_cast<std::size_t>(id);
+  const std::size_t leaf = size + i;
+  if (!alive[i]) {
+    count[leaf] = 0;
+    std::fill_n(byResidue.begin() + static_cast<std::ptrdiff_t>(leaf * period), period, kNone);
+    uniform[leaf] = kNone;
+  } else {
+    for (std::size_t r = 0; r < period; ++r)
+      byResidue[leaf * period + r] = types[r] == 0 ? kNone : Candidate(id, types[r]);
+    uniform[leaf] = Candidate(id, 1);
+  }
+  for (std::size_t node = leaf / 2; node >= 1; node /= 2)
+    Pull(node);
+}
+
+std::int32_t OmLineJoiner::Cycle::LineAt(std::int64_t rank) const {
+  std::size_t node = 1;
+  while (node < size) {
+    if (count[2 * node] > rank) {
+      node = 2 * node;
+    } else {
+      rank -= count[2 * node];
+      node = 2 * node + 1;
+    }
+  }
+  return static_cast<std::int32_t>(node - size);
+}
+
+OmLineJoiner::Cycle::Key OmLineJoiner::Cycle::Query(std::size_t node, std::int64_t start,
+                                                    std::int64_t lo, std::int64_t hi,
+                                                    bool periodic) const {
+  const std::int64_t lines = count[node];
+  if (lines == 0 || start + lines <= lo || start >= hi)
+    return kNone;
+  if (lo <= start && start + lines <= hi) {
+    if (!periodic)
+      return uniform[node];
+    const auto residue = static_cast<std::size_t>(start - first) % period;
+    return byResidue[node * period + residue];
+  }
+  return std::min(Query(2 * node, start, lo, hi, periodic),
+                  Query(2 * node + 1, start + count[2 * node], lo, hi, periodic));
+}
+
+OmLineJoiner::Cycle::Key OmLineJoiner::Cycle::Best(std::int64_t current) {
+  Key best = kNone;
+  auto consider = [&best, this](std::int32_t with, std::int32_t id) {
+    const std::int64_t before = with < 0 ? 0 : length[static_cast<std::size_t>(with)];
+    const std::int64_t joined = before + 1 + length[static_cast<std::size_t>(id)];
+    best = std::min(best, static_cast<Key>(joined) << 32 | static_cast<Key>(id));
+  };
+  // The positions before the pattern, directly; line 0 is never joined away.
+  const std::int64_t head = std::min(first, current);
+  ids.clear();
+  for (std::int32_t id = 0; static_cast<std::int64_t>(ids.size()) < head;
+       id = next[static_cast<std::size_t>(id)]) {
+    ids.push_back(id);
+  }
+  for (std::int64_t p = 1; p < head; ++p) {
+    const auto i = static_cast<std::size_t>(p);
+    if (!isBreak[i])
+      consider(pairs[i] < 0 ? -1 : ids[static_cast<std::size_t>(pairs[i])], ids[i]);
+  }
+  if (current > first)
+    best = std::min(best, Query(1, 0, first, std::min(stop, current), true));
+  // The positions after the pattern up to the one after the last break
+  // line, directly: each pairs with a line at most that far back.
+  const std::int64_t tail = std::min(end + 1, current);
+  if (stop < tail) {
+    const std::int64_t from = std::max<std::int64_t>(pairs[static_cast<std::size_t>(stop)], 0);
+    ids.clear();
+    for (std::int32_t id = LineAt(from); static_cast<std::int64_t>(ids.size()) < tail - from;
+         id = next[static_cast<std::size_t>(id)]) {
+      ids.push_back(id);
+    }
+    for (std::int64_t p = std::max<std::int64_t>(stop, 1); p < tail; ++p) {
+      const auto i = static_cast<std::size_t>(p);
+      if (isBreak[i])
+        continue;
+      const std::int32_t with = pairs[i];
+      consider(with < 0 ? -1 : ids[static_cast<std::size_t>(with - from)],
+               ids[static_cast<std::size_t>(p - from)]);
+    }
+  }
+  // Past the last break line every position pairs with its neighbour.
+  const std::int64_t uniformFrom = std::max(end + 1, first);
+  if (uniformFrom < current)
+    best = std::min(best, Query(1, 0, uniformFrom, current, false));
+  return best;
+}
+
+void OmLineJoiner::Cycle::JoinPair(std::int32_t x, std::int32_t y) {
+  const std::int32_t after = Splice(length, prev, next, x, y);
+  alive[static_cast<std::size_t>(y)] = 0;
+  Refresh(y);
+  Refresh(x);
+  // The lines that pair with x at most a period back.
+  std::int32_t id = after;
+  for (std::size_t k = 0; k < period && id >= 0; ++k) {
+    Refresh(id);
+    id = next[static_cast<std::size_t>(id)];
+  }
+}
+
+void OmLineJoiner::Cycle::Trim() {
+  ReleaseIfLarge(isBreak);
+  ReleaseIfLarge(pairs);
+  ReleaseIfLarge(length);
+  ReleaseIfLarge(prev);
+  ReleaseIfLarge(next);
+  ReleaseIfLarge(alive);
+  ReleaseIfLarge(count);
+  ReleaseIfLarge(byResidue);
+  ReleaseIfLarge(uniform);
+}
+
 OmLineJoiner::OmLineJoiner() = default;
 OmLineJoiner::~OmLineJoiner() = default;
 
@@ -264,6 +603,7 @@ std::int64_t OmLineJoiner::Join(const std::vector<std::int64_t>& lengths,
   const std::size_t n = lengths.size();
   const auto b = static_cast<std::int64_t>(breakLines.size());
   std::int64_t excess = static_cast<std::int64_t>(n) - b;
+  mUsed = Method::Auto;
   if (excess <= rows) {
     // Nothing to join, the common case: every line stays as it is.
     mStarts.resize(n);
@@ -272,47 +612,53 @@ std::int64_t OmLineJoiner::Join(const std::vector<std::int64_t>& lengths,
     mLengths.assign(lengths.begin(), lengths.end());
     return width;
   }
-  const bool scanIsCheaper = n <= kScanLimit || (breakLines.size() + 1) * kLinesPerBreak > n;
-  const bool useScan = method == Method::Scan || (method == Method::Auto && scanIsCheaper) ||
-                       n < 2 || !IsStrictlyAscendingIndexList(breakLines, n);
-  if (useScan)
+  const bool fewLines = n <= kScanLimit;
+  const bool manyBreaks = (breakLines.size() + 1) * kLinesPerBreak > n;
+  const bool ascending = n >= 2 && IsStrictlyAscendingIndexList(breakLines, n);
+  const bool tryCycle =
+      method == Method::Cycle || (method == Method::Auto && !fewLines && manyBreaks);
+  if (ascending && tryCycle) {
+    if (!mCycle)
+      mCycle = std::make_unique<Cycle>();
+    if (mCycle->Setup(lengths, breakLines)) {
+      mUsed = Method::Cycle;
+      return JoinByCycle(rows, widthRestriction, width, excess);
+    }
+  }
+  const bool useScan = method == Method::Scan || method == Method::Cycle ||
+                       (method == Method::Auto && (fewLines || manyBreaks)) || !ascending;
+  if (useScan) {
+    mUsed = Method::Scan;
     return JoinByScan(lengths, breakLines, rows, widthRestriction, width);
+  }
+  mUsed = Method::Queue;
 
   if (!mQueue)
     mQueue = std::make_unique<Queue>();
   Queue& q = *mQueue;
   q.Setup(lengths, breakLines);
-  std::int64_t result = width;
-  std::int64_t current = static_cast<std::int64_t>(n);
-  while (excess > rows) {
-    const Queue::Key best = q.tree[1];
-    std::int32_t x = 0;
-    std::int32_t y = 0;
-    std::int64_t joined = best.length;
-    if (joined == kNoCandidate) {
-      // Only reachable with rows below 1; see the header.
-      if (current < 2)
-        break;
-      y = q.next[0];
-      joined = 0;
-    } else {
-      y = best.id;
-      x = q.prev[static_cast<std::size_t>(y)];
-    }
-    if (widthRestriction != -1 && joined > widthRestriction)
-      break;
-    q.JoinPair(x, y);
-    --current;
-    --excess;
-    result = joined;
-  }
-  mStarts.clear();
-  mLengths.clear();
-  for (std::int32_t id = 0; id >= 0; id = q.next[static_cast<std::size_t>(id)]) {
-    mStarts.push_back(id);
-    mLengths.push_back(q.length[static_cast<std::size_t>(id)]);
-  }
-  return result;
+  return JoinLines(
+      q, static_cast<std::int64_t>(n), excess, rows, widthRestriction, width,
+      [&q](std::int64_t) {
+        const Queue::Key best = q.tree[1];
+        return best.length == kNoCandidate ? std::pair<std::int32_t, std::int64_t>{-1, 0}
+                                           : std::pair{best.id, best.length};
+      },
+      mStarts, mLengths);
+}
+
+std::int64_t OmLineJoiner::JoinByCycle(std::int32_t rows, std::int32_t widthRestriction,
+                                       std::int64_t width, std::int64_t excess) {
+  Cycle& c = *mCycle;
+  return JoinLines(
+      c, static_cast<std::int64_t>(c.length.size()), excess, rows, widthRestriction, width,
+      [&c](std::int64_t current) {
+        const Cycle::Key best = c.Best(current);
+        return best == Cycle::kNone ? std::pair<std::int32_t, std::int64_t>{-1, 0}
+                                    : std::pair{static_cast<std::int32_t>(best & 0xFFFFFFFFu),
+                                                static_cast<std::int64_t>(best >> 32)};
+      },
+      mStarts, mLengths);
 }
 
 std::int64_t OmLineJoiner::JoinByScan(const std::vector<std::int64_t>& lengths,
@@ -368,4 +714,6 @@ void OmLineJoiner::Trim() {
   ReleaseIfLarge(mLengths);
   if (mQueue)
     mQueue->Trim();
+  if (mCycle)
+    mCycle->Trim();
 }

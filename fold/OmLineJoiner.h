@@ -13,10 +13,14 @@
 class OmLineJoiner {
  public:
   // How the shortest pair is found. Scan walks all lines for every join;
-  // Queue keeps the candidates in a tournament tree. Both give the same
-  // result. Auto takes Queue for many lines with few break lines among them
-  // and Scan otherwise, whichever costs less.
-  enum class Method { Auto, Scan, Queue };
+  // Queue keeps the candidates in a tournament tree; Cycle keeps them in a
+  // tree that knows, for each way the lines can sit on a repeating pattern
+  // of break lines, the shortest join (see the .cpp). All give the same
+  // result. Auto takes Queue for many lines with few break lines among them,
+  // Cycle for many break lines that repeat with a short period (blank lines
+  // between words, the worst shape for the others), and Scan otherwise.
+  // Cycle falls back to Scan where it does not apply.
+  enum class Method { Auto, Scan, Queue, Cycle };
 
   OmLineJoiner();
   ~OmLineJoiner();
@@ -39,8 +43,10 @@ class OmLineJoiner {
   // lines are honoured as given, always by Scan.
   //
   // Cost, for n lines, J joins and k break lines after a joined pair: Scan
-  // takes O(n x J), Queue O((n + J x k) x log n), so Auto is about
-  // O(n log n) without break lines and at worst O(n x J) with many.
+  // takes O(n x J), Queue O((n + J x k) x log n), Cycle O((n + J x p^2) x
+  // log n) for break lines repeating with period p (at most 8) after the
+  // first few lines; so Auto is about O(n log n) without break lines or
+  // with regular ones, and at worst O(n x J) with many irregular ones.
   std::int64_t Join(const std::vector<std::int64_t>& lengths,
                     const std::vector<std::int32_t>& breakLines, std::int32_t rows,
                     std::int32_t widthRestriction, std::int64_t width,
@@ -51,6 +57,9 @@ class OmLineJoiner {
   // up to the next start), and its length.
   const std::vector<std::int32_t>& Starts() const { return mStarts; }
   const std::vector<std::int64_t>& Lengths() const { return mLengths; }
+  // After Join: the method that found the pairs (Scan where the one asked
+  // for did not apply; Auto when nothing was joined).
+  Method Used() const { return mUsed; }
 
   // Frees the working storage when it has grown beyond what ordinary cells
   // need.
@@ -58,12 +67,17 @@ class OmLineJoiner {
 
  private:
   struct Queue;
+  struct Cycle;
 
+  std::int64_t JoinByCycle(std::int32_t rows, std::int32_t widthRestriction, std::int64_t width,
+                           std::int64_t excess);
   std::int64_t JoinByScan(const std::vector<std::int64_t>& lengths,
                           const std::vector<std::int32_t>& breakLines, std::int32_t rows,
                           std::int32_t widthRestriction, std::int64_t width);
 
   std::vector<std::int32_t> mStarts;
   std::vector<std::int64_t> mLengths;
+  Method mUsed = Method::Auto;
   std::unique_ptr<Queue> mQueue;
+  std::unique_ptr<Cycle> mCycle;
 };

@@ -74,11 +74,11 @@ class TrackingStream {
   void Flush() {}
   std::size_t PutEnd(Ch*) { return 0; }
 
-  // Skips the white space the reader skips, and notes where it stops.
+  // Skips the white space the reader skips, and notes where it stops. Most
+  // tokens follow none, so that test stays apart from the skipping loop.
   void SkipWhitespace() {
-    for (Ch c = Peek(); mCurrent != mLast && (c == ' ' || c == '\n' || c == '\r' || c == '\t');
-         c = Peek())
-      Take();
+    if (IsSpace(Peek()))
+      SkipSpaces();
     mToken = Here();
   }
   Position Token() const { return mToken; }
@@ -97,6 +97,14 @@ class TrackingStream {
 
  private:
   static constexpr std::size_t kChunk = 1 << 16;
+
+  // The buffer always ends in a NUL byte, which is no space: a test of the
+  // byte at the end of the input is false without a test of the end.
+  static bool IsSpace(Ch c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
+  void SkipSpaces() {
+    while (mCurrent != mLast && IsSpace(Peek()))
+      Take();
+  }
 
   void Refill() {
     if (mEnd)

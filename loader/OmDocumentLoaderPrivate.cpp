@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <optional>
 #include <utility>
 
 #include "host/platform/OmMessageText.h"
@@ -92,6 +93,31 @@ std::uint64_t GetVarint(const char*& in) {
 std::int64_t Step(std::int64_t from, std::uint64_t by) {
   return static_cast<std::int64_t>(static_cast<std::uint64_t>(from) + by);
 }
+
+struct TapeEvent {
+  EventTape::Kind kind;
+  std::string_view text;
+};
+
+// Reads the event at `in` and moves past it; `at` steps from the position of
+// the event before to this one's.
+inline TapeEvent ReadEvent(const char*& in, Position& at) {
+  const auto first = static_cast<unsigned char>(*in++);
+  if ((first & EventTape::kSameLine) != 0) {
+    at.column = Step(at.column, GetVarint(in));
+  } else {
+    at.line = Step(at.line, GetVarint(in));
+    at.column = static_cast<std::int64_t>(GetVarint(in));
+  }
+  TapeEvent event{static_cast<EventTape::Kind>(first & ~EventTape::kSameLine), {}};
+  if (EventTape::HasText(event.kind)) {
+    const auto length = static_cast<std::size_t>(GetVarint(in));
+    event.text = std::string_view(in, length);
+    in += length;
+  }
+  return event;
+}
+
 }  // namespace
 
 void EventTape::Grow(std::size_t most) {
@@ -147,14 +173,9 @@ void EventTape::ReplayDeferring(Frame& target, const KeyPredicate& later) {
   // A segment's first event is its key, read here to choose its round.
   auto keyOf = [&](const Mark& mark) {
     const char* in = taken.mBlocks[mark.block].bytes.get() + mark.offset;
-    const auto first = static_cast<unsigned char>(*in++);
-    GetVarint(in);
-    if ((first & EventTape::kSameLine) == 0)
-      GetVarint(in);
-    if (static_cast<Kind>(first & ~EventTape::kSameLine) != Kind::kKey)
-      return std::string_view();
-    const auto length = static_cast<std::size_t>(GetVarint(in));
-    return std::string_view(in, length);
+    Position at = mark.before;
+    const TapeEvent event = ReadEvent(in, at);
+    return event.kind == Kind::kKey ? event.text : std::string_view();
   };
   std::vector<bool> deferred(segments.size());
   for (std::size_t i = 0; i < segments.size(); ++i)
@@ -184,20 +205,7 @@ void EventTape::Send(Dispatcher& dispatcher, const Mark& from, const Mark* to, b
     const char* const end =
         block.bytes.get() + (to != nullptr && b == to->block ? to->offset : block.used);
     while (in < end) {
-      const auto first = static_cast<unsigned char>(*in++);
-      if ((first & EventTape::kSameLine) != 0) {
-        at.column = Step(at.column, GetVarint(in));
-      } else {
-        at.line = Step(at.line, GetVarint(in));
-        at.column = static_cast<std::int64_t>(GetVarint(in));
-      }
-      const auto kind = static_cast<Kind>(first & ~EventTape::kSameLine);
-      std::string_view text;
-      if (EventTape::HasText(kind)) {
-        const auto length = static_cast<std::size_t>(GetVarint(in));
-        text = std::string_view(in, length);
-        in += length;
-      }
+      const auto [kind, text] = ReadEvent(in, at);
       switch (kind) {
         case Kind::kKey:
           dispatcher.Key(text, at);
@@ -307,7 +315,46 @@ std::int64_t ParseInteger(std::string_view raw, Position at, std::int64_t low, s
   return value;
 }
 
+namespace {
+
+// The value of a plain decimal (an optional minus, at most 15 digits, an
+// optional fraction, no exponent), which is most numbers a table holds.
+// Its digits make an integer below 2^53 and its scale a power of ten that a
+// double holds exactly, so one division gives the correctly rounded value,
+// as from_chars would; anything else gives nullopt.
+std::optional<double> PlainDecimal(std::string_view raw) {
+  static constexpr double kPowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                       1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+  std::size_t i = raw.size() > 0 && raw[0] == '-' ? 1 : 0;
+  const bool negative = i == 1;
+  std::uint64_t digits = 0;
+  int count = 0;
+  int scale = -1;
+  for (; i < raw.size(); ++i) {
+    const char c = raw[i];
+    if (c >= '0' && c <= '9') {
+      if (++count > 15)
+        return std::nullopt;
+      digits = digits * 10 + static_cast<std::uint64_t>(c - '0');
+      if (scale >= 0)
+        ++scale;
+    } else if (c == '.' && scale < 0) {
+      scale = 0;
+    } else {
+      return std::nullopt;
+    }
+  }
+  if (count == 0)
+    return std::nullopt;
+  const double value = static_cast<double>(digits) / kPowers[scale < 0 ? 0 : scale];
+  return negative ? -value : value;
+}
+
+}  // namespace
+
 double ParseDouble(std::string_view raw, Position at) {
+  if (const std::optional<double> plain = PlainDecimal(raw))
+    return *plain;
   double value = 0;
   const auto [end, error] = std::from_chars(raw.data(), raw.data() + raw.size(), value);
   if (error == std::errc::result_out_of_range) {

@@ -1,16 +1,15 @@
 // The machinery of the document loader, shared by its source files and
-// defined in OmDocumentLoaderPrivate.cpp. The
-// JSON reader's events go to a stack of frames, one per open object or list
-// of the document's schema; each frame knows what its current slot expects,
-// so a value of the wrong kind is reported where it stands. Frames are owned
-// by their parent frame, which may reuse one child frame for every element
-// of a long list.
+// defined in OmDocumentLoaderPrivate.cpp. The JSON reader's events go to a
+// stack of frames, one per open object or list of the document's schema;
+// each frame knows what its current slot expects, so a value of the wrong
+// kind is reported where it stands. Frames are owned by their parent frame,
+// which may reuse one child frame for every element of a long list.
 //
 // JSON objects are unordered, so a value may arrive before the key that
 // gives it its meaning (a part's "text" before its "type", a table's "cells"
-// before its "dimensions"). Such a value is recorded as events and replayed
-// once its meaning is known; documents in the natural order stream through
-// without holding anything.
+// before its "dimensions"). Such a value is held as events on a compact tape
+// and replayed once its meaning is known; documents in the natural order
+// stream through without holding anything.
 #pragma once
 
 #include <array>

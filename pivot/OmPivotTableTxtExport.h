@@ -14,6 +14,18 @@ class OmDisplayLayerHeading;
 class OmTextExportOptions;
 class OmTextPage;
 
+// The grid of one layer as its planning lays it out: text rows (column
+// heading rows, then table rows, at least one) by matrix columns (row
+// heading columns, then data columns, at least one). A tab-separated layer
+// prints one field for each position of the same grid.
+struct OmLayerGrid {
+  std::int64_t textRows = 0;
+  std::int64_t columns = 0;
+
+  // textRows times columns, saturating at 2^62.
+  std::int64_t Positions() const;
+};
+
 class OmPivotTableTxtExport {
  public:
   // Builds the layer's headings and, unless the export is tab-separated,
@@ -28,6 +40,16 @@ class OmPivotTableTxtExport {
   ~OmPivotTableTxtExport();
   OmPivotTableTxtExport(const OmPivotTableTxtExport&) = delete;
   OmPivotTableTxtExport& operator=(const OmPivotTableTxtExport&) = delete;
+
+  // The grid of a layer with these heading counts; negative counts count
+  // as none. Larger counts never give a smaller grid, so upper bounds of
+  // the counts give an upper bound of the grid.
+  static OmLayerGrid PlanGrid(std::int64_t colHeadRows, std::int64_t rowHeadRows,
+                              std::int64_t rowHeadColumns, std::int64_t dataColumns);
+  // The grid of the layer the heading stands on, from the layer's row and
+  // column headings alone, without planning it. Allocation failures while
+  // the headings are built propagate.
+  static OmLayerGrid PlanGrid(OmDisplayLayerHeading& layer, const OmTextExportOptions& options);
 
   // The lines written on the current page so far.
   std::int32_t GetNumLinesOnPage() const;

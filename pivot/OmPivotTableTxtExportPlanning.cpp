@@ -29,7 +29,36 @@ std::int32_t CountOrThrow(std::int64_t count) {
   return static_cast<std::int32_t>(count);
 }
 
+// Products of counts stop here, far above any grid that can be laid out.
+constexpr std::int64_t kHuge = std::int64_t{1} << 62;
+
 }  // namespace
+
+std::int64_t OmLayerGrid::Positions() const {
+  if (textRows == 0 || columns == 0)
+    return 0;
+  return textRows > kHuge / columns ? kHuge : textRows * columns;
+}
+
+OmLayerGrid OmPivotTableTxtExport::PlanGrid(std::int64_t colHeadRows, std::int64_t rowHeadRows,
+                                            std::int64_t rowHeadColumns, std::int64_t dataColumns) {
+  // Each count is at most 2^61, so sums stay at most 2^62.
+  auto count = [](std::int64_t n) { return std::clamp<std::int64_t>(n, 0, kHuge / 2); };
+  // A layer without table rows still has one, without labels; one without
+  // data columns still has one data column.
+  OmLayerGrid grid;
+  grid.textRows = count(colHeadRows) + std::max<std::int64_t>(count(rowHeadRows), 1);
+  grid.columns = count(rowHeadColumns) + std::max<std::int64_t>(count(dataColumns), 1);
+  return grid;
+}
+
+OmLayerGrid OmPivotTableTxtExport::PlanGrid(OmDisplayLayerHeading& layer,
+                                            const OmTextExportOptions& options) {
+  const OmDisplayColumnHeading columns(layer, options.HideEmptyRowsAndColumns());
+  const OmDisplayRowHeading rows(layer, options.HideEmptyRowsAndColumns(),
+                                 options.RowDimensionLabelsInCorner());
+  return PlanGrid(columns.NRows(), rows.NRows(), rows.NColumns(), columns.NColumns());
+}
 
 void OmPivotTableTxtExport::Data::PrepareFormatting() {
   // The host never reports negative counts; should one, it counts as none.
@@ -40,10 +69,9 @@ void OmPivotTableTxtExport::Data::PrepareFormatting() {
 
   mStringFolder = std::make_unique<OmWinStringFolder>(FolderOptions(mOptions.WidthRestriction()));
 
-  const std::int32_t columns =
-      CountOrThrow(rowHeadColumns + dataColumns + (dataColumns == 0 ? 1 : 0));
-  const std::int32_t textRows =
-      CountOrThrow(colHeadRows + rowHeadRows + (rowHeadRows == 0 ? 1 : 0));
+  const OmLayerGrid grid = PlanGrid(colHeadRows, rowHeadRows, rowHeadColumns, dataColumns);
+  const std::int32_t columns = CountOrThrow(grid.columns);
+  const std::int32_t textRows = CountOrThrow(grid.textRows);
   // Matrix lines are counted in 32 bits, like the rows and heights.
   const std::int32_t matrixRows =
       CountOrThrow(mOptions.RowSeparator().empty() ? textRows : 2 * std::int64_t{textRows} + 1);

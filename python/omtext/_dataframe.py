@@ -28,19 +28,35 @@ def _levels(index):
     return levels
 
 
-def _is_missing(value):
-    import pandas as pd
-
-    return value is None or (not isinstance(value, str) and pd.isna(value) is True)
-
-
 def _object_cell(value, decimals):
-    if _is_missing(value):
-        return None
+    """The cell of one value of a column holding mixed types."""
     if isinstance(value, numbers.Real) and not isinstance(value, bool):
-        value = float(value) if not isinstance(value, numbers.Integral) else int(value)
+        value = int(value) if isinstance(value, numbers.Integral) else float(value)
         return value if decimals is None else {"value": value, "decimals": decimals}
     return str(value)
+
+
+def _column_cells(series, decimals):
+    """The cells of one column as an object array, None for no cell. Columns
+    of one kind are converted whole; only mixed columns go value by value."""
+    import numpy as np
+    import pandas as pd
+
+    kind = pd.api.types.infer_dtype(series, skipna=True)
+    if kind in ("string", "empty"):
+        cells = series.to_numpy(dtype=object).copy()
+    elif pd.api.types.is_bool_dtype(series.dtype) or kind == "boolean":
+        cells = series.astype(str).to_numpy(dtype=object)
+    elif pd.api.types.is_numeric_dtype(series.dtype):
+        cells = series.to_numpy(dtype=object).copy()
+        if decimals is not None:
+            cells[:] = [{"value": v, "decimals": decimals}
+                        for v in series.to_numpy(dtype=np.float64, na_value=np.nan).tolist()]
+    else:
+        cells = np.empty(len(series), dtype=object)
+        cells[:] = [_object_cell(v, decimals) for v in series.to_numpy(dtype=object).tolist()]
+    cells[series.isna().to_numpy()] = None
+    return cells
 
 
 def from_dataframe(df, title=None, caption=None, footnotes=(), layers=(), decimals=None):
@@ -122,8 +138,10 @@ def from_dataframe(df, title=None, caption=None, footnotes=(), layers=(), decima
     if numeric:
         values = df.to_numpy(dtype=np.float64, na_value=np.nan).ravel()
     else:
-        to_cell = np.frompyfunc(lambda v: _object_cell(v, decimals), 1, 1)
-        values = to_cell(df.to_numpy(dtype=object)).ravel()
+        values = np.empty(df.shape, dtype=object)
+        for j in range(df.shape[1]):
+            values[:, j] = _column_cells(df.iloc[:, j], decimals)
+        values = values.ravel()
 
     part = {"type": "pivot-table"}
     if title is not None or footnotes:

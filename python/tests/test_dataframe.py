@@ -99,6 +99,15 @@ def test_missing_values_give_no_cell():
     assert "nan" not in text.lower() and "None" not in text
 
 
+def test_values_of_other_kinds_become_text_or_numbers():
+    frame = pd.DataFrame({"b": [True, False], "t": pd.to_datetime(["2024-01-02", None]),
+                          "m": [np.int64(1), "x"], "k": pd.Categorical(["lo", "hi"])})
+    assert as_plain(omtext.from_dataframe(frame))["data"] == [
+        ["True", "2024-01-02 00:00:00", 1, "lo"], ["False", None, "x", "hi"]]
+    assert as_plain(omtext.from_dataframe(frame, decimals=0))["data"][0][2] == {
+        "value": 1, "decimals": 0}
+
+
 def test_unnamed_levels_hide_their_labels_and_numbers_keep_their_form():
     frame = pd.DataFrame({"x": [0.1, 1e20, -3.0]}, index=[10, 20, 30])
     part = omtext.from_dataframe(frame)

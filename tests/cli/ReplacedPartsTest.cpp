@@ -83,14 +83,6 @@ TEST_F(ReplacedParts, StopsAfterTheFirstWhenAsked) {
   EXPECT_EQ(out.str(), std::string("A\nP\nH\n") + kMissing);
 }
 
-TEST_F(ReplacedParts, NoneWhenNothingFails) {
-  OmOutputTree plain;
-  plain.Append(std::make_unique<OmHeading>("A"), 1);
-  plain.Append(std::make_unique<OmPivotTable>(), 2);
-  OmTextExport exporter(options, out);
-  EXPECT_EQ(omtext::cli::ReplacedParts::ExportTree(exporter, plain, false), Strings{});
-}
-
 TEST_F(ReplacedParts, DestinationReportsThemToo) {
   // The destination hides empty rows, so only the chart fails there.
   const std::string dir = omtext::testing::MakeScratchDirectory();

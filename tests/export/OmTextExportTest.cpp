@@ -22,6 +22,7 @@
 #include "host/output/OmTextBlock.h"
 #include "host/output/OmTitledPart.h"
 #include "host/table/OmPivotTable.h"
+#include "pivot/OmPivotTableTxtExport.h"
 
 namespace {
 
@@ -294,6 +295,101 @@ TEST_F(PivotTableVisit, SeparatingLineThatFillsThePageLeavesTheLayersCountAlone)
   EXPECT_EQ(Visit(),
             "L a \n\n\f\n|_|_|\n|r|1|\n\f\n|_|_|\n\n\f\n\f\nL b \n\n\f\n|_|_|\n|r|2|\n\f\n|_|_|\n\n"
             "\f\n");
+}
+
+// The counts the command's limits ask for match what the visit prints.
+class PivotTableCounts : public PivotTableVisit {
+ protected:
+  // Row dimension R of 3 leaves and column dimension C of 4 under a layer
+  // dimension L of `layers` leaves; cells only where `filled` says.
+  void Build(std::int32_t layers, const std::function<bool(int, int, int)>& filled) {
+    OmDimension& layer = table->AddDimension(OmAxis::Layer, "L");
+    for (std::int32_t i = 0; i < layers; ++i)
+      layer.AddCategory("l" + std::to_string(i));
+    OmDimension& rows = table->AddDimension(OmAxis::Row, "R");
+    for (const char* name : {"r0", "r1", "r2"})
+      rows.AddCategory(name);
+    OmDimension& columns = table->AddDimension(OmAxis::Column, "C");
+    for (const char* name : {"c0", "c1", "c2", "c3"})
+      columns.AddCategory(name);
+    for (int l = 0; l < layers; ++l)
+      for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 4; ++c)
+          if (filled(l, r, c))
+            table->SetText({l, r, c}, "v");
+  }
+  std::int64_t Positions(std::int64_t limit = 1000000) {
+    return OmTextExportTreeVisitor::CountGridPositions(*table, options, limit);
+  }
+};
+
+TEST_F(PivotTableCounts, GridIsPlannedFromTheHeadingCounts) {
+  // Heading rows + table rows (at least one) by heading columns + data
+  // columns (at least one); negative counts count as none.
+  const OmLayerGrid grid = OmPivotTableTxtExport::PlanGrid(2, 5, 1, 3);
+  EXPECT_EQ(grid.textRows, 7);
+  EXPECT_EQ(grid.columns, 4);
+  EXPECT_EQ(grid.Positions(), 28);
+  EXPECT_EQ(OmPivotTableTxtExport::PlanGrid(2, 0, 0, 0).Positions(), 3);
+  EXPECT_EQ(OmPivotTableTxtExport::PlanGrid(-4, -1, -1, -9).Positions(), 1);
+  constexpr std::int64_t kHuge = std::int64_t{1} << 62;
+  EXPECT_EQ(OmPivotTableTxtExport::PlanGrid(kHuge, kHuge, kHuge, kHuge).Positions(), kHuge);
+  EXPECT_EQ(OmPivotTableTxtExport::PlanGrid(1, 0, 0, std::int64_t{1} << 61).Positions(), kHuge);
+}
+
+TEST_F(PivotTableCounts, LayersAreThoseTheVisitPrints) {
+  Build(5, [](int, int, int) { return true; });
+  EXPECT_EQ(OmTextExportTreeVisitor::CountLayers(*table, options), 5);
+  options.ExportAllLayers(false);
+  EXPECT_EQ(OmTextExportTreeVisitor::CountLayers(*table, options), 1);
+  options.ExportAllLayers(true);
+  table->SetNotes(true);
+  EXPECT_EQ(OmTextExportTreeVisitor::CountLayers(*table, options), 0);
+  EXPECT_EQ(Positions(), 0);
+  options.ShowNotes(true);
+  EXPECT_EQ(OmTextExportTreeVisitor::CountLayers(*table, options), 5);
+
+  table = std::make_unique<OmPivotTable>();
+  Build(0, [](int, int, int) { return true; });
+  EXPECT_EQ(OmTextExportTreeVisitor::CountLayers(*table, options), 0);
+  EXPECT_EQ(Positions(), 0);
+}
+
+TEST_F(PivotTableCounts, PositionsAreTheFieldsATabSeparatedTablePrints) {
+  // One layer without title or footnotes: the body is the whole output, a
+  // line per grid row and a field per grid column.
+  auto fields = [](const std::string& text) {
+    std::int64_t count = 0;
+    for (const char c : text)
+      count += c == '\t' || c == '\n' ? 1 : 0;
+    return count - 1;  // the closing empty line
+  };
+  for (const bool hide : {true, false}) {
+    SCOPED_TRACE(hide);
+    table = std::make_unique<OmPivotTable>();
+    Build(1, [](int, int r, int c) { return r == 1 && c != 2; });
+    options.HideEmptyRowsAndColumns(hide);
+    // The layer dimension's line and the table's title are not part of it.
+    table->Dimension(0).SetShowLabel(false);
+    const std::string text = Visit();
+    const std::string body = text.substr(text.find('\n') + 1);
+    EXPECT_EQ(Positions(), fields(body)) << text;
+  }
+}
+
+TEST_F(PivotTableCounts, HiddenEmptyRowsAndColumnsAreCountedLayerByLayer) {
+  // Layer 0 full, the others empty: shown, every layer has the full grid
+  // (2 heading rows + 3 rows by 1 heading column + 4 columns); hidden, the
+  // empty ones keep only their headings and one empty row and column.
+  Build(4, [](int l, int, int) { return l == 0; });
+  options.HideEmptyRowsAndColumns(false);
+  EXPECT_EQ(Positions(), 4 * 5 * 5);
+  options.HideEmptyRowsAndColumns(true);
+  const std::int64_t hidden = Positions();
+  EXPECT_LT(hidden, 4 * 5 * 5);
+  EXPECT_GT(hidden, 5 * 5);
+  // Counting stops once the sum passes the limit.
+  EXPECT_EQ(Positions(0), 5 * 5);
 }
 
 }  // namespace

@@ -26,7 +26,8 @@ Outcome JoinWith(Method method, const Lengths& lengths, const Indices& breaks, s
 }
 
 TEST(OmLineJoiner, JoinsShortestPairEarliestFirstWithBreakLineQuirks) {
-  for (const Method method : {Method::Scan, Method::Queue}) {
+  // Cycle needs a longer pattern; on these it answers as the scan does.
+  for (const Method method : {Method::Scan, Method::Queue, Method::Cycle}) {
     // Joins of 6, 4, 5: the middle first; then 8 and 8, the earlier wins.
     EXPECT_EQ(JoinWith(method, {3, 2, 1, 3}, {}, 2, -1), (Outcome{8, {0, 3}, {8, 3}}));
     // The restriction stops at the first join longer than it.
@@ -72,6 +73,52 @@ TEST(OmLineJoiner, TreeAgreesWithScanOnGeneratedLines) {
               JoinWith(Method::Scan, lengths, breaks, rows, restriction))
         << "round " << round;
   }
+}
+
+// Words between runs of break lines: the shape the cycle method is for.
+// Each round takes a gap pattern repeating with a period of 1 to 9 (9 is
+// past what the method takes, so the scan answers), puts irregular lines
+// before and after it, and gives words of random lengths, some empty.
+TEST(OmLineJoiner, CycleAgreesWithScanOnRepeatingBreakLines) {
+  std::uint32_t seed = 7;
+  auto next = [&seed](std::uint32_t n) {
+    seed = seed * 1103515245u + 12345u;
+    return (seed >> 16) % n;
+  };
+  const std::int32_t restrictions[] = {-1, -1, -1, 0, 6, 30, 200};
+  int cycles = 0;
+  for (int round = 0; round < 1500; ++round) {
+    Lengths lengths;
+    Indices breaks;
+    auto line = [&](bool isBreak) {
+      if (isBreak)
+        breaks.push_back(static_cast<std::int32_t>(lengths.size()));
+      lengths.push_back(isBreak ? 0 : static_cast<std::int64_t>(next(5) == 0 ? 0 : 1 + next(6)));
+    };
+    const std::uint32_t head = next(30);
+    for (std::uint32_t i = 0; i < head; ++i)
+      line(next(3) == 0);
+    std::vector<bool> pattern(1 + next(9));
+    for (std::size_t i = 0; i < pattern.size(); ++i)
+      pattern[i] = i > 0 && next(3) != 0;  // at least one word a period
+    const std::uint32_t repeats = 4 + next(round % 10 == 0 ? 300 : 40);
+    for (std::uint32_t r = 0; r < repeats; ++r)
+      for (const bool isBreak : pattern)
+        line(isBreak);
+    const std::uint32_t tail = next(4) == 0 ? next(60) : next(3);
+    for (std::uint32_t i = 0; i < tail; ++i)
+      line(next(4) == 0);
+    const auto rows = static_cast<std::int32_t>(next(5)) - 1;
+    const std::int32_t restriction = restrictions[next(7)];
+    ASSERT_EQ(JoinWith(Method::Cycle, lengths, breaks, rows, restriction),
+              JoinWith(Method::Scan, lengths, breaks, rows, restriction))
+        << "round " << round;
+    OmLineJoiner joiner;
+    joiner.Join(lengths, breaks, rows, restriction, 99, Method::Auto);
+    cycles += joiner.Used() == Method::Cycle ? 1 : 0;
+  }
+  // Most patterns are short enough and repeat often enough for the method.
+  EXPECT_GT(cycles, 700);
 }
 
 }  // namespace

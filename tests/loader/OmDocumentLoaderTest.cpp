@@ -6,8 +6,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <random>
 #include <sstream>
 
+#include "host/output/OmCellText.h"
 #include "host/output/OmHeading.h"
 #include "host/table/OmPivotTable.h"
 
@@ -203,6 +207,59 @@ TEST(PivotTableLoading, DenseDataAndTablesWithoutDimensions) {
   tree =
       Load(Table(R"("dimensions": [{"label": "E", "axis": "row", "categories": []}], "data": [])"));
   EXPECT_EQ(FirstTable(tree).Dimension(0).NLeaves(), 0);
+}
+
+TEST(PivotTableLoading, NumbersAreReadToTheNearestDouble) {
+  // Plain decimals of up to 15 digits are read without the general parser;
+  // both paths must give the double nearest to the text, as strtod does.
+  std::mt19937 random(7);
+  std::vector<std::string> numbers = {"0",
+                                      "-0",
+                                      "-0.0",
+                                      "0.1",
+                                      "0.3",
+                                      "9007199254740993",
+                                      "123456789012345",
+                                      "1234567890123456",
+                                      "0.000000000000001",
+                                      "999999999999999.9",
+                                      "1e5",
+                                      "-2.5E-3",
+                                      "17.00"};
+  auto digit = [&](char low) {
+    return static_cast<char>(low + static_cast<int>(random() % 10U) % ('9' - low + 1));
+  };
+  for (int i = 0; i < 2000; ++i) {
+    // An integer part of 0 to 16 digits ("0" for none), then a fraction that
+    // brings the digits to at most 17, around the 15-digit fast path.
+    const int whole = static_cast<int>(random() % 17U);
+    const int fraction = static_cast<int>(random() % static_cast<unsigned>(18 - whole));
+    std::string number = random() % 4U == 0 ? "-" : "";
+    number += whole == 0 ? "0" : std::string(1, digit('1'));
+    for (int d = 1; d < whole; ++d)
+      number += digit('0');
+    if (fraction > 0)
+      number += '.';
+    for (int d = 0; d < fraction; ++d)
+      number += digit('0');
+    numbers.push_back(number);
+  }
+  std::string categories;
+  std::string data;
+  for (std::size_t i = 0; i < numbers.size(); ++i) {
+    categories += std::string(i > 0 ? ", " : "") + "\"c\"";
+    data += std::string(i > 0 ? ", " : "") + numbers[i];
+  }
+  OmOutputTree tree = Load(Table(R"("dimensions": [{"label": "R", "axis": "row", "categories": [)" +
+                                 categories + R"(]}], "data": [)" + data + "]"));
+  for (std::size_t i = 0; i < numbers.size(); ++i) {
+    const auto* cell =
+        dynamic_cast<const OmNumberCell*>(FirstTable(tree).Cell({static_cast<std::int32_t>(i)}));
+    ASSERT_NE(cell, nullptr) << numbers[i];
+    const double expected = std::strtod(numbers[i].c_str(), nullptr);
+    const double value = cell->Value();
+    EXPECT_EQ(std::memcmp(&expected, &value, sizeof value), 0) << numbers[i];
+  }
 }
 
 TEST(PivotTableLoading, IndexErrorsPointAtTheOffendingEntry) {

@@ -1,0 +1,76 @@
+#!/usr/bin/env python3
+"""Writes the crafted documents that probe the render limits: small inputs
+whose tables would print far more than their size suggests.
+
+Usage: gen_crafted.py NAME [SCALE]  (the document goes to standard output)
+
+  wide-sparse     two dimensions of 9,997 leaves (rows and columns), one cell;
+                  rendered with --show-empty
+  many-layers     1,000,000 layers of 10 x 10, one cell; with --show-empty
+  big-layers      1,000 layers of 3,000 x 3,000, one cell; with --show-empty
+  huge-tab        100,000 x 100,000, one cell; with --show-empty --tab-separated
+  blank-lines     3 x 3 cells of 64 KiB each: short words between blank lines,
+                  the worst shape for folding a cell into one row (SCALE is
+                  the number of blank lines between words)
+
+SCALE (default 1) divides every leaf count, for smaller documents of the same
+shape.
+"""
+import sys
+
+
+def dimension(label, axis, leaves):
+    # Numbers make the shortest category labels.
+    return '{"label": "%s", "axis": "%s", "categories": [%s]}' % (label, axis,
+                                                                 ",".join("0" * leaves))
+
+
+def table(dimensions):
+    index = ", ".join("0" for _ in dimensions)
+    return ('{"output": [{"type": "pivot-table", "title": "Crafted", "dimensions": [%s], '
+            '"cells": [[[%s], 1]]}]}\n' % (", ".join(dimensions), index))
+
+
+def blank_lines(gap):
+    words = []
+    size = 0
+    i = 0
+    while size < 65536 - 16:
+        word = "w" * (1 + i % 3)
+        words.append(word)
+        size += len(word) + 2 * (gap + 1)  # a line feed is two bytes in JSON
+        i += 1
+    cell = '"%s"' % ("\\n" * (gap + 1)).join(words)
+    rows = ", ".join("[%s]" % ", ".join([cell] * 3) for _ in range(3))
+    return ('{"output": [{"type": "pivot-table", "title": "Folded", "dimensions": ['
+            '{"label": "R", "axis": "row", "categories": ["a", "b", "c"]}, '
+            '{"label": "C", "axis": "column", "categories": ["x", "y", "z"]}], '
+            '"data": [%s]}]}\n' % rows)
+
+
+def main():
+    if len(sys.argv) not in (2, 3):
+        sys.exit(__doc__)
+    name = sys.argv[1]
+    scale = int(sys.argv[2]) if len(sys.argv) == 3 else 1
+    if name == "blank-lines":
+        sys.stdout.write(blank_lines(scale))
+        return
+
+    def n(count):
+        return max(1, count // scale)
+
+    shapes = {
+        "wide-sparse": [("R", "row", 9997), ("C", "column", 9997)],
+        "many-layers": [("A", "layer", 1000), ("B", "layer", 1000), ("R", "row", 10),
+                        ("C", "column", 10)],
+        "big-layers": [("L", "layer", 1000), ("R", "row", 3000), ("C", "column", 3000)],
+        "huge-tab": [("R", "row", 100000), ("C", "column", 100000)],
+    }
+    if name not in shapes:
+        sys.exit("gen_crafted.py: unknown document '%s'\n%s" % (name, __doc__))
+    sys.stdout.write(table([dimension(label, axis, n(count)) for label, axis, count in shapes[name]]))
+
+
+if __name__ == "__main__":
+    main()
