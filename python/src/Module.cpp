@@ -63,6 +63,7 @@ constexpr PythonOption kOptions[] = {
     {"numeric_footnotes", "--numeric-footnotes", OptionKind::Flag},
     {"selected_only", "--selected-only", OptionKind::Flag},
     {"encoding", "--encoding", OptionKind::Text},
+    {"display_width", "--display-width", OptionKind::Text},
 };
 
 std::string TypeName(py::handle value) {

@@ -28,6 +28,7 @@ OPTION_SETS = [
     ({"encoding": "single-byte", "width": 30}, ["--encoding", "single-byte", "--width", "30"]),
     ({"encoding": "double-byte", "tab_separated": True, "footnotes": True, "width": None},
      ["--encoding", "double-byte", "--tab-separated"]),
+    ({"display_width": "columns", "width": 30}, ["--display-width", "columns", "--width", "30"]),
 ]
 EXAMPLE_FILES = sorted(EXAMPLES.glob("*.json"))
 
