@@ -7,7 +7,7 @@ ifeq ($(CI),true)
 CMAKE_FLAGS += -DOMTEXT_WERROR=ON
 endif
 
-.PHONY: all deps build demo test check test-sanitize bench bench-quick install clean fuzz
+.PHONY: all deps build demo test check test-sanitize bench bench-quick install clean fuzz python-install
 
 all: build
 
@@ -40,6 +40,16 @@ test-sanitize: deps
 	cmake --build $(SANITIZE_BUILD) -j $(JOBS)
 	ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
 	  ctest --test-dir $(SANITIZE_BUILD) --output-on-failure -j $(JOBS)
+
+# The Python package installed from the source tree, offline, into a fresh
+# virtual environment (VENV) that sees Debian's pandas; then a render in it.
+VENV ?= $(BUILD)/venv
+python-install: deps
+	rm -rf $(VENV)
+	/usr/bin/python3 -m venv --system-site-packages $(VENV)
+	CMAKE_BUILD_PARALLEL_LEVEL=$(JOBS) $(VENV)/bin/pip install --no-build-isolation --no-index ./python
+	cd / && $(abspath $(VENV))/bin/python -c 'import omtext, pandas; \
+	  print(omtext.render(omtext.from_dataframe(pandas.DataFrame({"x": [1.5]})), width=80), end="")'
 
 clean:
 	rm -rf $(BUILD) $(SANITIZE_BUILD)

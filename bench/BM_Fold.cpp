@@ -1,6 +1,7 @@
 // Folding cell text: a short number (the common cell), a long paragraph
 // wrapped at width 40, and a cell of many short words folded and joined back
-// into one row, with and without paragraph breaks. Time per byte must stay
+// into one row, with and without paragraph breaks; paragraphs counted in
+// terminal columns, of ASCII and of several scripts. Time per byte must stay
 // flat as the text grows.
 #include <benchmark/benchmark.h>
 
@@ -16,10 +17,11 @@
 
 namespace {
 
-OmStringFolder::Options Options() {
+OmStringFolder::Options Options(OmDisplayWidth measure = OmDisplayWidth::Bytes) {
   OmStringFolder::Options options;
   options.columnSeparator = "|";
   options.rowSeparator = "_";
+  options.displayWidth = measure;
   return options;
 }
 
@@ -52,8 +54,9 @@ std::string ShortWords(std::int64_t count) {
   return text;
 }
 
-void Fold(benchmark::State& state, const std::string& text, std::int32_t width, std::int32_t rows) {
-  OmWinStringFolder folder(Options());
+void Fold(benchmark::State& state, const std::string& text, std::int32_t width, std::int32_t rows,
+          OmDisplayWidth measure = OmDisplayWidth::Bytes) {
+  OmWinStringFolder folder(Options(measure));
   std::vector<std::string> lines;
   for (auto _ : state) {
     std::unique_ptr<OmFormattedNode> node = folder.MakeNode(text, 1, rows, 0);
@@ -94,12 +97,43 @@ BENCHMARK(BM_OmWinStringFolder_TwoWordLabel);
 void BM_OmWinStringFolder_Paragraph(benchmark::State& state) {
   // As many rows as the text wraps to, so that nothing is joined.
   const std::string text = Words(static_cast<std::size_t>(state.range(0)));
-  OmWinStringFolder::Data probe(Options());
+  OmWinStringFolderPrivate::Data probe(Options());
   OmWinFormattedNode node(text, 1, 1, 0, probe.GetStringLength(text));
   probe.Fold(node, 40);
   Fold(state, text, 40, static_cast<std::int32_t>(probe.lineLengths.size()));
 }
 BENCHMARK(BM_OmWinStringFolder_Paragraph)->Arg(10 << 10)->Arg(40 << 10);
+
+// The same paragraph counted in terminal columns: ASCII text takes the
+// measure's fast path.
+void BM_OmWinStringFolder_ParagraphInColumns(benchmark::State& state) {
+  const std::string text = Words(static_cast<std::size_t>(state.range(0)));
+  OmWinStringFolderPrivate::Data probe(Options(OmDisplayWidth::Columns));
+  OmWinFormattedNode node(text, 1, 1, 0, probe.GetStringLength(text));
+  probe.Fold(node, 40);
+  Fold(state, text, 40, static_cast<std::int32_t>(probe.lineLengths.size()),
+       OmDisplayWidth::Columns);
+}
+BENCHMARK(BM_OmWinStringFolder_ParagraphInColumns)->Arg(10 << 10)->Arg(40 << 10);
+
+// Words of several scripts (accented Latin, Cyrillic, CJK, combining marks),
+// counted in columns: every character is decoded.
+void BM_OmWinStringFolder_ScriptsInColumns(benchmark::State& state) {
+  static const char* const kWords[] = {"Zürich",   "Москва", "東京", "e\xCC\x81t\xC3\xA9",
+                                       "대한민국", "naïve"};
+  std::string text;
+  for (std::size_t i = 0; text.size() < static_cast<std::size_t>(state.range(0)); ++i) {
+    if (i > 0)
+      text += ' ';
+    text += kWords[i % 6];
+  }
+  OmWinStringFolderPrivate::Data probe(Options(OmDisplayWidth::Columns));
+  OmWinFormattedNode node(text, 1, 1, 0, probe.GetStringLength(text));
+  probe.Fold(node, 40);
+  Fold(state, text, 40, static_cast<std::int32_t>(probe.lineLengths.size()),
+       OmDisplayWidth::Columns);
+}
+BENCHMARK(BM_OmWinStringFolder_ScriptsInColumns)->Arg(10 << 10)->Arg(40 << 10);
 
 void BM_OmWinStringFolder_ParagraphIntoOneRow(benchmark::State& state) {
   Fold(state, Words(static_cast<std::size_t>(state.range(0))), 40, 1);

@@ -8,7 +8,9 @@
 # Usage: bench/compare.sh [ROWS ...]   (default: 10000 100000 1000000)
 # Environment: BENCH_BUILD (default build-bench), BENCH_DATA (default
 # $BENCH_BUILD/data), RUNS (timing runs per tool; default 5, 2 from 1,000,000
-# rows), SKIP_PYTHON=1 to leave out tabulate and pandas.
+# rows), SKIP_PYTHON=1 to leave out tabulate, pandas and the Python module.
+# The Python module's step renders the table as a DataFrame through
+# omtext.from_dataframe and omtext.render (bench/python_render.py).
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -19,7 +21,10 @@ sizes=${*:-10000 100000 1000000}
 python=/usr/bin/python3
 
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DOMTEXT_BUILD_TESTS=OFF >/dev/null
-cmake --build "$build" --target omtext_cli gen_table -j "$(nproc)" >/dev/null
+targets="omtext_cli gen_table"
+[ "${SKIP_PYTHON:-0}" = 1 ] || targets="$targets omtext_python"
+# shellcheck disable=SC2086
+cmake --build "$build" --target $targets -j "$(nproc)" >/dev/null
 omtext="$build/cli/omtext"
 mkdir -p "$data"
 
@@ -77,6 +82,10 @@ for rows in $sizes; do
     "$omtext" --stats $(options_of "$tool") "$data/t$rows.json" 2>&1 >/dev/null |
       sed "s/^omtext: /$tool: /" >>"$build/stats-$rows.txt"
   done
+  if [ "${SKIP_PYTHON:-0}" != 1 ]; then
+    PYTHONPATH="$build/python" $python bench/python_render.py "$omtext" "$data/t$rows.tsv" \
+      "$data/t$rows.json" "$runs" "$build/python-$rows.csv" || fail "the Python module failed on $rows rows"
+  fi
   $python bench/report.py "$rows" "$results" "$build/stats-$rows.txt" | tee -a "$summary"
   rm -f "$build/stats-$rows.txt"
 done

@@ -1,9 +1,15 @@
 // Parsing of the omtext command line.
 #include "cli/CommandLine.h"
 
+#include <sys/ioctl.h>
+#include <unistd.h>
+
 #include <charconv>
+#include <cstdlib>
 #include <functional>
 #include <limits>
+
+#include "export/OmTextExportOptions.h"
 
 namespace omtext::cli {
 namespace {
@@ -24,6 +30,30 @@ std::int32_t ParseInt32(const std::string& option, const std::string& text) {
   return static_cast<std::int32_t>(value);
 }
 
+// A byte count with an optional k (or K), M or G suffix, 1024-based.
+std::uint64_t ParseSize(const std::string& text) {
+  std::uint64_t value = 0;
+  const char* last = text.data() + text.size();
+  auto [end, error] = std::from_chars(text.data(), last, value);
+  int shift = 0;
+  if (error == std::errc() && end + 1 == last) {
+    shift = *end == 'k' || *end == 'K' ? 10 : *end == 'M' ? 20 : *end == 'G' ? 30 : 0;
+    end += shift != 0 ? 1 : 0;
+  }
+  if (error != std::errc() || end != last ||
+      value > std::numeric_limits<std::uint64_t>::max() >> shift) {
+    throw UsageError("option --max-output needs a size in bytes (k, M or G may follow), not '" +
+                     text + "'");
+  }
+  return value << shift;
+}
+
+std::string FileName(const std::string& option, const std::string& text) {
+  if (text.empty())
+    throw UsageError("option " + option + " needs a file name, not an empty one");
+  return text;
+}
+
 OmEncoding ParseEncoding(const std::string& text) {
   if (text == "utf-8")
     return OmEncoding::Utf8;
@@ -32,6 +62,23 @@ OmEncoding ParseEncoding(const std::string& text) {
   if (text == "double-byte")
     return OmEncoding::DoubleByte;
   throw UsageError("option --encoding needs utf-8, single-byte or double-byte, not '" + text + "'");
+}
+
+OmDisplayWidth ParseDisplayWidth(const std::string& text) {
+  if (text == "bytes")
+    return OmDisplayWidth::Bytes;
+  if (text == "columns")
+    return OmDisplayWidth::Columns;
+  throw UsageError("option --display-width needs columns or bytes, not '" + text + "'");
+}
+
+void SetWidth(CommandLine& commandLine, const std::string& text) {
+  commandLine.widthAuto = text == "auto";
+  if (commandLine.widthAuto) {
+    commandLine.width.reset();
+  } else {
+    commandLine.width = ParseInt32("--width", text);
+  }
 }
 
 struct OptionSpec {
@@ -46,8 +93,7 @@ const std::vector<OptionSpec>& Options() {
       {"--version", false, [](CommandLine& c, const std::string&) { c.version = true; }},
       {"--stats", false, [](CommandLine& c, const std::string&) { c.stats = true; }},
       {"--tab-separated", false, [](CommandLine& c, const std::string&) { c.tabSeparated = true; }},
-      {"--width", true,
-       [](CommandLine& c, const std::string& v) { c.width = ParseInt32("--width", v); }},
+      {"--width", true, [](CommandLine& c, const std::string& v) { SetWidth(c, v); }},
       {"--width-restriction", true,
        [](CommandLine& c, const std::string& v) {
          c.widthRestriction = ParseInt32("--width-restriction", v);
@@ -69,7 +115,12 @@ const std::vector<OptionSpec>& Options() {
       {"--selected-only", false, [](CommandLine& c, const std::string&) { c.selectedOnly = true; }},
       {"--encoding", true,
        [](CommandLine& c, const std::string& v) { c.encoding = ParseEncoding(v); }},
-      {"--output", true, [](CommandLine& c, const std::string& v) { c.output = v; }},
+      {"--display-width", true,
+       [](CommandLine& c, const std::string& v) { c.displayWidth = ParseDisplayWidth(v); }},
+      {"--output", true,
+       [](CommandLine& c, const std::string& v) { c.output = FileName("--output", v); }},
+      {"--max-output", true,
+       [](CommandLine& c, const std::string& v) { c.maxOutput = ParseSize(v); }},
       {"--destination", true, [](CommandLine& c, const std::string& v) { c.destination = v; }},
   };
   return options;
@@ -133,7 +184,58 @@ CommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     }
     spec->apply(commandLine, value.value_or(""));
   }
+  // The destination writes its own file, which no limit of the command's reaches.
+  if (commandLine.maxOutput && commandLine.destination)
+    throw UsageError("option --max-output does not apply to --destination");
+  if (commandLine.destination && commandLine.displayWidth == OmDisplayWidth::Columns) {
+    throw UsageError("--display-width columns does not apply to --destination, which counts bytes");
+  }
   return commandLine;
+}
+
+void SetExportOptions(const CommandLine& commandLine, OmTextExportOptions& options) {
+  options.TabSeparated(commandLine.tabSeparated);
+  if (commandLine.width)
+    options.MaxLineWidth(*commandLine.width);
+  if (commandLine.widthRestriction)
+    options.WidthRestriction(*commandLine.widthRestriction);
+  options.NumLinesPerPage(commandLine.pageLength.value_or(2147483647));
+  options.InsertPageBreak(commandLine.pageBreaks);
+  if (commandLine.columnSeparator)
+    options.ColumnSeparator(*commandLine.columnSeparator);
+  if (commandLine.rowSeparator)
+    options.RowSeparator(*commandLine.rowSeparator);
+  options.HideEmptyRowsAndColumns(!commandLine.showEmpty);
+  options.RowDimensionLabelsInCorner(!commandLine.labelsInHeading);
+  options.KeepFootNotesAndCaption(!commandLine.noFootnotes);
+  options.ExportAllLayers(!commandLine.currentLayer);
+  options.ShowNotes(commandLine.showNotes);
+  options.AlphabeticFootNotes(!commandLine.numericFootnotes);
+  options.ShowUnselected(!commandLine.selectedOnly);
+  options.DisplayWidth(commandLine.displayWidth);
+}
+
+std::int32_t AutoWidth() {
+  winsize size{};
+  if (::isatty(STDOUT_FILENO) == 1 && ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 &&
+      size.ws_col > 0) {
+    return size.ws_col;
+  }
+  if (const char* columns = std::getenv("COLUMNS")) {
+    const std::string text = columns;
+    std::int32_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (!text.empty() && error == std::errc() && end == text.data() + text.size() && value > 0)
+      return value;
+  }
+  return -1;
+}
+
+void ResolveAutoWidth(CommandLine& commandLine) {
+  if (!commandLine.widthAuto)
+    return;
+  commandLine.width = AutoWidth();
+  commandLine.widthAuto = false;
 }
 
 const char* UsageText() {
@@ -142,7 +244,8 @@ const char* UsageText() {
          "input when FILE is absent or '-', and writes to standard output.\n"
          "\n"
          "  --tab-separated           tables as tab-separated lines\n"
-         "  --width N                 maximum line width of tables (-1: none)\n"
+         "  --width N|auto            maximum line width of tables (-1: none; auto: the\n"
+         "                            terminal's width, else $COLUMNS, else none)\n"
          "  --width-restriction N     widest a folded cell line may grow (-1: none)\n"
          "  --page-length N           lines per page (default 2147483647)\n"
          "  --page-breaks             break pages before procedures and tables\n"
@@ -156,7 +259,12 @@ const char* UsageText() {
          "  --numeric-footnotes       mark footnotes 1, 2, 3 instead of a, b, c\n"
          "  --selected-only           skip parts that are not selected\n"
          "  --encoding E              utf-8 (default), single-byte or double-byte\n"
+         "  --display-width W         bytes (default) or columns: count widths in terminal\n"
+         "                            columns (wide characters 2, combining marks 0; UTF-8)\n"
          "  -o, --output FILE         write to FILE (replaced only on success)\n"
+         "  --max-output SIZE         stop with an error, leaving -o's FILE as it was,\n"
+         "                            once the text would exceed SIZE bytes (k, M, G:\n"
+         "                            1024-based); not with --destination\n"
          "  --destination FILE        write as the output-management text destination\n"
          "  --stats                   report load and render times on standard error\n"
          "  -h, --help                show this help\n"

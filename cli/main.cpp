@@ -1,6 +1,7 @@
 // The omtext command: loads an output document and writes it as plain text.
-// Exit status 0 on success, 1 for a bad document or a failed read or write,
-// 2 for a usage error.
+// Exit status 0 on success; 1 for a bad document, a failed read or write, a
+// part replaced for lack of memory or text past --max-output; 2 for a usage
+// error.
 #include <sys/stat.h>
 #include <cerrno>
 #include <chrono>
@@ -9,11 +10,13 @@
 #include <fstream>
 #include <iostream>
 #include <system_error>
+#include <vector>
 
 #include "cli/CommandLine.h"
 #include "cli/Deliver.h"
 #include "cli/OutputFile.h"
 #include "cli/RenderLimits.h"
+#include "cli/ReplacedParts.h"
 #include "destination/TextTreeVisitor.h"
 #include "export/OmTextExport.h"
 #include "export/OmTextExportOptions.h"
@@ -33,29 +36,22 @@ int Fail(const std::string& message) {
   return 1;
 }
 
-double SecondsSince(std::chrono::steady_clock::time_point start) {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+// Writes the text of --help or --version to standard output.
+int Print(const std::string& text) {
+  omtext::cli::OutputFile out;
+  try {
+    out.Stream() << text;
+    out.Commit();
+  } catch (const std::ios_base::failure&) {
+    return Fail(out.Name() + ": write error: " + out.Error());
+  } catch (const std::system_error& error) {
+    return Fail(error.what());
+  }
+  return 0;
 }
 
-void SetOptions(const CommandLine& commandLine, OmTextExportOptions& options) {
-  options.TabSeparated(commandLine.tabSeparated);
-  if (commandLine.width)
-    options.MaxLineWidth(*commandLine.width);
-  if (commandLine.widthRestriction)
-    options.WidthRestriction(*commandLine.widthRestriction);
-  options.NumLinesPerPage(commandLine.pageLength.value_or(2147483647));
-  options.InsertPageBreak(commandLine.pageBreaks);
-  if (commandLine.columnSeparator)
-    options.ColumnSeparator(*commandLine.columnSeparator);
-  if (commandLine.rowSeparator)
-    options.RowSeparator(*commandLine.rowSeparator);
-  options.HideEmptyRowsAndColumns(!commandLine.showEmpty);
-  options.RowDimensionLabelsInCorner(!commandLine.labelsInHeading);
-  options.KeepFootNotesAndCaption(!commandLine.noFootnotes);
-  options.ExportAllLayers(!commandLine.currentLayer);
-  options.ShowNotes(commandLine.showNotes);
-  options.AlphabeticFootNotes(!commandLine.numericFootnotes);
-  options.ShowUnselected(!commandLine.selectedOnly);
+double SecondsSince(std::chrono::steady_clock::time_point start) {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
 // Loads the document named on the command line; "-" is standard input.
@@ -103,8 +99,14 @@ int RunDestination(const CommandLine& commandLine, OmOutputTree& tree) {
     }
     if (fileProblem)
       return 1;
-    omtext::cli::DeliverDocument(tree, destination);
+    const std::vector<std::string> replaced = omtext::cli::DeliverDocument(tree, destination);
     destination.Close();
+    for (const std::string& where : replaced) {
+      Fail(commandLine.input + ": out of memory rendering " + where +
+           "; it was replaced by \"Output Missing\"");
+    }
+    if (!replaced.empty())
+      return 1;
   } catch (const std::ios_base::failure&) {
     const int error = errno;
     return Fail(spec + ": write error" +
@@ -140,7 +142,7 @@ int Run(const CommandLine& commandLine) {
     if (commandLine.destination) {
       options.TabSeparated(commandLine.tabSeparated);
     } else {
-      SetOptions(commandLine, options);
+      omtext::cli::SetExportOptions(commandLine, options);
     }
     if (auto problem = omtext::cli::CheckRenderLimits(tree, options)) {
       return Fail(name + ": " + *problem);
@@ -156,21 +158,42 @@ int Run(const CommandLine& commandLine) {
     output = commandLine.output ? std::make_unique<omtext::cli::OutputFile>(*commandLine.output)
                                 : std::make_unique<omtext::cli::OutputFile>();
   } catch (const std::system_error& error) {
-    return Fail(*commandLine.output + ": " + error.code().message());
+    return Fail(error.what());
   }
+  if (commandLine.maxOutput)
+    output->SetLimit(*commandLine.maxOutput);
+  // What became of the output when the run fails after writing began.
+  const std::string aftermath = commandLine.output
+                                    ? *commandLine.output + " was left as it was"
+                                    : "standard output holds what was written up to there";
+  std::vector<std::string> replaced;
   try {
     OmTextExportOptions options;
-    SetOptions(commandLine, options);
+    omtext::cli::SetExportOptions(commandLine, options);
     OmTextExport exporter(options, output->Stream());
-    exporter.Export(tree.Begin(), tree.End());
-    output->Commit();
+    // A file that will not be replaced is not worth finishing.
+    replaced =
+        omtext::cli::ReplacedParts::ExportTree(exporter, tree, commandLine.output.has_value());
+    if (replaced.empty() || !commandLine.output)
+      output->Commit();
   } catch (const std::ios_base::failure&) {
-    return Fail("write error: " + output->Error());
+    return Fail(output->Name() + ": write error: " + output->Error());
   } catch (const std::system_error& error) {
     return Fail(std::string(error.what()));
+  } catch (const omtext::cli::OutputLimitExceeded& error) {
+    const std::string size =
+        std::to_string(error.Limit()) + (error.Limit() == 1 ? " byte" : " bytes");
+    return Fail(name + ": the text is longer than the --max-output limit of " + size + "; " +
+                (commandLine.output ? aftermath : "only the first " + size + " were written"));
   } catch (const std::bad_alloc&) {
-    return Fail(name + ": out of memory while rendering");
+    return Fail(name + ": out of memory while rendering; " + aftermath);
   }
+  for (const std::string& where : replaced) {
+    Fail(name + ": out of memory rendering " + where + "; " +
+         (commandLine.output ? aftermath : "it was replaced by \"Output Missing\""));
+  }
+  if (!replaced.empty())
+    return 1;
   if (commandLine.stats) {
     std::cerr << "omtext: load " << loadSeconds << " s, render " << SecondsSince(renderStart)
               << " s\n";
@@ -191,13 +214,10 @@ int main(int argc, char** argv) {
     std::cerr << "omtext: " << OmOneLine(error.what()) << '\n' << omtext::cli::UsageText();
     return 2;
   }
-  if (commandLine.help) {
-    std::cout << omtext::cli::UsageText();
-    return std::cout.flush() ? 0 : 1;
-  }
-  if (commandLine.version) {
-    std::cout << kVersion << '\n';
-    return std::cout.flush() ? 0 : 1;
-  }
+  omtext::cli::ResolveAutoWidth(commandLine);
+  if (commandLine.help)
+    return Print(omtext::cli::UsageText());
+  if (commandLine.version)
+    return Print(std::string(kVersion) + "\n");
   return Run(commandLine);
 }

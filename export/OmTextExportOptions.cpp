@@ -16,6 +16,7 @@ struct OmTextExportOptions::Data {
   bool showNotes = false;
   bool alphabeticFootNotes = true;
   bool showUnselected = true;
+  OmDisplayWidth displayWidth = OmDisplayWidth::Bytes;
 };
 
 OmTextExportOptions::OmTextExportOptions() : mData(std::make_unique<Data>()) {}
@@ -104,4 +105,10 @@ bool OmTextExportOptions::ShowUnselected() const {
 }
 void OmTextExportOptions::ShowUnselected(bool show) {
   mData->showUnselected = show;
+}
+OmDisplayWidth OmTextExportOptions::DisplayWidth() const {
+  return mData->displayWidth;
+}
+void OmTextExportOptions::DisplayWidth(OmDisplayWidth width) {
+  mData->displayWidth = width;
 }

@@ -8,11 +8,14 @@
 #include <memory>
 #include <string>
 
+#include "host/platform/OmDisplayWidth.h"
+
 class OmTextExportOptions {
  public:
   // Every setting at its default: column separator "|", row separator "_",
   // WidthRestriction, NumLinesPerPage and MaxLineWidth -1; TabSeparated,
-  // InsertPageBreak and ShowNotes false; every other flag true.
+  // InsertPageBreak and ShowNotes false; every other flag true; DisplayWidth
+  // Bytes.
   OmTextExportOptions();
   ~OmTextExportOptions();
   OmTextExportOptions(const OmTextExportOptions&) = delete;
@@ -56,6 +59,12 @@ class OmTextExportOptions {
   void AlphabeticFootNotes(bool alphabetic);
   bool ShowUnselected() const;
   void ShowUnselected(bool show);
+  // How formatted tables count widths (cells, labels, separators, rules and
+  // MaxLineWidth): Bytes, the host's measure, or terminal columns, which
+  // applies in UTF-8 only. The tab-separated layout pads nothing and is the
+  // same under either.
+  OmDisplayWidth DisplayWidth() const;
+  void DisplayWidth(OmDisplayWidth width);
 
  private:
   struct Data;

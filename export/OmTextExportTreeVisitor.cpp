@@ -7,6 +7,7 @@
 #include <ostream>
 
 #include "export/OmTextExportOptions.h"
+#include "export/OmTextPage.h"
 #include "host/output/OmHeading.h"
 #include "host/output/OmTextBlock.h"
 #include "host/table/OmDisplayLayerHeading.h"
@@ -15,17 +16,22 @@
 
 struct OmTextExportTreeVisitor::Data {
   Data(std::ostream& out, const OmTextExportOptions& exportOptions)
-      : stream(out), options(exportOptions) {}
+      : options(exportOptions), page(out, exportOptions) {}
 
-  std::ostream& stream;
   const OmTextExportOptions& options;
-  std::int32_t linesOnPage = 0;
+  OmTextPage page;
 
-  // Counts one printed line. The count saturates instead of overflowing on
-  // an absurdly long page; it is only ever compared with the page length.
-  void CountLine() {
-    if (linesOnPage < std::numeric_limits<std::int32_t>::max())
-      ++linesOnPage;
+  // Writes a line that the layer being printed does not count: the empty
+  // line between layers and the "____" of a table without a layer. The line
+  // still breaks the page when seen, the count it is judged by, reaches the
+  // page length with it, and the layer goes on counting from where it was.
+  void WriteUncounted(std::string line, std::int32_t seen) {
+    page.WriteUncounted(line);
+    if (static_cast<std::int64_t>(seen) + 1 >= options.NumLinesPerPage()) {
+      const std::int32_t kept = page.LinesOnPage();
+      page.Break(true);
+      page.SetLinesOnPage(kept);
+    }
   }
 };
 
@@ -112,40 +118,39 @@ void OmTextExportTreeVisitor::Visit(OmPivotTable& table) {
     if (!layerPass && !(footnotesPending && !table.Footnotes().empty()))
       break;
     {
-      OmPivotTableTxtExport exporter(layer, options, mData->stream, mData->linesOnPage);
+      OmTextPage& page = mData->page;
+      OmPivotTableTxtExport exporter(layer, options, page);
       const std::int64_t lines = exporter.GetNumLines();
-      const std::int64_t page = options.NumLinesPerPage();
-      const std::int64_t used = mData->linesOnPage;
+      const std::int64_t length = options.NumLinesPerPage();
+      const std::int64_t used = page.LinesOnPage();
       // A layer that fits on this page stays; one that fits on a fresh page
       // moves there; a longer one starts here unless half the page is used.
       bool pageBreak = false;
-      if (lines + used <= page) {
+      if (lines + used <= length) {
         pageBreak = false;
-      } else if (lines <= page) {
+      } else if (lines <= length) {
         pageBreak = true;
       } else {
-        pageBreak = 2 * used > page;
+        pageBreak = 2 * used > length;
       }
+      // The separating empty line and the "____" are not counted while the
+      // layer prints; the separator's 1 is added after the layer, after a
+      // break too, and the "____" is never counted. Both are kept as they are.
       if (pageBreak) {
         PrintPageBreak();
-        exporter.setLinesOnPage(0);
       } else if (passes > 0) {
-        PrintString("");
+        mData->WriteUncounted("", page.LinesOnPage());
       }
+      const std::int32_t beforeHeading = page.LinesOnPage();
       exporter.PrintLayerHeading();
       if (layerPass) {
         exporter.PrintLayer();
       } else {
-        PrintString("____");
+        mData->WriteUncounted("____", beforeHeading);
       }
       exporter.PrintLayerFooter();
-      // The 1 stands for the separating empty line, which the exporter did
-      // not see; it is added after a break too, and the "____" line is not
-      // counted at all. Both are kept as they are.
-      std::int32_t linesOnPage = exporter.GetNumLinesOnPage();
-      if (passes > 0 && linesOnPage < std::numeric_limits<std::int32_t>::max())
-        ++linesOnPage;
-      mData->linesOnPage = linesOnPage;
+      if (passes > 0)
+        page.CountLine();
     }
     footnotesPending = false;
     more = layer.NextLayer();
@@ -179,20 +184,12 @@ void OmTextExportTreeVisitor::Visit(OmModel&) {}
 void OmTextExportTreeVisitor::Visit(OmInteractive&) {}
 
 bool OmTextExportTreeVisitor::PrintPageBreak() {
-  if (mData->options.TabSeparated() || mData->linesOnPage == 0) {
-    mData->linesOnPage = 0;
-    return false;
-  }
-  mData->stream.write("\f\n", 2);
-  mData->linesOnPage = 0;
-  return true;
+  return mData->page.Break(mData->page.LinesOnPage() != 0);
 }
 
 void OmTextExportTreeVisitor::PrintString(std::string line) {
-  line.push_back('\n');
-  mData->stream.write(line.data(), static_cast<std::streamsize>(line.size()));
-  mData->CountLine();
-  if (mData->linesOnPage >= mData->options.NumLinesPerPage())
+  mData->page.WriteLine(line);
+  if (mData->page.LinesOnPage() >= mData->options.NumLinesPerPage())
     PrintPageBreak();
 }
 
@@ -214,11 +211,9 @@ void OmTextExportTreeVisitor::PrintText(std::string line) {
     PrintPageBreak();
     return;
   }
-  line.push_back('\n');
-  mData->stream.write(line.data(), static_cast<std::streamsize>(line.size()));
-  mData->CountLine();
+  mData->page.WriteLine(line);
 }
 
 std::int32_t OmTextExportTreeVisitor::LinesOnPage() const {
-  return mData->linesOnPage;
+  return mData->page.LinesOnPage();
 }

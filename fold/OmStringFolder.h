@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "host/platform/OmDisplayWidth.h"
+
 class OmFormattedNode;
 
 class OmStringFolder {
@@ -22,6 +24,9 @@ class OmStringFolder {
     std::string rowSeparator;
     // The most display positions a line may be widened to; -1 for none.
     std::int32_t widthRestriction = -1;
+    // How display positions are counted: bytes, or terminal columns of UTF-8
+    // text (bytes in the other encodings).
+    OmDisplayWidth displayWidth = OmDisplayWidth::Bytes;
   };
 
   virtual ~OmStringFolder() = default;
@@ -32,7 +37,8 @@ class OmStringFolder {
   // points found and trailing blanks trimmed.
   virtual std::unique_ptr<OmFormattedNode> MakeNode(std::string text, std::int32_t columns,
                                                     std::int32_t rows, std::int32_t extraWidth) = 0;
-  // The display width of text: its byte length in the host's encoding.
+  // The display width of text: its byte length in the host's encoding, or its
+  // terminal columns when the folder counts columns.
   virtual std::int32_t GetStringLength(std::string text) = 0;
   // The width one base column needs so that the node, folded at width, fits:
   // the widest folded line less the extra width and the separators of the

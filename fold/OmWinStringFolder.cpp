@@ -55,6 +55,29 @@ std::size_t HeadBytes(const char* s, std::size_t size, std::int64_t n) {
   }
 }
 
+// How Fold measures words and cuts over-long ones, one class per measure so
+// that the byte path stays as it always was. Bytes: a word is as wide as it
+// is long and a piece holds n characters. Columns: terminal columns.
+struct ByteWidths {
+  static std::int64_t Of(const char*, std::size_t size) { return static_cast<std::int64_t>(size); }
+  static std::size_t Head(const char* s, std::size_t size, std::int64_t n, std::int64_t& width) {
+    std::size_t head = HeadBytes(s, size, n);
+    if (head == 0)
+      head = std::min(CharLength(s), size);
+    width = static_cast<std::int64_t>(head);
+    return head;
+  }
+};
+
+struct ColumnWidths {
+  static std::int64_t Of(const char* s, std::size_t size) {
+    return OmTextMeasure::Columns(s, size);
+  }
+  static std::size_t Head(const char* s, std::size_t size, std::int64_t n, std::int64_t& width) {
+    return OmTextMeasure::ColumnsHead(s, size, n, width);
+  }
+};
+
 template <typename T>
 void ReleaseIfLarge(std::vector<T>& v) {
   if (v.capacity() > kKeepEntries)
@@ -66,10 +89,12 @@ void ReleaseIfLarge(std::vector<T>& v) {
 OmWinStringFolder::Data::Data(const OmStringFolder::Options& options)
     : columnSeparator(options.columnSeparator),
       rowSeparator(options.rowSeparator),
-      widthRestriction(options.widthRestriction) {}
+      widthRestriction(options.widthRestriction),
+      measure(options.displayWidth),
+      separatorWidth(GetStringLength(columnSeparator)) {}
 
 std::int32_t OmWinStringFolder::Data::GetStringLength(const std::string& s) const {
-  return static_cast<std::int32_t>(std::min<std::size_t>(s.size(), kInt32Max));
+  return static_cast<std::int32_t>(std::min(measure.Width(s), kInt32Max));
 }
 
 std::int32_t OmWinStringFolder::Data::GetNumChars(const std::string& s) const {
@@ -110,7 +135,7 @@ std::int32_t OmWinStringFolder::Data::AdjustNumberOfStrings(OmFormattedNode& nod
                                                             std::vector<std::int32_t> breaks) {
   lineLengths.clear();
   for (const std::string& line : lines)
-    lineLengths.push_back(static_cast<std::int64_t>(line.size()));
+    lineLengths.push_back(measure.Width(line));
   const std::int64_t result =
       joiner.Join(lineLengths, breaks, node.NRows(), widthRestriction, width);
   const std::vector<std::int32_t>& starts = joiner.Starts();
@@ -141,6 +166,13 @@ std::int32_t OmWinStringFolder::Data::AdjustNumberOfStrings(OmFormattedNode& nod
 }
 
 std::int64_t OmWinStringFolder::Data::Fold(OmFormattedNode& node, std::int32_t width) {
+  if (measure.CountsColumns())
+    return FoldWith<ColumnWidths>(node, width);
+  return FoldWith<ByteWidths>(node, width);
+}
+
+template <class Widths>
+std::int64_t OmWinStringFolder::Data::FoldWith(OmFormattedNode& node, std::int32_t width) {
   const std::string& text = node.String();
   const std::vector<std::int32_t>& folds = node.FoldPoints();
   const std::size_t size = text.size();
@@ -148,21 +180,22 @@ std::int64_t OmWinStringFolder::Data::Fold(OmFormattedNode& node, std::int32_t w
   lineFirstSpan.clear();
   lineLengths.clear();
   breakLines.clear();
-  auto newLine = [this](std::size_t offset, std::size_t length) {
+  // A line of one span of bytes, which is shown width positions wide.
+  auto newLine = [this](std::size_t offset, std::size_t length, std::int64_t shown) {
     lineFirstSpan.push_back(static_cast<std::int32_t>(spans.size()));
-    lineLengths.push_back(static_cast<std::int64_t>(length));
+    lineLengths.push_back(shown);
     spans.push_back(Span{offset, length});
   };
 
   std::int64_t w = width;
   if (size == 0 || (size == 1 && text[0] == ' ')) {
     // The text is its own only line; the width is not restricted.
-    newLine(0, size);
+    newLine(0, size, static_cast<std::int64_t>(size));
   } else {
     if (widthRestriction != -1)
       w = std::min<std::int64_t>(w, widthRestriction);
-    const std::int64_t separator = GetStringLength(columnSeparator);
-    std::int64_t avail = (std::int64_t{node.NColumns()} - 1) * separator + node.ExtraWidth() + w;
+    std::int64_t avail =
+        (std::int64_t{node.NColumns()} - 1) * separatorWidth + node.ExtraWidth() + w;
     const auto end = static_cast<std::int64_t>(size);
     std::int64_t prev = -1;
     std::int64_t lastLength = 0;
@@ -182,16 +215,17 @@ std::int64_t OmWinStringFolder::Data::Fold(OmFormattedNode& node, std::int32_t w
         // line, remembered by its index.
         if (afterBreak) {
           breakLines.push_back(static_cast<std::int32_t>(lineLengths.size()));
-          newLine(static_cast<std::size_t>(start), 0);
+          newLine(static_cast<std::size_t>(start), 0, 0);
         }
         continue;
       }
-      const std::int64_t wl = stop - start;
+      const auto bytes = static_cast<std::size_t>(stop - start);
+      const std::int64_t wl = Widths::Of(text.data() + start, bytes);
       if (!afterBreak && lastLength + wl < avail) {
         if (lineLengths.empty()) {
-          newLine(static_cast<std::size_t>(start), static_cast<std::size_t>(wl));
+          newLine(static_cast<std::size_t>(start), bytes, wl);
         } else {
-          spans.push_back(Span{static_cast<std::size_t>(start), static_cast<std::size_t>(wl)});
+          spans.push_back(Span{static_cast<std::size_t>(start), bytes});
           lineLengths.back() += 1 + wl;
         }
       } else if (widthRestriction != -1 && wl > avail) {
@@ -200,21 +234,21 @@ std::int64_t OmWinStringFolder::Data::Fold(OmFormattedNode& node, std::int32_t w
           w += grow;
           avail += grow;
         }
-        // Cut the word into pieces of at most avail characters. Every piece
-        // takes at least one character, so a width below 1 or a truncated
-        // character at the end still moves on.
+        // Cut the word into pieces of at most avail characters (columns,
+        // when counting columns). Every piece takes at least one character,
+        // so a width below 1 or a truncated character at the end still
+        // moves on.
         const std::int64_t n = std::min(avail, kInt32Max);
         auto pos = static_cast<std::size_t>(start);
         const auto wordEnd = static_cast<std::size_t>(stop);
         while (pos < wordEnd) {
-          std::size_t head = HeadBytes(text.data() + pos, wordEnd - pos, n);
-          if (head == 0)
-            head = std::min(CharLength(text.data() + pos), wordEnd - pos);
-          newLine(pos, head);
+          std::int64_t shown = 0;
+          const std::size_t head = Widths::Head(text.data() + pos, wordEnd - pos, n, shown);
+          newLine(pos, head, shown);
           pos += head;
         }
       } else {
-        newLine(static_cast<std::size_t>(start), static_cast<std::size_t>(wl));
+        newLine(static_cast<std::size_t>(start), bytes, wl);
       }
       lastLength = lineLengths.back();
     }
@@ -234,6 +268,7 @@ void OmWinStringFolder::Data::AppendFoldedLines(const std::string& text, std::in
   const std::size_t count = starts.size();
   const std::size_t padTo = pad && full > 0 ? static_cast<std::size_t>(full) : 0;
   const std::size_t closing = pad ? columnSeparator.size() : 0;
+  const bool columns = measure.CountsColumns();
   lines.reserve(lines.size() + count + static_cast<std::size_t>(extraLines));
   for (std::size_t i = 0; i < count; ++i) {
     const auto firstLine = static_cast<std::size_t>(starts[i]);
@@ -252,8 +287,12 @@ void OmWinStringFolder::Data::AppendFoldedLines(const std::string& text, std::in
       line.append(text, spans[s].offset, spans[s].length);
     }
     if (pad) {
-      if (line.size() < padTo)
-        line.append(padTo - line.size(), ' ');
+      // Blanks are one position in either measure, so what is missing in
+      // display positions is the number of blanks to add.
+      const std::size_t shown =
+          columns ? static_cast<std::size_t>(measure.Width(line)) : line.size();
+      if (shown < padTo)
+        line.append(padTo - shown, ' ');
       line.append(columnSeparator);
     }
     lines.push_back(std::move(line));
@@ -302,9 +341,8 @@ std::int32_t OmWinStringFolder::GetMinimumColumnWidth(OmFormattedNode& node, std
   std::int64_t widest = 0;
   for (const std::int64_t length : mData->joiner.Lengths())
     widest = std::max(widest, length);
-  const std::int64_t separator = mData->GetStringLength(mData->columnSeparator);
   const std::int64_t result = std::min(widest, kInt32Max) - node.ExtraWidth() -
-                              (std::int64_t{node.NColumns()} - 1) * separator;
+                              (std::int64_t{node.NColumns()} - 1) * mData->separatorWidth;
   mData->TrimStorage();
   return ClampToInt32(result);
 }
@@ -312,8 +350,8 @@ std::int32_t OmWinStringFolder::GetMinimumColumnWidth(OmFormattedNode& node, std
 std::int32_t OmWinStringFolder::SplitString(OmFormattedNode& node, std::int32_t width,
                                             std::vector<std::string>& lines, bool pad) {
   const std::int32_t w = ClampToInt32(mData->Fold(node, width));
-  const std::int64_t separator = mData->GetStringLength(mData->columnSeparator);
-  const std::int64_t full = (std::int64_t{node.NColumns()} - 1) * separator + node.ExtraWidth() + w;
+  const std::int64_t full =
+      (std::int64_t{node.NColumns()} - 1) * mData->separatorWidth + node.ExtraWidth() + w;
   const std::size_t before = lines.size();
   mData->AppendFoldedLines(node.String(), full, pad, lines);
   mData->TrimStorage();

@@ -9,14 +9,20 @@
 #include <vector>
 
 #include "fold/OmLineJoiner.h"
+#include "fold/OmTextMeasure.h"
 #include "fold/OmWinStringFolder.h"
 
 class OmFormattedNode;
 
+// Names the private record for the folder's own files and tests.
+struct OmWinStringFolderPrivate {
+  using Data = OmWinStringFolder::Data;
+};
+
 struct OmWinStringFolder::Data {
   explicit Data(const OmStringFolder::Options& options);
 
-  // The byte length of s, at most 2147483647.
+  // The display width of s (bytes or columns), at most 2147483647.
   std::int32_t GetStringLength(const std::string& s) const;
   // The number of characters of s without its trailing blanks, or all of
   // them when s is blanks only. A last character in the last byte does not
@@ -43,10 +49,15 @@ struct OmWinStringFolder::Data {
 
   // Folds the node at width into this record's working storage: the spans of
   // every folded line, joined as the joiner reports, then extraLines empty
-  // lines. Sets the node's new-lines count. Returns the width to pad to.
+  // lines. Line lengths are display widths. Sets the node's new-lines count.
+  // Returns the width to pad to.
   std::int64_t Fold(OmFormattedNode& node, std::int32_t width);
-  // Appends the folded lines to lines, padded to full bytes and closed by
-  // the column separator when pad is set.
+  // Fold() with the words measured by Widths (bytes or columns), so that
+  // the measure is chosen once per cell rather than per word.
+  template <class Widths>
+  std::int64_t FoldWith(OmFormattedNode& node, std::int32_t width);
+  // Appends the folded lines to lines, padded to full display positions and
+  // closed by the column separator when pad is set.
   void AppendFoldedLines(const std::string& text, std::int64_t full, bool pad,
                          std::vector<std::string>& lines) const;
   // Releases working storage that a huge cell made grow.
@@ -55,6 +66,9 @@ struct OmWinStringFolder::Data {
   std::string columnSeparator;
   std::string rowSeparator;
   std::int32_t widthRestriction = -1;
+  // How widths are counted, and the column separator's width so counted.
+  OmTextMeasure measure;
+  std::int64_t separatorWidth = 0;
 
   // Working storage of Fold(): the word spans in text order, the first span
   // and the length of each folded line, the indices of break lines.

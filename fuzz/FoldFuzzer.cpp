@@ -48,6 +48,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   OmStringFolder::Options options;
   options.columnSeparator = input.String(16);
   options.widthRestriction = input.Int32();
+  if (flags & 16)
+    options.displayWidth = OmDisplayWidth::Columns;
   const std::int32_t width = input.Int32();
   // Columns and rows stay small: a node of a million rows rightly gets a
   // million lines. The extreme values still reach the arithmetic.

@@ -20,6 +20,7 @@
 #include "host/output/OmTitledPart.h"
 #include "host/platform/OmMessageText.h"
 #include "loader/OmDocumentLoaderPrivate.h"
+#include "loader/OmPivotTableLoader.h"
 
 OmDocumentError::OmDocumentError(std::int64_t line, std::int64_t column, const std::string& message)
     : std::runtime_error(std::to_string(line) + ":" + std::to_string(column) + ": " + message),
@@ -28,162 +29,6 @@ OmDocumentError::OmDocumentError(std::int64_t line, std::int64_t column, const s
       mMessage(message) {}
 
 namespace omtext::loader {
-
-void Fail(Position at, std::string message) {
-  throw OmDocumentError(at.line, at.column, message);
-}
-
-std::string Quote(std::string_view text) {
-  constexpr std::size_t kLongest = 40;
-  // Cut between characters, never inside one, and write control characters
-  // as escapes: a message is one line of valid UTF-8 whatever the key held.
-  std::size_t cut = std::min(text.size(), kLongest);
-  if (cut < text.size()) {
-    while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80)
-      --cut;
-  }
-  std::string quoted = "\"" + OmOneLine(text.substr(0, cut));
-  if (cut < text.size())
-    quoted.append("...");
-  quoted.push_back('"');
-  return quoted;
-}
-
-void Frame::Mismatch(Position at, std::string_view found) const {
-  Fail(at, "expected " + Expected() + ", found " + std::string(found));
-}
-
-void Frame::OnKey(std::string_view, Position at) {
-  Mismatch(at, "a key");
-}
-Frame* Frame::OnObject(Position at) {
-  Mismatch(at, "an object");
-}
-Frame* Frame::OnArray(Position at) {
-  Mismatch(at, "a list");
-}
-void Frame::OnString(std::string_view, Position at) {
-  Mismatch(at, "a string");
-}
-void Frame::OnNumber(std::string_view, Position at) {
-  Mismatch(at, "a number");
-}
-void Frame::OnBool(bool, Position at) {
-  Mismatch(at, "a boolean");
-}
-void Frame::OnNull(Position at) {
-  Mismatch(at, "null");
-}
-
-void EventLog::Replay(Frame& target) const {
-  Dispatcher dispatcher(target);
-  for (const Event& event : mEvents) {
-    switch (event.type) {
-      case Type::Key:
-        dispatcher.Key(event.text, event.at);
-        break;
-      case Type::String:
-        dispatcher.String(event.text, event.at);
-        break;
-      case Type::Number:
-        dispatcher.Number(event.text, event.at);
-        break;
-      case Type::Bool:
-        dispatcher.Bool(event.flag, event.at);
-        break;
-      case Type::Null:
-        dispatcher.Null(event.at);
-        break;
-      case Type::StartObject:
-        dispatcher.StartObject(event.at);
-        break;
-      case Type::StartArray:
-        dispatcher.StartArray(event.at);
-        break;
-      case Type::End:
-        dispatcher.End(event.at);
-        break;
-    }
-  }
-}
-
-RecorderFrame::~RecorderFrame() {
-  // Each level of a nested value has its own frame, owned by the level
-  // above; unlinking them one by one keeps the stack flat.
-  std::unique_ptr<RecorderFrame> next = std::move(mChild);
-  while (next)
-    next = std::move(next->mChild);
-}
-
-void RecorderFrame::OnKey(std::string_view key, Position at) {
-  mLog.Add(EventLog::Type::Key, at, key);
-}
-Frame* RecorderFrame::OnObject(Position at) {
-  mLog.Add(EventLog::Type::StartObject, at);
-  if (!mChild)
-    mChild = std::make_unique<RecorderFrame>(at, mLog);
-  return mChild.get();
-}
-Frame* RecorderFrame::OnArray(Position at) {
-  mLog.Add(EventLog::Type::StartArray, at);
-  if (!mChild)
-    mChild = std::make_unique<RecorderFrame>(at, mLog);
-  return mChild.get();
-}
-void RecorderFrame::OnString(std::string_view text, Position at) {
-  mLog.Add(EventLog::Type::String, at, text);
-}
-void RecorderFrame::OnNumber(std::string_view raw, Position at) {
-  mLog.Add(EventLog::Type::Number, at, raw);
-}
-void RecorderFrame::OnBool(bool value, Position at) {
-  mLog.Add(EventLog::Type::Bool, at, {}, value);
-}
-void RecorderFrame::OnNull(Position at) {
-  mLog.Add(EventLog::Type::Null, at);
-}
-void RecorderFrame::OnEnd(Position at) {
-  mLog.Add(EventLog::Type::End, at);
-}
-
-std::int64_t ParseInteger(std::string_view raw, Position at, std::int64_t low, std::int64_t high,
-                          std::string_view what) {
-  if (raw.find_first_of(".eE") != std::string_view::npos) {
-    Fail(at, std::string(what) + " must be an integer, without fraction or exponent");
-  }
-  std::int64_t value = 0;
-  const auto [end, error] = std::from_chars(raw.data(), raw.data() + raw.size(), value);
-  if (error != std::errc() || end != raw.data() + raw.size() || value < low || value > high) {
-    Fail(at, std::string(what) + " " + std::string(raw.substr(0, 40)) + " is out of range (" +
-                 std::to_string(low) + " to " + std::to_string(high) + ")");
-  }
-  return value;
-}
-
-double ParseDouble(std::string_view raw, Position at) {
-  double value = 0;
-  const auto [end, error] = std::from_chars(raw.data(), raw.data() + raw.size(), value);
-  if (error == std::errc::result_out_of_range) {
-    // Underflow to zero is harmless; overflow has no finite value to show.
-    const std::size_t exponent = raw.find_first_of("eE");
-    const bool tiny =
-        exponent != std::string_view::npos && exponent + 1 < raw.size() && raw[exponent + 1] == '-';
-    if (tiny)
-      return raw.front() == '-' ? -0.0 : 0.0;
-    Fail(at, "the number " + std::string(raw.substr(0, 40)) + " is too large");
-  }
-  if (error != std::errc() || end != raw.data() + raw.size()) {
-    Fail(at, "malformed number " + std::string(raw.substr(0, 40)));
-  }
-  return value;
-}
-
-void KeySet::Mark(int k, std::string_view key, Position at) {
-  if (Has(k))
-    Fail(at, "repeated key " + Quote(key));
-  mBits |= 1U << k;
-}
-
 namespace {
 
 // The reader's input: the document in chunks, with the line and column of
@@ -229,11 +74,11 @@ class TrackingStream {
   void Flush() {}
   std::size_t PutEnd(Ch*) { return 0; }
 
-  // Skips the white space the reader skips, and notes where it stops.
+  // Skips the white space the reader skips, and notes where it stops. Most
+  // tokens follow none, so that test stays apart from the skipping loop.
   void SkipWhitespace() {
-    for (Ch c = Peek(); mCurrent != mLast && (c == ' ' || c == '\n' || c == '\r' || c == '\t');
-         c = Peek())
-      Take();
+    if (IsSpace(Peek()))
+      SkipSpaces();
     mToken = Here();
   }
   Position Token() const { return mToken; }
@@ -252,6 +97,14 @@ class TrackingStream {
 
  private:
   static constexpr std::size_t kChunk = 1 << 16;
+
+  // The buffer always ends in a NUL byte, which is no space: a test of the
+  // byte at the end of the input is false without a test of the end.
+  static bool IsSpace(Ch c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
+  void SkipSpaces() {
+    while (mCurrent != mLast && IsSpace(Peek()))
+      Take();
+  }
 
   void Refill() {
     if (mEnd)
@@ -415,11 +268,7 @@ class SimplePartBody : public PartBody {
       : PartBody(start), mKind(kind), mKindName(kindName) {}
 
   void OnKey(std::string_view key, Position at) override {
-    mKey = -1;
-    for (int k = 0; k < kKeyCount; ++k) {
-      if (kKeyNames[static_cast<std::size_t>(k)] == key)
-        mKey = k;
-    }
+    mKey = FindKey(kKeys, key);
     if (mKey < 0 || !Allows(mKey)) {
       Fail(at, "key " + Quote(key) + " is not allowed in " + KindLabel(mKindName));
     }
@@ -467,15 +316,15 @@ class SimplePartBody : public PartBody {
 
  protected:
   std::string Expected() const override {
-    if (mKey == kLines)
-      return "a list of strings for \"lines\"";
-    return "a string for " + Quote(kKeyNames[static_cast<std::size_t>(mKey)]);
+    return ExpectedFor(kKeys[static_cast<std::size_t>(mKey)]);
   }
 
  private:
   enum Key { kText, kLines, kSubtitle, kTitle, kKeyCount };
-  static constexpr std::array<std::string_view, kKeyCount> kKeyNames{"text", "lines", "subtitle",
-                                                                     "title"};
+  static constexpr std::array<KeySpec, kKeyCount> kKeys{{{"text", "a string"},
+                                                         {"lines", "a list of strings"},
+                                                         {"subtitle", "a string"},
+                                                         {"title", "a string"}}};
 
   bool Allows(int key) const {
     switch (key) {
@@ -494,7 +343,7 @@ class SimplePartBody : public PartBody {
 
   const std::string& Required(int key) const {
     if (!mKeys.Has(key)) {
-      Fail(Start(), "missing key " + Quote(kKeyNames[static_cast<std::size_t>(key)]) + " in " +
+      Fail(Start(), "missing key " + Quote(kKeys[static_cast<std::size_t>(key)].name) + " in " +
                         KindLabel(mKindName));
     }
     return mStrings[static_cast<std::size_t>(key)];
@@ -513,22 +362,16 @@ class PartListFrame;
 
 // A part object. It keeps "type", "selected" and "children" itself and
 // hands the other keys to the body of its kind; keys that arrive before
-// "type" are recorded and replayed into the body when the type is known.
+// "type" are held and replayed into the body when the type is known.
 class PartFrame : public Frame {
  public:
   PartFrame(Position start, PartListFrame& owner, int depth)
       : Frame(start), mOwner(owner), mDepth(depth) {}
 
   void OnKey(std::string_view key, Position at) override {
-    if (key == "type") {
-      mKeys.Mark(kType, key, at);
-      mSlot = Slot::kType;
-    } else if (key == "selected") {
-      mKeys.Mark(kSelected, key, at);
-      mSlot = Slot::kSelected;
-    } else if (key == "children") {
-      mKeys.Mark(kChildren, key, at);
-      mSlot = Slot::kChildren;
+    if (const int k = FindKey(kKeys, key); k >= 0) {
+      mKeys.Mark(k, key, at);
+      mSlot = static_cast<Slot>(k);
     } else if (mBody) {
       mSlot = Slot::kBody;
       mBody->OnKey(key, at);
@@ -537,16 +380,16 @@ class PartFrame : public Frame {
           !IsPivotTableKey(key)) {
         Fail(at, "unknown key " + Quote(key) + " in a part");
       }
-      mSlot = Slot::kRecord;
-      mLog.Add(EventLog::Type::Key, at, key);
+      mSlot = Slot::kHold;
+      mHeld.OnKey(key, at);
     }
   }
 
   Frame* OnObject(Position at) override {
     if (mSlot == Slot::kBody)
       return mBody->OnObject(at);
-    if (mSlot == Slot::kRecord)
-      return Record(EventLog::Type::StartObject, at);
+    if (mSlot == Slot::kHold)
+      return mHeld.OnObject(at);
     Mismatch(at, "an object");
   }
 
@@ -557,16 +400,16 @@ class PartFrame : public Frame {
       return SetKind(text, at);
     if (mSlot == Slot::kBody)
       return mBody->OnString(text, at);
-    if (mSlot == Slot::kRecord)
-      return mLog.Add(EventLog::Type::String, at, text);
+    if (mSlot == Slot::kHold)
+      return mHeld.OnString(text, at);
     Mismatch(at, "a string");
   }
 
   void OnNumber(std::string_view raw, Position at) override {
     if (mSlot == Slot::kBody)
       return mBody->OnNumber(raw, at);
-    if (mSlot == Slot::kRecord)
-      return mLog.Add(EventLog::Type::Number, at, raw);
+    if (mSlot == Slot::kHold)
+      return mHeld.OnNumber(raw, at);
     Mismatch(at, "a number");
   }
 
@@ -577,16 +420,16 @@ class PartFrame : public Frame {
     }
     if (mSlot == Slot::kBody)
       return mBody->OnBool(value, at);
-    if (mSlot == Slot::kRecord)
-      return mLog.Add(EventLog::Type::Bool, at, {}, value);
+    if (mSlot == Slot::kHold)
+      return mHeld.OnBool(value, at);
     Mismatch(at, "a boolean");
   }
 
   void OnNull(Position at) override {
     if (mSlot == Slot::kBody)
       return mBody->OnNull(at);
-    if (mSlot == Slot::kRecord)
-      return mLog.Add(EventLog::Type::Null, at);
+    if (mSlot == Slot::kHold)
+      return mHeld.OnNull(at);
     Mismatch(at, "null");
   }
 
@@ -596,26 +439,14 @@ class PartFrame : public Frame {
 
  protected:
   std::string Expected() const override {
-    switch (mSlot) {
-      case Slot::kType:
-        return "a string for \"type\"";
-      case Slot::kSelected:
-        return "a boolean for \"selected\"";
-      default:
-        return "a list of parts for \"children\"";
-    }
+    return ExpectedFor(kKeys[static_cast<std::size_t>(std::min(mSlot, Slot::kChildren))]);
   }
 
  private:
-  enum class Slot { kNone, kType, kSelected, kChildren, kBody, kRecord };
-  enum Key { kType, kSelected, kChildren };
-
-  Frame* Record(EventLog::Type type, Position at) {
-    mLog.Add(type, at);
-    if (!mRecorder)
-      mRecorder = std::make_unique<RecorderFrame>(at, mLog);
-    return mRecorder.get();
-  }
+  // The part's own keys come first, in the order of kKeys.
+  enum class Slot { kType, kSelected, kChildren, kBody, kHold, kNone };
+  static constexpr std::array<KeySpec, 3> kKeys{
+      {{"type", "a string"}, {"selected", "a boolean"}, {"children", "a list of parts"}}};
 
   void SetKind(std::string_view name, Position at) {
     const KindName* found = nullptr;
@@ -630,10 +461,9 @@ class PartFrame : public Frame {
     } else {
       mBody = std::make_unique<SimplePartBody>(Start(), found->kind, found->name);
     }
-    if (!mLog.Empty()) {
-      mLog.Replay(*mBody);
-      mLog.Clear();
-    }
+    if (!mHeld.Empty())
+      mHeld.ReplayDeferring(*mBody,
+                            [this](std::string_view key) { return mBody->ReplayLast(key); });
   }
 
   PartListFrame& mOwner;
@@ -642,8 +472,7 @@ class PartFrame : public Frame {
   KeySet mKeys;
   bool mSelected = true;
   std::unique_ptr<PartBody> mBody;
-  EventLog mLog;
-  std::unique_ptr<RecorderFrame> mRecorder;
+  HoldFrame mHeld;
   std::unique_ptr<PartListFrame> mChildList;
   OmOutputTree mChildren;
 };
@@ -688,8 +517,8 @@ Frame* PartFrame::OnArray(Position at) {
   }
   if (mSlot == Slot::kBody)
     return mBody->OnArray(at);
-  if (mSlot == Slot::kRecord)
-    return Record(EventLog::Type::StartArray, at);
+  if (mSlot == Slot::kHold)
+    return mHeld.OnArray(at);
   Mismatch(at, "a list");
 }
 

@@ -1,18 +1,21 @@
-// The machinery of the document loader, shared by its source files. The
-// JSON reader's events go to a stack of frames, one per open object or list
-// of the document's schema; each frame knows what its current slot expects,
-// so a value of the wrong kind is reported where it stands. Frames are owned
-// by their parent frame, which may reuse one child frame for every element
-// of a long list.
+// The machinery of the document loader, shared by its source files and
+// defined in OmDocumentLoaderPrivate.cpp. The JSON reader's events go to a
+// stack of frames, one per open object or list of the document's schema;
+// each frame knows what its current slot expects, so a value of the wrong
+// kind is reported where it stands. Frames are owned by their parent frame,
+// which may reuse one child frame for every element of a long list.
 //
 // JSON objects are unordered, so a value may arrive before the key that
 // gives it its meaning (a part's "text" before its "type", a table's "cells"
-// before its "dimensions"). Such a value is recorded as events and replayed
-// once its meaning is known; documents in the natural order stream through
-// without recording.
+// before its "dimensions"). Such a value is held as events on a compact tape
+// and replayed once its meaning is known; documents in the natural order
+// stream through without holding anything.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <cstring>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -32,6 +35,13 @@ struct Position {
 };
 
 [[noreturn]] void Fail(Position at, std::string message);
+
+// Lists and objects held before their meaning is known may nest this deep,
+// counting the held value's own list or object as 1: as deep as the deepest
+// valid value, a table's "dimensions" whose categories nest as deep as they
+// may (a list and a group object a level) down to a leaf given as a cell
+// object with a list of footnotes.
+constexpr int kMaxHeldDepth = 2003;
 
 // Quotes a key or text for a message, cutting it short when it is long.
 std::string Quote(std::string_view text);
@@ -57,6 +67,10 @@ class Frame {
   virtual void OnNumber(std::string_view raw, Position at);
   virtual void OnBool(bool value, Position at);
   virtual void OnNull(Position at);
+  // A held object or list that stood deeper than kMaxHeldDepth, replayed
+  // in its place: refused as the object or list itself would be, and for its
+  // depth if the frame would take it.
+  virtual void OnTooDeep(bool list, Position at);
   // The frame's object or list closes; it hands its result to its owner.
   virtual void OnEnd(Position at) = 0;
 
@@ -71,61 +85,173 @@ class Frame {
   Position mStart;
 };
 
-// Sends events to a stack of frames whose bottom frame is given.
+// Sends events to a stack of frames whose bottom frame is given. A frame
+// that takes the objects and lists inside its own (a held value's) stands on
+// the stack once with a count, so a deep held value costs no stack.
 class Dispatcher {
  public:
-  explicit Dispatcher(Frame& bottom) { mStack.push_back(&bottom); }
+  explicit Dispatcher(Frame& bottom) { mStack.push_back(Level{&bottom, 0}); }
 
   void Key(std::string_view key, Position at) { Top().OnKey(key, at); }
   void String(std::string_view text, Position at) { Top().OnString(text, at); }
   void Number(std::string_view raw, Position at) { Top().OnNumber(raw, at); }
   void Bool(bool value, Position at) { Top().OnBool(value, at); }
   void Null(Position at) { Top().OnNull(at); }
-  void StartObject(Position at) { mStack.push_back(Top().OnObject(at)); }
-  void StartArray(Position at) { mStack.push_back(Top().OnArray(at)); }
+  void TooDeep(bool list, Position at) { Top().OnTooDeep(list, at); }
+  void StartObject(Position at) { Push(Top().OnObject(at)); }
+  void StartArray(Position at) { Push(Top().OnArray(at)); }
   // Closes the top frame; the bottom frame is never closed here.
   void End(Position at) {
     Top().OnEnd(at);
-    mStack.pop_back();
+    if (mStack.back().reentered > 0) {
+      --mStack.back().reentered;
+    } else {
+      mStack.pop_back();
+    }
   }
-  std::size_t Depth() const { return mStack.size(); }
 
  private:
-  Frame& Top() { return *mStack.back(); }
-  std::vector<Frame*> mStack;
-};
-
-// Events recorded for a later replay.
-class EventLog {
- public:
-  enum class Type : std::uint8_t { Key, String, Number, Bool, Null, StartObject, StartArray, End };
-
-  void Add(Type type, Position at, std::string_view text = {}, bool flag = false) {
-    mEvents.push_back(Event{type, flag, at, std::string(text)});
-  }
-  bool Empty() const { return mEvents.empty(); }
-  void Clear() { mEvents.clear(); }
-  // Sends the events to a dispatcher over target, in order.
-  void Replay(Frame& target) const;
-
- private:
-  struct Event {
-    Type type;
-    bool flag;
-    Position at;
-    std::string text;
+  struct Level {
+    Frame* frame;
+    std::size_t reentered;
   };
-  std::vector<Event> mEvents;
+  Frame& Top() { return *mStack.back().frame; }
+  void Push(Frame* frame) {
+    if (frame == mStack.back().frame) {
+      ++mStack.back().reentered;
+    } else {
+      mStack.push_back(Level{frame, 0});
+    }
+  }
+  std::vector<Level> mStack;
 };
 
-// Records one value, whatever it holds, into a log: the frame of a recorded
-// object or list and of everything inside it.
-class RecorderFrame : public Frame {
+// Events held for a later replay, packed into blocks of bytes. Each event
+// takes one byte of kind, its position as a step from the event before (a
+// column step on the same line, else a line step and a column), and for a
+// key, string or number its length and bytes: a held value costs about its
+// own size in the document.
+class EventTape {
  public:
-  RecorderFrame(Position start, EventLog& log) : Frame(start), mLog(log) {}
-  // Frees the chain of child frames without recursing, however deep the
-  // recorded value was nested.
-  ~RecorderFrame() override;
+  enum class Kind : std::uint8_t {
+    kKey,
+    kString,
+    kNumber,
+    kFalse,
+    kTrue,
+    kNull,
+    kStartObject,
+    kStartArray,
+    kEnd,
+    kTooDeepObject,
+    kTooDeepArray
+  };
+
+  EventTape() = default;
+  EventTape(const EventTape&) = delete;
+  EventTape& operator=(const EventTape&) = delete;
+
+  // Adds an event; text is the key, string or raw number. Defined here, as
+  // it runs for every event held.
+  void Add(Kind kind, Position at, std::string_view text = {}) {
+    Reserve(1 + 3 * kVarintBytes + text.size());
+    char* out = mOut;
+    const bool sameLine = at.line == mLast.line;
+    *out++ = static_cast<char>(static_cast<unsigned>(kind) | (sameLine ? kSameLine : 0U));
+    if (sameLine) {
+      out = PutVarint(out, Difference(at.column, mLast.column));
+    } else {
+      out = PutVarint(out, Difference(at.line, mLast.line));
+      out = PutVarint(out, static_cast<std::uint64_t>(at.column));
+    }
+    if (HasText(kind)) {
+      out = PutVarint(out, text.size());
+      std::memcpy(out, text.data(), text.size());
+      out += text.size();
+    }
+    mOut = out;
+    mLast = at;
+  }
+  // Adds a held key: a key outside the held values, which begins a segment
+  // of the tape that a replay may send out of turn.
+  void AddHeldKey(std::string_view key, Position at);
+  bool Empty() const { return mBlocks.empty(); }
+
+  // Set in an event's first byte when it stands on the line of the event
+  // before.
+  static constexpr unsigned kSameLine = 0x10;
+  static bool HasText(Kind kind) {
+    return kind == Kind::kKey || kind == Kind::kString || kind == Kind::kNumber;
+  }
+
+  using KeyPredicate = std::function<bool(std::string_view key)>;
+  // Sends the events to a dispatcher over target, in order, and empties the
+  // tape, freeing each block once its events are sent.
+  void Replay(Frame& target);
+  // Replays in two rounds and empties the tape: first each held key for
+  // which later(key) is false with its value, then the others, freeing
+  // blocks as the second round passes them.
+  void ReplayDeferring(Frame& target, const KeyPredicate& later);
+
+ private:
+  struct Block {
+    std::unique_ptr<char[]> bytes;
+    std::size_t size = 0;
+    std::size_t used = 0;
+  };
+  // Where a segment starts, with the position its first event steps from.
+  struct Mark {
+    std::size_t block = 0;
+    std::size_t offset = 0;
+    Position before;
+  };
+
+  // The most bytes a variable-length integer takes.
+  static constexpr std::size_t kVarintBytes = 10;
+
+  static char* PutVarint(char* out, std::uint64_t value) {
+    while (value >= 0x80) {
+      *out++ = static_cast<char>((value & 0x7F) | 0x80);
+      value >>= 7;
+    }
+    *out++ = static_cast<char>(value);
+    return out;
+  }
+  // A coordinate's step, taken modulo 2^64 so that any step can be written.
+  static std::uint64_t Difference(std::int64_t to, std::int64_t from) {
+    return static_cast<std::uint64_t>(to) - static_cast<std::uint64_t>(from);
+  }
+
+  // Makes room for an event of at most `most` bytes at mOut.
+  void Reserve(std::size_t most) {
+    if (static_cast<std::size_t>(mOutEnd - mOut) < most)
+      Grow(most);
+  }
+  void Grow(std::size_t most);
+  // Notes in the last block how much of it is written.
+  void Seal();
+  // Sends the events from `from` up to `to` (or to the end) to dispatcher.
+  void Send(Dispatcher& dispatcher, const Mark& from, const Mark* to, bool release);
+  void Clear();
+
+  // Every block's `used` is kept but the last one's, which ends at mOut.
+  std::vector<Block> mBlocks;
+  char* mOut = nullptr;
+  char* mOutEnd = nullptr;
+  std::vector<Mark> mSegments;
+  // The position of the latest event added, from which the next one steps.
+  Position mLast;
+};
+
+// Holds values whose meaning is not known yet on a tape, to replay them
+// once it is. The owner frame sends it each held key and the events of the
+// key's value; a held object or list is this frame's until it closes. An
+// object or list deeper than kMaxHeldDepth is held as one event without its
+// contents, which no valid document needs: whatever the nesting, the tape
+// stays within the size of the document.
+class HoldFrame : public Frame {
+ public:
+  HoldFrame() : Frame(Position{}) {}
 
   void OnKey(std::string_view key, Position at) override;
   Frame* OnObject(Position at) override;
@@ -134,14 +260,27 @@ class RecorderFrame : public Frame {
   void OnNumber(std::string_view raw, Position at) override;
   void OnBool(bool value, Position at) override;
   void OnNull(Position at) override;
+  void OnTooDeep(bool list, Position at) override;
   void OnEnd(Position at) override;
+
+  bool Empty() const { return mTape.Empty(); }
+  // Sends everything held to target's frames, in order, and forgets it.
+  void Replay(Frame& target) { mTape.Replay(target); }
+  // The same, but sends the keys for which later(key) holds after the others.
+  void ReplayDeferring(Frame& target, const EventTape::KeyPredicate& later) {
+    mTape.ReplayDeferring(target, later);
+  }
 
  protected:
   std::string Expected() const override { return "a value"; }
 
  private:
-  EventLog& mLog;
-  std::unique_ptr<RecorderFrame> mChild;
+  Frame* Open(EventTape::Kind kind, Position at);
+
+  EventTape mTape;
+  int mDepth = 0;
+  // The levels open inside a value too deep to hold, whose events are dropped.
+  int mSkipped = 0;
 };
 
 // Parses the number token raw as a JSON integer (no fraction, no exponent)
@@ -150,6 +289,26 @@ std::int64_t ParseInteger(std::string_view raw, Position at, std::int64_t low, s
                           std::string_view what);
 // Parses the number token raw as a finite double.
 double ParseDouble(std::string_view raw, Position at);
+
+// One key of an object: its name and what its value must be, as messages
+// say it ("a string").
+struct KeySpec {
+  std::string_view name;
+  std::string_view value;
+};
+
+// The index of key among keys, or -1 when it is not one of them.
+template <std::size_t N>
+int FindKey(const std::array<KeySpec, N>& keys, std::string_view key) {
+  for (std::size_t k = 0; k < N; ++k) {
+    if (keys[k].name == key)
+      return static_cast<int>(k);
+  }
+  return -1;
+}
+
+// What the value of a key must be, for messages: "a string for \"text\"".
+std::string ExpectedFor(const KeySpec& key);
 
 // Tracks which of a fixed set of keys an object has seen, to reject repeats.
 class KeySet {
@@ -186,14 +345,11 @@ class StringListFrame : public Frame {
 class PartBody : public Frame {
  public:
   using Frame::Frame;
+  // Whether a key held before the part's type was known is best replayed
+  // after the others (a table's cells, after its dimensions).
+  virtual bool ReplayLast(std::string_view) const { return false; }
   // The part, made when its object has closed.
   virtual std::unique_ptr<OmOutputPart> MakePart() = 0;
 };
-
-// Whether key is one of a pivot table's own keys (not "type", "selected",
-// "children" or "title", which other kinds share).
-bool IsPivotTableKey(std::string_view key);
-// The body of a "pivot-table" part whose object opened at start.
-std::unique_ptr<PartBody> MakePivotTableBody(Position start);
 
 }  // namespace omtext::loader

@@ -1,7 +1,9 @@
 // The document loader's frames for pivot tables: cells, dimensions with
 // their category trees, the sparse "cells" list and the dense "data" form.
 // Cells are stored as they stream in once the table's dimensions are known;
-// "cells" or "data" that come before "dimensions" are recorded and replayed.
+// "cells" or "data" that come before "dimensions" are held and replayed.
+#include "loader/OmPivotTableLoader.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -14,7 +16,6 @@
 #include "host/output/OmCellText.h"
 #include "host/output/OmText.h"
 #include "host/table/OmPivotTable.h"
-#include "loader/OmDocumentLoaderPrivate.h"
 
 namespace omtext::loader {
 namespace {
@@ -22,6 +23,8 @@ namespace {
 // Categories may nest this deep below their dimension; deeper trees are
 // refused, since no real table needs them.
 constexpr int kMaxCategoryDepth = 1000;
+static_assert(kMaxHeldDepth == 2 * kMaxCategoryDepth + 3,
+              "held values must nest as deep as a table's deepest dimensions");
 
 // The longest text of a pivot-table cell (64 KiB). Cell text is folded to
 // column widths, and folding a text with many line breaks back into few
@@ -137,11 +140,7 @@ class CellFrame : public Frame {
   }
 
   void OnKey(std::string_view key, Position at) override {
-    mKey = -1;
-    for (int k = 0; k < kKeyCount; ++k) {
-      if (kKeyNames[static_cast<std::size_t>(k)] == key)
-        mKey = k;
-    }
+    mKey = FindKey(kKeys, key);
     if (mKey < 0)
       Fail(at, "unknown key " + Quote(key) + " in a cell");
     mKeys.Mark(mKey, key, at);
@@ -187,24 +186,17 @@ class CellFrame : public Frame {
 
  protected:
   std::string Expected() const override {
-    switch (mKey) {
-      case kText:
-        return "a string for \"text\"";
-      case kValue:
-        return "a number for \"value\"";
-      case kDecimals:
-        return "an integer for \"decimals\"";
-      case kFootnotes:
-        return "a list of footnote numbers for \"footnotes\"";
-      default:
-        return "a list of strings for \"markers\"";
-    }
+    return ExpectedFor(kKeys[static_cast<std::size_t>(mKey)]);
   }
 
  private:
   enum Key { kText, kValue, kDecimals, kFootnotes, kMarkers, kKeyCount };
-  static constexpr std::array<std::string_view, kKeyCount> kKeyNames{"text", "value", "decimals",
-                                                                     "footnotes", "markers"};
+  static constexpr std::array<KeySpec, kKeyCount> kKeys{
+      {{"text", "a string"},
+       {"value", "a number"},
+       {"decimals", "an integer"},
+       {"footnotes", "a list of footnote numbers"},
+       {"markers", "a list of strings"}}};
 
   ParsedCell mCell;
   FootnoteListFrame mFootnotes;
@@ -253,12 +245,14 @@ class CategoryObjectFrame : public Frame, public CellSink {
 
  protected:
   std::string Expected() const override {
-    return mKey == kGroup ? "a cell for \"group\"" : "a list of categories for \"categories\"";
+    return ExpectedFor(kKeys[static_cast<std::size_t>(mKey)]);
   }
 
  private:
   enum class Mode { kUndecided, kCell, kGroup };
   enum Key { kGroup, kCategories };
+  static constexpr std::array<KeySpec, 2> kKeys{
+      {{"group", "a cell"}, {"categories", "a list of categories"}}};
 
   std::vector<CategoryEntry>& mEntries;
   PivotTableBody& mBody;
@@ -318,8 +312,9 @@ class CategoryListFrame : public Frame {
 };
 
 void CategoryObjectFrame::OnKey(std::string_view key, Position at) {
+  const int k = FindKey(kKeys, key);
   if (mMode == Mode::kUndecided) {
-    if (key == "group" || key == "categories") {
+    if (k >= 0) {
       if (mDepth >= kMaxCategoryDepth) {
         Fail(Start(), "categories are nested more than " + std::to_string(kMaxCategoryDepth) +
                           " levels deep");
@@ -334,14 +329,11 @@ void CategoryObjectFrame::OnKey(std::string_view key, Position at) {
   }
   if (mMode == Mode::kCell)
     return mCell.OnKey(key, at);
-  if (key == "group") {
-    mKey = kGroup;
-  } else if (key == "categories") {
-    mKey = kCategories;
-    mCategoriesAt = at;
-  } else {
+  if (k < 0)
     Fail(at, "unknown key " + Quote(key) + " in a group");
-  }
+  mKey = k;
+  if (mKey == kCategories)
+    mCategoriesAt = at;
   mKeys.Mark(mKey, key, at);
 }
 
@@ -456,6 +448,9 @@ class PivotTableBody : public PartBody, public CellSink {
   void OnEnd(Position at) override;
   void TakeCell(ParsedCell& cell) override;
   std::unique_ptr<OmOutputPart> MakePart() override;
+  // Cells held with the rest of the part come after the dimensions, which
+  // place them, so they are not held a second time.
+  bool ReplayLast(std::string_view key) const override { return key == "cells" || key == "data"; }
 
   // Called as the document's parts of the table arrive.
   void AddDimension(DimensionFrame& dimension);
@@ -485,16 +480,22 @@ class PivotTableBody : public PartBody, public CellSink {
     kData,
     kKeyCount
   };
-  static constexpr std::array<std::string_view, kKeyCount> kKeyNames{
-      "title", "show-title", "caption", "notes", "footnotes", "dimensions", "cells", "data"};
+  // "data" expects a list or a cell, as the table has dimensions or not.
+  static constexpr std::array<KeySpec, kKeyCount> kKeys{{{"title", "a cell"},
+                                                         {"show-title", "a boolean"},
+                                                         {"caption", "a string"},
+                                                         {"notes", "a boolean"},
+                                                         {"footnotes", "a list of strings"},
+                                                         {"dimensions", "a list of dimensions"},
+                                                         {"cells", "a list of cell entries"},
+                                                         {"data", "a list"}}};
 
-  Frame* Record(EventLog::Type type, Position at);
   void StoreWhole(ParsedCell& cell);
 
   std::unique_ptr<OmPivotTable> mTable = std::make_unique<OmPivotTable>();
   int mKey = -1;
   KeySet mKeys;
-  bool mRecording = false;
+  bool mHolding = false;
   bool mReplaying = false;
   bool mDimensionsDone = false;
   // The slot the current cell belongs to: the title or a "data" cell.
@@ -504,10 +505,9 @@ class PivotTableBody : public PartBody, public CellSink {
   std::int32_t mLargestFootnote = -1;
   Position mLargestFootnoteAt;
   std::vector<std::int32_t> mDenseIndex;
-  EventLog mLog;
+  HoldFrame mHeld;
   CellFrame mCell;
   StringListFrame mFootnoteList;
-  std::unique_ptr<RecorderFrame> mRecorder;
   std::unique_ptr<Frame> mDimensionList;
   std::unique_ptr<Frame> mCellsList;
   std::unique_ptr<DataListFrame> mDataList;
@@ -520,11 +520,7 @@ class DimensionFrame : public Frame, public CellSink {
       : Frame(start), mBody(body), mList(mEntries, body, 1) {}
 
   void OnKey(std::string_view key, Position at) override {
-    mKey = -1;
-    for (int k = 0; k < kKeyCount; ++k) {
-      if (kKeyNames[static_cast<std::size_t>(k)] == key)
-        mKey = k;
-    }
+    mKey = FindKey(kKeys, key);
     if (mKey < 0)
       Fail(at, "unknown key " + Quote(key) + " in a dimension");
     mKeys.Mark(mKey, key, at);
@@ -579,7 +575,7 @@ class DimensionFrame : public Frame, public CellSink {
     for (int k : {kLabel, kAxis, kCategories}) {
       if (!mKeys.Has(k)) {
         Fail(Start(),
-             "missing key " + Quote(kKeyNames[static_cast<std::size_t>(k)]) + " in a dimension");
+             "missing key " + Quote(kKeys[static_cast<std::size_t>(k)].name) + " in a dimension");
       }
     }
     if (mKeys.Has(kCurrent)) {
@@ -607,24 +603,16 @@ class DimensionFrame : public Frame, public CellSink {
 
  protected:
   std::string Expected() const override {
-    switch (mKey) {
-      case kLabel:
-        return "a cell for \"label\"";
-      case kAxis:
-        return "a string for \"axis\"";
-      case kShowLabel:
-        return "a boolean for \"show-label\"";
-      case kCategories:
-        return "a list of categories for \"categories\"";
-      default:
-        return "an integer for \"current\"";
-    }
+    return ExpectedFor(kKeys[static_cast<std::size_t>(mKey)]);
   }
 
  private:
   enum Key { kLabel, kAxis, kShowLabel, kCategories, kCurrent, kKeyCount };
-  static constexpr std::array<std::string_view, kKeyCount> kKeyNames{"label", "axis", "show-label",
-                                                                     "categories", "current"};
+  static constexpr std::array<KeySpec, kKeyCount> kKeys{{{"label", "a cell"},
+                                                         {"axis", "a string"},
+                                                         {"show-label", "a boolean"},
+                                                         {"categories", "a list of categories"},
+                                                         {"current", "an integer"}}};
 
   PivotTableBody& mBody;
   int mKey = -1;
@@ -808,14 +796,10 @@ PivotTableBody::PivotTableBody(Position start)
 PivotTableBody::~PivotTableBody() = default;
 
 void PivotTableBody::OnKey(std::string_view key, Position at) {
-  mKey = -1;
-  for (int k = 0; k < kKeyCount; ++k) {
-    if (kKeyNames[static_cast<std::size_t>(k)] == key)
-      mKey = k;
-  }
+  mKey = FindKey(kKeys, key);
   if (mKey < 0)
     Fail(at, "key " + Quote(key) + " is not allowed in a \"pivot-table\" part");
-  mRecording = false;
+  mHolding = false;
   if (mReplaying)
     return;
   mKeys.Mark(mKey, key, at);
@@ -824,21 +808,14 @@ void PivotTableBody::OnKey(std::string_view key, Position at) {
   }
   if ((mKey == kCells || mKey == kData) && !mDimensionsDone) {
     // The cells cannot be placed before the dimensions are known.
-    mRecording = true;
-    mLog.Add(EventLog::Type::Key, at, key);
+    mHolding = true;
+    mHeld.OnKey(key, at);
   }
 }
 
-Frame* PivotTableBody::Record(EventLog::Type type, Position at) {
-  mLog.Add(type, at);
-  if (!mRecorder)
-    mRecorder = std::make_unique<RecorderFrame>(at, mLog);
-  return mRecorder.get();
-}
-
 Frame* PivotTableBody::OnObject(Position at) {
-  if (mRecording)
-    return Record(EventLog::Type::StartObject, at);
+  if (mHolding)
+    return mHeld.OnObject(at);
   if (mKey != kTitle && !(mKey == kData && mTable->NDimensions() == 0)) {
     Mismatch(at, "an object");
   }
@@ -847,8 +824,8 @@ Frame* PivotTableBody::OnObject(Position at) {
 }
 
 Frame* PivotTableBody::OnArray(Position at) {
-  if (mRecording)
-    return Record(EventLog::Type::StartArray, at);
+  if (mHolding)
+    return mHeld.OnArray(at);
   switch (mKey) {
     case kFootnotes:
       mFootnoteList.Reopen(at);
@@ -886,8 +863,8 @@ Frame* PivotTableBody::OnArray(Position at) {
 }
 
 void PivotTableBody::OnString(std::string_view text, Position at) {
-  if (mRecording)
-    return mLog.Add(EventLog::Type::String, at, text);
+  if (mHolding)
+    return mHeld.OnString(text, at);
   if (mKey == kCaption) {
     mTable->SetCaption(std::string(text));
     return;
@@ -901,8 +878,8 @@ void PivotTableBody::OnString(std::string_view text, Position at) {
 }
 
 void PivotTableBody::OnNumber(std::string_view raw, Position at) {
-  if (mRecording)
-    return mLog.Add(EventLog::Type::Number, at, raw);
+  if (mHolding)
+    return mHeld.OnNumber(raw, at);
   if (mKey != kTitle && !(mKey == kData && mTable->NDimensions() == 0)) {
     Mismatch(at, "a number");
   }
@@ -912,8 +889,8 @@ void PivotTableBody::OnNumber(std::string_view raw, Position at) {
 }
 
 void PivotTableBody::OnBool(bool value, Position at) {
-  if (mRecording)
-    return mLog.Add(EventLog::Type::Bool, at, {}, value);
+  if (mHolding)
+    return mHeld.OnBool(value, at);
   if (mKey == kShowTitle) {
     mShowTitle = value;
   } else if (mKey == kNotes) {
@@ -924,8 +901,8 @@ void PivotTableBody::OnBool(bool value, Position at) {
 }
 
 void PivotTableBody::OnNull(Position at) {
-  if (mRecording)
-    return mLog.Add(EventLog::Type::Null, at);
+  if (mHolding)
+    return mHeld.OnNull(at);
   // A table without dimensions may give its one cell as null: no cell.
   if (mKey != kData || mTable->NDimensions() != 0)
     Mismatch(at, "null");
@@ -942,24 +919,9 @@ void PivotTableBody::TakeCell(ParsedCell& cell) {
 }
 
 std::string PivotTableBody::Expected() const {
-  switch (mKey) {
-    case kTitle:
-      return "a cell for \"title\"";
-    case kShowTitle:
-      return "a boolean for \"show-title\"";
-    case kCaption:
-      return "a string for \"caption\"";
-    case kNotes:
-      return "a boolean for \"notes\"";
-    case kFootnotes:
-      return "a list of strings for \"footnotes\"";
-    case kDimensions:
-      return "a list of dimensions for \"dimensions\"";
-    case kCells:
-      return "a list of cell entries for \"cells\"";
-    default:
-      return mTable->NDimensions() == 0 ? "a cell or null for \"data\"" : "a list for \"data\"";
-  }
+  if (mKey == kData && mTable->NDimensions() == 0)
+    return "a cell or null for \"data\"";
+  return ExpectedFor(kKeys[static_cast<std::size_t>(mKey)]);
 }
 
 void PivotTableBody::AddDimension(DimensionFrame& frame) {
@@ -980,12 +942,11 @@ void PivotTableBody::AddDimension(DimensionFrame& frame) {
 
 void PivotTableBody::DimensionsDone() {
   mDimensionsDone = true;
-  if (mLog.Empty())
+  if (mHeld.Empty())
     return;
   mReplaying = true;
-  mLog.Replay(*this);
+  mHeld.Replay(*this);
   mReplaying = false;
-  mLog.Clear();
 }
 
 void PivotTableBody::NoteFootnotes(const ParsedCell& cell) {

@@ -8,17 +8,19 @@
 #include "pivot/OmPivotTableTxtExportPrivate.h"
 
 OmPivotTableTxtExport::Data::Data(OmDisplayLayerHeading& layer, const OmTextExportOptions& options,
-                                  std::ostream& out, std::int32_t linesOnPage)
-    : mLayerHeading(layer),
+                                  OmTextPage& page, std::unique_ptr<OmTextPage> ownPage)
+    : mOwnPage(std::move(ownPage)),
+      mPage(page),
+      mLayerHeading(layer),
       mColumnHeading(layer, options.HideEmptyRowsAndColumns()),
       mRowHeading(layer, options.HideEmptyRowsAndColumns(), options.RowDimensionLabelsInCorner()),
       mOptions(options),
-      mStream(out),
+      mStream(page.Stream()),
       mFootnoter(layer.Table().Footnotes(), options.AlphabeticFootNotes()),
-      mLinesOnPage(linesOnPage),
       mMemoryRegion(false),
       mRowHeadColumns(mMemoryRegion),
-      mColHeadColumns(mMemoryRegion) {
+      mColHeadColumns(mMemoryRegion),
+      mMeasure(options.DisplayWidth()) {
   mFootnoter.Reset();
   // A tab-separated layer is printed straight from the headings: no plan,
   // no folder, and markers are handed out in print order.
@@ -39,17 +41,24 @@ OmPivotTableTxtExport::Data::~Data() {
 
 OmPivotTableTxtExport::OmPivotTableTxtExport(OmDisplayLayerHeading& layer,
                                              const OmTextExportOptions& options, std::ostream& out,
-                                             std::int32_t linesOnPage)
-    : mData(std::make_unique<Data>(layer, options, out, linesOnPage)) {}
+                                             std::int32_t linesOnPage) {
+  auto page = std::make_unique<OmTextPage>(out, options, linesOnPage);
+  OmTextPage& pageRef = *page;
+  mData = std::make_unique<Data>(layer, options, pageRef, std::move(page));
+}
+
+OmPivotTableTxtExport::OmPivotTableTxtExport(OmDisplayLayerHeading& layer,
+                                             const OmTextExportOptions& options, OmTextPage& page)
+    : mData(std::make_unique<Data>(layer, options, page)) {}
 
 OmPivotTableTxtExport::~OmPivotTableTxtExport() = default;
 
 std::int32_t OmPivotTableTxtExport::GetNumLinesOnPage() const {
-  return mData->mLinesOnPage;
+  return mData->mPage.LinesOnPage();
 }
 
 void OmPivotTableTxtExport::setLinesOnPage(std::int32_t lines) {
-  mData->mLinesOnPage = lines;
+  mData->mPage.SetLinesOnPage(lines);
 }
 
 std::int32_t OmPivotTableTxtExport::GetNumLines() const {

@@ -12,6 +12,7 @@
 
 class OmDisplayLayerHeading;
 class OmTextExportOptions;
+class OmTextPage;
 
 // The grid of one layer as its planning lays it out: text rows (column
 // heading rows, then table rows, at least one) by matrix columns (row
@@ -32,6 +33,10 @@ class OmPivotTableTxtExport {
   // current page. Allocation failures propagate with nothing leaked.
   OmPivotTableTxtExport(OmDisplayLayerHeading& layer, const OmTextExportOptions& options,
                         std::ostream& out, std::int32_t linesOnPage);
+  // The same, printing on a page the caller keeps (and that must outlive the
+  // exporter): the lines the layer prints count on it directly.
+  OmPivotTableTxtExport(OmDisplayLayerHeading& layer, const OmTextExportOptions& options,
+                        OmTextPage& page);
   ~OmPivotTableTxtExport();
   OmPivotTableTxtExport(const OmPivotTableTxtExport&) = delete;
   OmPivotTableTxtExport& operator=(const OmPivotTableTxtExport&) = delete;
@@ -63,9 +68,10 @@ class OmPivotTableTxtExport {
   // The caption and the footnote list.
   void PrintLayerFooter() const;
 
-  // The layer's state and planning; defined in OmPivotTableTxtExportPrivate.h.
-  struct Data;
-
  private:
+  // The layer's state and planning, defined in OmPivotTableTxtExportPrivate.h,
+  // which names it for the exporter's own files and tests.
+  struct Data;
+  friend struct OmPivotTableTxtExportPrivate;
   std::unique_ptr<Data> mData;
 };

@@ -28,12 +28,9 @@ void OmPivotTableTxtExport::Data::FillColumn(std::int32_t column) {
   if (mOptions.MaxLineWidth() > 0) {
     // Each column folds at its own planned width, which is also as far as
     // an over-long word may widen it.
-    OmStringFolder::Options folderOptions;
-    folderOptions.columnSeparator = mOptions.ColumnSeparator();
-    folderOptions.rowSeparator = mOptions.RowSeparator();
-    folderOptions.widthRestriction = mColumnWidths[static_cast<std::size_t>(column)];
+    const std::int32_t width = mColumnWidths[static_cast<std::size_t>(column)];
     mStringFolder.reset();
-    mStringFolder = std::make_unique<OmWinStringFolder>(folderOptions);
+    mStringFolder = std::make_unique<OmWinStringFolder>(FolderOptions(width));
   }
   if (column >= mRowHeading.NColumns()) {
     FillTableColumn(column);
@@ -220,20 +217,25 @@ const std::string& OmPivotTableTxtExport::Data::RulePiece(std::int64_t target, b
   const std::string columnSeparator = mOptions.ColumnSeparator();
   std::string piece;
   const std::int64_t wanted = target;
+  std::int64_t shown = 0;  // the piece's display width
   if (firstColumn) {
     piece = columnSeparator;
-    target += static_cast<std::int64_t>(columnSeparator.size());
+    shown = mMeasure.Width(columnSeparator);
+    target += shown;
   }
-  const auto size = static_cast<std::int64_t>(piece.size());
-  if (target > size) {
-    // The separator is repeated whole, so a long one may overshoot.
-    const auto step = static_cast<std::int64_t>(rowSeparator.size());
-    const std::int64_t repeats = (target - size + step - 1) / step;
-    if (repeats > (static_cast<std::int64_t>(piece.max_size() / 2) - size) / step) {
+  if (target > shown) {
+    // The separator is repeated whole, so a long one may overshoot. One of
+    // no display width (a zero-width character) counts as one position, so
+    // that the rule still ends.
+    const std::int64_t step = std::max<std::int64_t>(mMeasure.Width(rowSeparator), 1);
+    const std::int64_t repeats = (target - shown + step - 1) / step;
+    const auto size = static_cast<std::int64_t>(piece.size());
+    const auto bytes = static_cast<std::int64_t>(rowSeparator.size());
+    if (repeats > (static_cast<std::int64_t>(piece.max_size() / 2) - size) / bytes) {
       throw std::bad_alloc();
     }
-    piece.reserve(static_cast<std::size_t>(size + repeats * step) + columnSeparator.size());
-    if (step == 1) {
+    piece.reserve(static_cast<std::size_t>(size + repeats * bytes) + columnSeparator.size());
+    if (bytes == 1) {
       piece.append(static_cast<std::size_t>(repeats), rowSeparator[0]);
     } else {
       for (std::int64_t i = 0; i < repeats; ++i)
@@ -263,17 +265,20 @@ void OmPivotTableTxtExport::Data::InsertExtraRows(std::int32_t band, std::int32_
   }
 
   // The columns to the right are filled already: they continue blank down
-  // the new lines, as wide (in bytes) as their piece on the band's first
-  // line. The columns to the left are filled later.
+  // the new lines, as wide (in display positions) as their piece on the
+  // band's first line. The columns to the left are filled later.
   const std::string columnSeparator = mOptions.ColumnSeparator();
+  const auto separatorWidth = static_cast<std::size_t>(mMeasure.Width(columnSeparator));
   const std::size_t columns = mMatrix.NumColumns();
   const auto first = static_cast<std::size_t>(std::max(firstLine, 0));
   std::vector<std::string> blanks;
   for (std::size_t c = static_cast<std::size_t>(column) + 1; c < columns; ++c) {
-    const std::size_t size = mMatrix.PieceSize(first, c);
+    std::size_t size = mMatrix.PieceSize(first, c);
     std::string blank;
     if (size != 0) {
-      blank.assign(size > columnSeparator.size() ? size - columnSeparator.size() : 0, ' ');
+      if (mMeasure.CountsColumns())
+        size = static_cast<std::size_t>(mMeasure.Width(mMatrix.Piece(first, c)));
+      blank.assign(size > separatorWidth ? size - separatorWidth : 0, ' ');
       blank.append(columnSeparator);
     }
     blanks.push_back(std::move(blank));

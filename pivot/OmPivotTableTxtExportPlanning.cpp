@@ -67,11 +67,7 @@ void OmPivotTableTxtExport::Data::PrepareFormatting() {
   const std::int64_t rowHeadColumns = std::max(mRowHeading.NColumns(), 0);
   const std::int64_t dataColumns = std::max(mColumnHeading.NColumns(), 0);
 
-  OmStringFolder::Options folderOptions;
-  folderOptions.columnSeparator = mOptions.ColumnSeparator();
-  folderOptions.rowSeparator = mOptions.RowSeparator();
-  folderOptions.widthRestriction = mOptions.WidthRestriction();
-  mStringFolder = std::make_unique<OmWinStringFolder>(folderOptions);
+  mStringFolder = std::make_unique<OmWinStringFolder>(FolderOptions(mOptions.WidthRestriction()));
 
   const OmLayerGrid grid = PlanGrid(colHeadRows, rowHeadRows, rowHeadColumns, dataColumns);
   const std::int32_t columns = CountOrThrow(grid.columns);
@@ -82,6 +78,8 @@ void OmPivotTableTxtExport::Data::PrepareFormatting() {
 
   mMatrix.Resize(static_cast<std::size_t>(matrixRows), static_cast<std::size_t>(columns));
   mColumnWidths.assign(static_cast<std::size_t>(columns), 0);
+  if (mMeasure.CountsColumns())
+    mWidestCharacters.assign(static_cast<std::size_t>(columns), 0);
   mRowHeights.assign(static_cast<std::size_t>(textRows), 1);
   for (std::int32_t i = 0; i < rowHeadColumns; ++i)
     mRowHeadColumns.PushBack(mRowHeading.Column(i));
@@ -90,8 +88,10 @@ void OmPivotTableTxtExport::Data::PrepareFormatting() {
   }
 
   // Only -1 means no limit; 0 and other negative widths are planned for.
-  if (mOptions.MaxLineWidth() != -1)
+  if (mOptions.MaxLineWidth() != -1) {
     PreCalculateColumnWidths();
+    KeepWidestCharacters();
+  }
   for (std::int32_t col = columns - 1; col >= 0; --col)
     FillColumn(col);
 }
@@ -119,7 +119,7 @@ void OmPivotTableTxtExport::Data::PreCalculateColumnWidths() {
     total += width;
   // One separator before the first column, one after each column.
   const std::int64_t separators =
-      (std::int64_t{columns} + 1) * static_cast<std::int64_t>(mOptions.ColumnSeparator().size());
+      (std::int64_t{columns} + 1) * mMeasure.Width(mOptions.ColumnSeparator());
   if (total + separators <= maxWidth)
     return;
 
@@ -167,4 +167,24 @@ void OmPivotTableTxtExport::Data::SortColumns(std::vector<std::uint64_t>& order)
   // The standard unstable sort: which of two equally wide columns is
   // narrowed first is the sort's own choice, and part of the plan.
   std::sort(order.begin(), order.end(), Descending{mColumnWidths});
+}
+
+void OmPivotTableTxtExport::Data::KeepWidestCharacters() {
+  // A wide character is never cut, so in a narrower column it would push
+  // the separators after it out of line. Columns of narrow characters are
+  // left as planned, so that ASCII text is laid out as in bytes.
+  for (std::size_t c = 0; c < mWidestCharacters.size() && c < mColumnWidths.size(); ++c) {
+    if (mWidestCharacters[c] > 1 && mColumnWidths[c] < mWidestCharacters[c])
+      mColumnWidths[c] = static_cast<std::int32_t>(mWidestCharacters[c]);
+  }
+}
+
+OmStringFolder::Options OmPivotTableTxtExport::Data::FolderOptions(
+    std::int32_t widthRestriction) const {
+  OmStringFolder::Options folderOptions;
+  folderOptions.columnSeparator = mOptions.ColumnSeparator();
+  folderOptions.rowSeparator = mOptions.RowSeparator();
+  folderOptions.widthRestriction = widthRestriction;
+  folderOptions.displayWidth = mOptions.DisplayWidth();
+  return folderOptions;
 }

@@ -12,7 +12,7 @@
 
 namespace {
 
-using NodeList = OmPivotTableTxtExport::Data::NodeList;
+using NodeList = OmPivotTableTxtExportPrivate::Data::NodeList;
 
 }  // namespace
 
@@ -22,8 +22,13 @@ void OmPivotTableTxtExport::Data::AddMeasuredNode(std::int32_t col, std::string 
                                                   NodeList* nodes) {
   std::unique_ptr<OmFormattedNode> node =
       mStringFolder->MakeNode(std::move(text), columns, lines, extra);
-  if (mColumnWidths[static_cast<std::size_t>(col)] == 0)
+  if (mColumnWidths[static_cast<std::size_t>(col)] == 0) {
     width = std::max(width, mStringFolder->GetMinimumColumnWidth(*node, width));
+    if (columns == 1 && !mWidestCharacters.empty()) {
+      std::int64_t& widest = mWidestCharacters[static_cast<std::size_t>(col)];
+      widest = std::max(widest, OmTextMeasure::WidestCharacter(node->String()));
+    }
+  }
   if (nodes != nullptr)
     nodes->push_back(std::move(node));
 }

@@ -7,22 +7,16 @@
 #include "pivot/OmPivotTableTxtExportPrivate.h"
 
 void OmPivotTableTxtExport::Data::PrintPageBreak(bool repeatHeading) {
-  // The count drops first and always, so it measures the lines since the
-  // last place a break would have been, even where none is written.
-  mLinesOnPage = 0;
-  if (!mOptions.InsertPageBreak() || mOptions.TabSeparated())
-    return;
-  mStream.write("\f\n", 2);
-  if (!repeatHeading)
+  // The count drops always, so it measures the lines since the last place
+  // a break would have been, even where none is written.
+  if (!mPage.Break(mOptions.InsertPageBreak()) || !repeatHeading)
     return;
   const std::int32_t headEnd = GetRowIndexInMatrix(mColumnHeading.NRows());
   std::string line;
   for (std::int32_t i = 0; i < headEnd && static_cast<std::size_t>(i) < mMatrix.NumLines(); ++i) {
     line.clear();
     mMatrix.AppendLine(static_cast<std::size_t>(i), line);
-    line.push_back('\n');
-    mStream.write(line.data(), static_cast<std::streamsize>(line.size()));
-    CountLine();
+    mPage.WriteLine(line);
   }
 }
 
@@ -30,8 +24,8 @@ void OmPivotTableTxtExport::Data::FrmtExport() {
   const std::int32_t headEnd = GetRowIndexInMatrix(mColumnHeading.NRows());
   const std::int32_t pageLength = mOptions.NumLinesPerPage();
   mStream.put('\n');
-  CountLine();
-  const std::int32_t linesOnPage = mLinesOnPage;
+  mPage.CountLine();
+  const std::int32_t linesOnPage = mPage.LinesOnPage();
   // The table starts on this page when its heading band fits on the rest of
   // the page, or would not fit even on an empty one.
   const bool startsHere =
@@ -44,10 +38,8 @@ void OmPivotTableTxtExport::Data::FrmtExport() {
   for (std::size_t i = 0; i < lines; ++i) {
     line.clear();
     mMatrix.AppendLine(i, line);
-    line.push_back('\n');
-    mStream.write(line.data(), static_cast<std::streamsize>(line.size()));
-    CountLine();
-    if (mLinesOnPage >= mOptions.NumLinesPerPage() && i + 1 < lines) {
+    mPage.WriteLine(line);
+    if (mPage.LinesOnPage() >= mOptions.NumLinesPerPage() && i + 1 < lines) {
       // A page that fills up inside the body repeats the heading; one that
       // fills up inside the heading band just breaks.
       PrintPageBreak(mColumnHeading.NRows() > 0 && static_cast<std::int64_t>(i) >= headEnd);

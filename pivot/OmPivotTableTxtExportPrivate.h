@@ -15,8 +15,10 @@
 #include <vector>
 
 #include "export/OmTextExportOptions.h"
+#include "export/OmTextPage.h"
 #include "fold/OmFormattedNode.h"
 #include "fold/OmStringFolder.h"
+#include "fold/OmTextMeasure.h"
 #include "host/platform/OmMemoryRegion.h"
 #include "host/platform/OmVector.h"
 #include "host/table/OmDisplayColumnHeading.h"
@@ -29,28 +31,32 @@
 
 class OmCellText;
 
+// Names the private record for the exporter's own files and tests.
+struct OmPivotTableTxtExportPrivate {
+  using Data = OmPivotTableTxtExport::Data;
+};
+
 struct OmPivotTableTxtExport::Data {
   // The formatted nodes of one matrix column, top to bottom.
   using NodeList = std::vector<std::unique_ptr<OmFormattedNode>>;
 
   // Builds the headings and, for a formatted layer, plans the layer.
-  Data(OmDisplayLayerHeading& layer, const OmTextExportOptions& options, std::ostream& out,
-       std::int32_t linesOnPage);
+  // Prints on page; ownPage, when given, is that page, owned by the record.
+  Data(OmDisplayLayerHeading& layer, const OmTextExportOptions& options, OmTextPage& page,
+       std::unique_ptr<OmTextPage> ownPage = nullptr);
   ~Data();
   Data(const Data&) = delete;
   Data& operator=(const Data&) = delete;
 
-  // Ends the line with a line feed and writes it in one call.
-  void WriteLine(std::string& line);
-
   // The layer's state, in construction order.
+  std::unique_ptr<OmTextPage> mOwnPage;
+  OmTextPage& mPage;
   OmDisplayLayerHeading& mLayerHeading;
   OmDisplayColumnHeading mColumnHeading;
   OmDisplayRowHeading mRowHeading;
   const OmTextExportOptions& mOptions;
   std::ostream& mStream;
   OmFootnoter mFootnoter;
-  std::int32_t mLinesOnPage;
   OmTextMatrix mMatrix;
   std::vector<std::int32_t> mColumnWidths;
   std::vector<std::int32_t> mRowHeights;
@@ -61,11 +67,21 @@ struct OmPivotTableTxtExport::Data {
   std::string mRulePiece;
   std::int64_t mRuleTarget = -1;
   bool mRuleFirstColumn = false;
+  // How the layer counts display widths, from the options and the encoding.
+  OmTextMeasure mMeasure;
+  // Counting columns, the widest character of each column's one-column
+  // cells, found while measuring: no column is narrowed below it.
+  std::vector<std::int64_t> mWidestCharacters;
 
   // Width planning (OmPivotTableTxtExportPlanning.cpp).
   void PrepareFormatting();
   void PreCalculateColumnWidths();
   void SortColumns(std::vector<std::uint64_t>& order) const;
+  // Counting columns, widens a column narrowed below its widest (wide)
+  // character back to it, so that no character sticks out of its column.
+  void KeepWidestCharacters();
+  // The folder settings of this layer, folding at widthRestriction.
+  OmStringFolder::Options FolderOptions(std::int32_t widthRestriction) const;
 
   // Column pre-formatting (OmPivotTableTxtExportPreFormat.cpp). A null node
   // list measures only.
@@ -144,11 +160,4 @@ struct OmPivotTableTxtExport::Data {
   std::int32_t GetFootnoteMarker(std::string& out, const OmCellText& cell);
   void CreateLayerHeadingFootnotes();
   void PrintFootnotes();
-
-  // Counts one printed line; saturates rather than overflow on a page of
-  // more than 2^31 lines (the count is only compared with the page length).
-  void CountLine() {
-    if (mLinesOnPage < 2147483647)
-      ++mLinesOnPage;
-  }
 };

@@ -10,7 +10,7 @@
 
 #include "pivot/OmPivotTableTxtExportPrivate.h"
 
-using Data = OmPivotTableTxtExport::Data;
+using Data = OmPivotTableTxtExportPrivate::Data;
 
 namespace {
 

@@ -10,7 +10,7 @@
 
 #include "pivot/OmPivotTableTxtExportPrivate.h"
 
-using Data = OmPivotTableTxtExport::Data;
+using Data = OmPivotTableTxtExportPrivate::Data;
 
 void Data::TabExport() {
   const std::int32_t headingColumns = mRowHeading.NColumns();
@@ -41,7 +41,7 @@ void Data::TabExport() {
       if (i + 1 < level.size())
         line += '\t';
     }
-    WriteLine(line);
+    mPage.WriteUncounted(line);
   }
 
   std::vector<std::int32_t> index = mLayerHeading.Table().SizeVector();
@@ -93,5 +93,5 @@ void Data::PrintCells(std::vector<std::int32_t>& index) {
     // A table without column dimensions has one data column.
     line = GetCellText(table.Cell(index));
   }
-  WriteLine(line);
+  mPage.WriteUncounted(line);
 }

@@ -10,12 +10,7 @@
 #include "host/platform/BpMarkup.h"
 #include "pivot/OmPivotTableTxtExportPrivate.h"
 
-using Data = OmPivotTableTxtExport::Data;
-
-void Data::WriteLine(std::string& line) {
-  line.push_back('\n');
-  mStream.write(line.data(), static_cast<std::streamsize>(line.size()));
-}
+using Data = OmPivotTableTxtExportPrivate::Data;
 
 std::string Data::GetCellText(const OmCellText* cell) {
   // Made on the first call and kept for the life of the process.
@@ -81,10 +76,9 @@ void Data::PrintFootnotes() {
     line = mFootnoter.NoteMarker(i);
     line += separator;
     line += mFootnoter.Note(i);
-    WriteLine(line);
-    CountLine();
+    mPage.WriteLine(line);
     // The list tests after each line it printed.
-    if (mLinesOnPage >= mOptions.NumLinesPerPage())
+    if (mPage.LinesOnPage() >= mOptions.NumLinesPerPage())
       PrintPageBreak(false);
   }
 }
@@ -96,15 +90,14 @@ void OmPivotTableTxtExport::PrintLayerHeading() const {
   const std::int32_t dimensions = data.mLayerHeading.NDimensions();
   // The whole block starts a page when the lines it is about to print would
   // reach the page length.
-  if (static_cast<std::int64_t>(title) + data.mLinesOnPage + dimensions >=
+  if (static_cast<std::int64_t>(title) + data.mPage.LinesOnPage() + dimensions >=
       data.mOptions.NumLinesPerPage()) {
     data.PrintPageBreak(false);
   }
   std::string line;
   if (title == 1) {
     line = data.GetCellText(&table.Title());
-    data.WriteLine(line);
-    data.CountLine();
+    data.mPage.WriteLine(line);
   }
   const char separator = data.mOptions.TabSeparated() ? '\t' : ' ';
   for (std::int32_t i = 0; i < dimensions; ++i) {
@@ -116,8 +109,7 @@ void OmPivotTableTxtExport::PrintLayerHeading() const {
         line += data.GetCellText(node->Label());
       line += separator;
     }
-    data.WriteLine(line);
-    data.CountLine();
+    data.mPage.WriteLine(line);
   }
 }
 
@@ -131,7 +123,7 @@ void OmPivotTableTxtExport::PrintLayerFooter() const {
     return;
   }
   // The caption tests before it prints, counting its own line.
-  if (static_cast<std::int64_t>(data.mLinesOnPage) + 1 >= data.mOptions.NumLinesPerPage()) {
+  if (static_cast<std::int64_t>(data.mPage.LinesOnPage()) + 1 >= data.mOptions.NumLinesPerPage()) {
     data.PrintPageBreak(false);
   }
   std::string text = caption->GetText();
@@ -140,7 +132,6 @@ void OmPivotTableTxtExport::PrintLayerFooter() const {
       c = '\n';
   }
   // However many line feeds it holds, the caption counts as one line.
-  data.WriteLine(text);
-  data.CountLine();
+  data.mPage.WriteLine(text);
   data.PrintFootnotes();
 }

@@ -4,7 +4,16 @@
 #include <algorithm>
 #include <new>
 
+#include "host/table/OmDisplayLayerHeading.h"
+
 namespace {
+
+// The leaf positions of the layer the heading shows, one per dimension.
+std::vector<std::int32_t> LayerIndex(const OmDisplayLayerHeading& layer) {
+  std::vector<std::int32_t> index;
+  layer.Fill(index);
+  return index;
+}
 
 // Entries a grid may hold (combinations times heading positions, or leaves
 // times a block's width) before it gives up with std::bad_alloc: 64 million.
@@ -223,4 +232,23 @@ void OmAxisGrid::Fill(std::vector<std::int32_t>& index, std::int32_t combination
     index[static_cast<std::size_t>(mBlocks[i].dimension)] =
         mLeaves[static_cast<std::size_t>(combination) * k + i];
   }
+}
+
+OmAxisGrid::OmAxisGrid(const OmDisplayLayerHeading& layer, OmAxis axis, bool hideEmpty,
+                       bool labelPositions)
+    : OmAxisGrid(layer.Table(), axis, LayerIndex(layer), hideEmpty, labelPositions) {}
+
+OmKeptColumns::OmKeptColumns(std::int32_t count, bool atPosition)
+    : mAtPosition(atPosition), mColumns(static_cast<std::size_t>(count)) {}
+
+const OmNodeColumn& OmKeptColumns::Get(const OmAxisGrid& grid, std::int32_t i) const {
+  static const OmNodeColumn kNone;
+  if (i < 0 || static_cast<std::size_t>(i) >= mColumns.size())
+    return kNone;
+  std::unique_ptr<OmNodeColumn>& column = mColumns[static_cast<std::size_t>(i)];
+  if (!column) {
+    column = std::make_unique<OmNodeColumn>(mAtPosition ? grid.NodesAtPosition(i)
+                                                        : grid.NodesOfCombination(i));
+  }
+  return *column;
 }

@@ -6,10 +6,13 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "host/table/OmDimensionNode.h"
 #include "host/table/OmPivotTable.h"
+
+class OmDisplayLayerHeading;
 
 class OmAxisGrid {
  public:
@@ -34,6 +37,8 @@ class OmAxisGrid {
   // Throws std::bad_alloc when the grid would be too large to hold.
   OmAxisGrid(const OmPivotTable& table, OmAxis axis, const std::vector<std::int32_t>& layerIndex,
              bool hideEmpty, bool labelPositions);
+  // The same for the layer that layer currently shows.
+  OmAxisGrid(const OmDisplayLayerHeading& layer, OmAxis axis, bool hideEmpty, bool labelPositions);
 
   std::int32_t NCombinations() const { return mNCombinations; }
   std::int32_t NPositions() const { return mNPositions; }
@@ -75,4 +80,21 @@ class OmAxisGrid {
   // For combination c, entries c * blocks .. c * blocks + blocks - 1: the
   // leaf position of each dimension of the axis.
   std::vector<std::int32_t> mLeaves;
+};
+
+// The node columns of a heading over a grid, each made on first request and
+// then kept, since the exporter asks for the same column many times.
+class OmKeptColumns {
+ public:
+  // count: how many columns there are. atPosition: a column holds the nodes
+  // at one heading position (a row heading's), not those of one combination
+  // (a column heading's).
+  OmKeptColumns(std::int32_t count, bool atPosition);
+
+  // Column i of grid; an empty column when i is out of range.
+  const OmNodeColumn& Get(const OmAxisGrid& grid, std::int32_t i) const;
+
+ private:
+  bool mAtPosition;
+  mutable std::vector<std::unique_ptr<OmNodeColumn>> mColumns;
 };

@@ -5,24 +5,12 @@
 #include "host/table/OmDisplayLayerHeading.h"
 #include "host/table/OmPivotTable.h"
 
-namespace {
-
-std::vector<std::int32_t> LayerIndex(const OmDisplayLayerHeading& layer) {
-  std::vector<std::int32_t> index;
-  layer.Fill(index);
-  return index;
-}
-
-}  // namespace
-
 struct OmDisplayColumnHeading::Data {
   Data(OmDisplayLayerHeading& layer, bool hideEmpty)
-      : grid(layer.Table(), OmAxis::Column, LayerIndex(layer), hideEmpty, true),
-        columns(static_cast<std::size_t>(grid.NCombinations())) {}
+      : grid(layer, OmAxis::Column, hideEmpty, true), columns(grid.NCombinations(), false) {}
 
   OmAxisGrid grid;
-  // Table columns made so far; null until asked for.
-  mutable std::vector<std::unique_ptr<OmNodeColumn>> columns;
+  OmKeptColumns columns;
 };
 
 OmDisplayColumnHeading::OmDisplayColumnHeading(OmDisplayLayerHeading& layer, bool hideEmpty)
@@ -41,14 +29,7 @@ std::int32_t OmDisplayColumnHeading::NColumns() const {
 }
 
 const OmNodeColumn& OmDisplayColumnHeading::Column(std::int32_t j) const {
-  static const OmNodeColumn kNone;
-  if (j < 0 || j >= NColumns())
-    return kNone;
-  std::unique_ptr<OmNodeColumn>& column = mData->columns[static_cast<std::size_t>(j)];
-  if (!column) {
-    column = std::make_unique<OmNodeColumn>(mData->grid.NodesOfCombination(j));
-  }
-  return *column;
+  return mData->columns.Get(mData->grid, j);
 }
 
 OmNodeColumn OmDisplayColumnHeading::Row(std::int32_t r) const {

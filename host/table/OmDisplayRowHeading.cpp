@@ -5,22 +5,12 @@
 #include "host/table/OmDisplayLayerHeading.h"
 #include "host/table/OmPivotTable.h"
 
-namespace {
-
-std::vector<std::int32_t> LayerIndex(const OmDisplayLayerHeading& layer) {
-  std::vector<std::int32_t> index;
-  layer.Fill(index);
-  return index;
-}
-
-}  // namespace
-
 struct OmDisplayRowHeading::Data {
   Data(OmDisplayLayerHeading& layer, bool hideEmpty, bool labelsInCorner)
       : table(&layer.Table()),
-        grid(layer.Table(), OmAxis::Row, LayerIndex(layer), hideEmpty, !labelsInCorner),
+        grid(layer, OmAxis::Row, hideEmpty, !labelsInCorner),
         corner(static_cast<std::size_t>(grid.NPositions()), nullptr),
-        columns(static_cast<std::size_t>(grid.NPositions())) {
+        columns(grid.NPositions(), true) {
     if (!labelsInCorner)
       return;
     for (const OmAxisGrid::Block& block : grid.Blocks()) {
@@ -34,8 +24,7 @@ struct OmDisplayRowHeading::Data {
   const OmPivotTable* table;
   OmAxisGrid grid;
   std::vector<const OmCellText*> corner;
-  // Heading columns made so far; null until asked for.
-  mutable std::vector<std::unique_ptr<OmNodeColumn>> columns;
+  OmKeptColumns columns;
 };
 
 OmDisplayRowHeading::OmDisplayRowHeading(OmDisplayLayerHeading& layer, bool hideEmpty,
@@ -54,14 +43,7 @@ std::int32_t OmDisplayRowHeading::NRows() const {
 }
 
 const OmNodeColumn& OmDisplayRowHeading::Column(std::int32_t i) const {
-  static const OmNodeColumn kNone;
-  if (i < 0 || i >= NColumns())
-    return kNone;
-  std::unique_ptr<OmNodeColumn>& column = mData->columns[static_cast<std::size_t>(i)];
-  if (!column) {
-    column = std::make_unique<OmNodeColumn>(mData->grid.NodesAtPosition(i));
-  }
-  return *column;
+  return mData->columns.Get(mData->grid, i);
 }
 
 OmNodeColumn OmDisplayRowHeading::Row(std::int32_t r) const {

@@ -160,7 +160,10 @@ TEST_F(BadInputCommand, ArgumentsWithLineBreaksStillGiveOneLine) {
        "option --encoding needs utf-8, single-byte or double-byte, not '\\t\\u0001'"},
       {{"--bo\rgus"}, 2, "unknown option '--bo\\rgus'"},
       {{dir + "/no\nfile.json"}, 1, dir + "/no\\nfile.json: No such file or directory"},
-      {{"-o", dir + "/missing/a\nb"}, 1, missing + ": No such file or directory"},
+      {{"-o", dir + "/missing/a\nb"},
+       1,
+       missing + ": cannot create a temporary file in " + dir +
+           "/missing to write it: No such file or directory"},
       {{"--destination", dir + "/missing/a\nb"}, 1, "File " + missing + " creation failed."},
   };
   for (const auto& c : cases) {

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <sstream>
 #include <stdexcept>
 
@@ -36,20 +37,33 @@ std::string ShellQuote(const std::string& text) {
   return quoted + "'";
 }
 
-std::vector<std::string> ListFiles(const std::string& dir, const std::string& suffix) {
+namespace {
+
+std::vector<std::string> FilesWhere(const std::string& dir,
+                                    const std::function<bool(const std::string&)>& keep) {
   std::vector<std::string> names;
   if (DIR* handle = ::opendir(dir.c_str())) {
     while (const dirent* entry = ::readdir(handle)) {
-      const std::string name = entry->d_name;
-      if (name.size() > suffix.size() &&
-          name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0) {
-        names.push_back(name);
-      }
+      if (keep(entry->d_name))
+        names.push_back(entry->d_name);
     }
     ::closedir(handle);
   }
   std::sort(names.begin(), names.end());
   return names;
+}
+
+}  // namespace
+
+std::vector<std::string> ListFiles(const std::string& dir, const std::string& suffix) {
+  return FilesWhere(dir, [&suffix](const std::string& name) {
+    return name.size() > suffix.size() &&
+           name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0;
+  });
+}
+
+std::vector<std::string> TemporaryFiles(const std::string& dir) {
+  return FilesWhere(dir, [](const std::string& name) { return name.rfind(".omtext-", 0) == 0; });
 }
 
 int LockFile(const std::string& path) {

@@ -23,6 +23,8 @@ bool Exists(const std::string& path);
 std::string ShellQuote(const std::string& text);
 // The names of the files in dir that end in suffix, sorted.
 std::vector<std::string> ListFiles(const std::string& dir, const std::string& suffix);
+// The names of the command's temporary files (".omtext-*") in dir, sorted.
+std::vector<std::string> TemporaryFiles(const std::string& dir);
 // Write-locks the whole file through an open file description of its own,
 // as another program would; closing the returned descriptor unlocks it.
 int LockFile(const std::string& path);

@@ -3,6 +3,7 @@
 // and bad documents read from standard input are the bad-input corpus's.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <string>
@@ -83,10 +84,15 @@ TEST_F(Command, OutputFileIsReplacedOnlyOnSuccess) {
   EXPECT_EQ(Run({"-o", Path("no/such/dir.txt")}, kDocument).status, 1);
 }
 
-TEST_F(Command, WriteFailuresExitWithOne) {
-  const Result full = Run({}, kDocument, "> /dev/full");
-  EXPECT_EQ(full.status, 1);
-  EXPECT_EQ(full.err, "omtext: write error: No space left on device\n");
+TEST_F(Command, WriteFailuresNameTheFileAndExitWithOne) {
+  const std::string full = "write error: No space left on device\n";
+  EXPECT_EQ(Run({}, kDocument, "> /dev/full").err, "omtext: standard output: " + full);
+  EXPECT_EQ(Run({"-o", "/dev/full"}, kDocument).err, "omtext: /dev/full: " + full);
+  for (const char* option : {"--help", "--version"}) {
+    const Result result = Run({option}, "", "> /dev/full");
+    EXPECT_EQ(result.status, 1) << option;
+    EXPECT_EQ(result.err, "omtext: standard output: " + full) << option;
+  }
   // A reader that never reads and exits: more text than a pipe holds must
   // fail to be written, and the closed pipe is reported.
   WriteFile(Path("stdin"), Headings(20000, "0123456789"));
@@ -95,7 +101,46 @@ TEST_F(Command, WriteFailuresExitWithOne) {
                "; } | true")
                   .c_str());
   EXPECT_EQ(ReadFile(Path("status")), "1\n");
-  EXPECT_EQ(ReadFile(Path("stderr")), "omtext: write error: Broken pipe\n");
+  EXPECT_EQ(ReadFile(Path("stderr")), "omtext: standard output: write error: Broken pipe\n");
+}
+
+TEST_F(Command, OutputFileThatCannotBeReplacedSaysWhy) {
+  // Nothing can be created in /proc, though its files exist.
+  Result result = Run({"-o", "/proc/version"}, kDocument);
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err.rfind("omtext: /proc/version: cannot create a temporary file in /proc to "
+                             "write it: ",
+                             0),
+            0u)
+      << result.err;
+  result = Run({"-o", Path("no/such.txt")}, kDocument);
+  EXPECT_EQ(result.err, "omtext: " + Path("no/such.txt") + ": cannot create a temporary file in " +
+                            Path("no") + " to write it: No such file or directory\n");
+  ASSERT_EQ(::symlink("loop-b", Path("loop-a").c_str()), 0);
+  ASSERT_EQ(::symlink("loop-a", Path("loop-b").c_str()), 0);
+  EXPECT_EQ(Run({"-o", Path("loop-a")}, kDocument).err,
+            "omtext: " + Path("loop-a") + ": Too many levels of symbolic links\n");
+}
+
+TEST_F(Command, OutputOntoASymbolicLinkWritesTheFileItPointsTo) {
+  // A dangling link, relative to its own folder: the file it names appears.
+  ASSERT_EQ(::mkdir(Path("sub").c_str(), 0755), 0);
+  ASSERT_EQ(::symlink("target.txt", Path("sub/link").c_str()), 0);
+  ASSERT_EQ(::symlink("sub/link", Path("chain").c_str()), 0);
+  EXPECT_EQ(Run({"-o", Path("chain")}, kDocument).status, 0);
+  EXPECT_EQ(ReadFile(Path("sub/target.txt")), kRendered);
+  // Replacing the existing target keeps both links and its permissions.
+  ::chmod(Path("sub/target.txt").c_str(), 0600);
+  EXPECT_EQ(Run({"-o", Path("chain")}, Headings(1)).status, 0);
+  EXPECT_EQ(ReadFile(Path("sub/target.txt")), "h\n");
+  struct stat info {};
+  ASSERT_EQ(::lstat(Path("chain").c_str(), &info), 0);
+  EXPECT_TRUE(S_ISLNK(info.st_mode));
+  ASSERT_EQ(::lstat(Path("sub/link").c_str(), &info), 0);
+  EXPECT_TRUE(S_ISLNK(info.st_mode));
+  ASSERT_EQ(::stat(Path("sub/target.txt").c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 0777, 0600u);
+  EXPECT_EQ(omtext::testing::TemporaryFiles(Path("sub")), std::vector<std::string>{});
 }
 
 TEST_F(Command, ResourceLimitsAreRefusedBeforeAnyOutput) {

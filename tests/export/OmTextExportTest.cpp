@@ -279,6 +279,24 @@ TEST_F(PivotTableVisit, SeparatingLineIsCountedEvenAfterABreak) {
   EXPECT_EQ(Visit(1), "T\na\t\nva\nT\nb\t\nvb\nT\nc\t\nvc\n\n");
 }
 
+TEST_F(PivotTableVisit, SeparatingLineThatFillsThePageLeavesTheLayersCountAlone) {
+  // Pages of 2 without titles: after layer a the separating line fills the
+  // page and breaks it, but b's heading still sees the count from before the
+  // line (1 + 1 >= 2) and breaks once more.
+  options.TabSeparated(false);
+  options.InsertPageBreak(true);
+  options.NumLinesPerPage(2);
+  OmDimension& layers = table->AddDimension(OmAxis::Layer, "L");
+  layers.AddCategory("a");
+  layers.AddCategory("b");
+  table->AddDimension(OmAxis::Row, "R").AddCategory("r");
+  table->SetNumber({0, 0}, 1);
+  table->SetNumber({1, 0}, 2);
+  EXPECT_EQ(Visit(),
+            "L a \n\n\f\n|_|_|\n|r|1|\n\f\n|_|_|\n\n\f\n\f\nL b \n\n\f\n|_|_|\n|r|2|\n\f\n|_|_|\n\n"
+            "\f\n");
+}
+
 // The counts the command's limits ask for match what the visit prints.
 class PivotTableCounts : public PivotTableVisit {
  protected:

@@ -73,7 +73,7 @@ std::int32_t MinimumWidth(const std::string& text, std::int32_t width, Cell cell
 }
 
 TEST(OmWinStringFolder, MeasuresBytesAndSplitsWholeCharacters) {
-  OmWinStringFolder::Data data(MakeOptions({}));
+  OmWinStringFolderPrivate::Data data(MakeOptions({}));
   EXPECT_EQ(OmWinStringFolder(MakeOptions({})).GetStringLength("a\xC3\xA9"), 3);
   EXPECT_EQ(data.GetNumChars(""), 0);
   EXPECT_EQ(data.GetNumChars("ab  "), 2);
@@ -180,7 +180,7 @@ TEST(OmWinStringFolder, PadsEveryLineAndAddsRows) {
 }
 
 TEST(OmWinStringFolder, AdjustJoinsGivenStringsAndFillsTheRows) {
-  OmWinStringFolder::Data data(MakeOptions({}));
+  OmWinStringFolderPrivate::Data data(MakeOptions({}));
   OmFormattedNode node("", 1, 3, 0, 0);
   Lines lines{"aaa", "bb", "c", "dddd", "e"};
   EXPECT_EQ(data.AdjustNumberOfStrings(node, 7, lines, {}), 6);

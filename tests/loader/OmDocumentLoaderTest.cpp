@@ -6,8 +6,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <random>
 #include <sstream>
 
+#include "host/output/OmCellText.h"
 #include "host/output/OmHeading.h"
 #include "host/table/OmPivotTable.h"
 
@@ -205,6 +209,59 @@ TEST(PivotTableLoading, DenseDataAndTablesWithoutDimensions) {
   EXPECT_EQ(FirstTable(tree).Dimension(0).NLeaves(), 0);
 }
 
+TEST(PivotTableLoading, NumbersAreReadToTheNearestDouble) {
+  // Plain decimals of up to 15 digits are read without the general parser;
+  // both paths must give the double nearest to the text, as strtod does.
+  std::mt19937 random(7);
+  std::vector<std::string> numbers = {"0",
+                                      "-0",
+                                      "-0.0",
+                                      "0.1",
+                                      "0.3",
+                                      "9007199254740993",
+                                      "123456789012345",
+                                      "1234567890123456",
+                                      "0.000000000000001",
+                                      "999999999999999.9",
+                                      "1e5",
+                                      "-2.5E-3",
+                                      "17.00"};
+  auto digit = [&](char low) {
+    return static_cast<char>(low + static_cast<int>(random() % 10U) % ('9' - low + 1));
+  };
+  for (int i = 0; i < 2000; ++i) {
+    // An integer part of 0 to 16 digits ("0" for none), then a fraction that
+    // brings the digits to at most 17, around the 15-digit fast path.
+    const int whole = static_cast<int>(random() % 17U);
+    const int fraction = static_cast<int>(random() % static_cast<unsigned>(18 - whole));
+    std::string number = random() % 4U == 0 ? "-" : "";
+    number += whole == 0 ? "0" : std::string(1, digit('1'));
+    for (int d = 1; d < whole; ++d)
+      number += digit('0');
+    if (fraction > 0)
+      number += '.';
+    for (int d = 0; d < fraction; ++d)
+      number += digit('0');
+    numbers.push_back(number);
+  }
+  std::string categories;
+  std::string data;
+  for (std::size_t i = 0; i < numbers.size(); ++i) {
+    categories += std::string(i > 0 ? ", " : "") + "\"c\"";
+    data += std::string(i > 0 ? ", " : "") + numbers[i];
+  }
+  OmOutputTree tree = Load(Table(R"("dimensions": [{"label": "R", "axis": "row", "categories": [)" +
+                                 categories + R"(]}], "data": [)" + data + "]"));
+  for (std::size_t i = 0; i < numbers.size(); ++i) {
+    const auto* cell =
+        dynamic_cast<const OmNumberCell*>(FirstTable(tree).Cell({static_cast<std::int32_t>(i)}));
+    ASSERT_NE(cell, nullptr) << numbers[i];
+    const double expected = std::strtod(numbers[i].c_str(), nullptr);
+    const double value = cell->Value();
+    EXPECT_EQ(std::memcmp(&expected, &value, sizeof value), 0) << numbers[i];
+  }
+}
+
 TEST(PivotTableLoading, IndexErrorsPointAtTheOffendingEntry) {
   const std::string dims =
       R"("dimensions": [{"label": "R", "axis": "row", "categories": ["a", "b"]}], )";
@@ -302,6 +359,133 @@ TEST(PivotTableLoading, DimensionAndCategoryErrors) {
       "unknown key \"x\" in a group");
   EXPECT_REJECTED_AT(dimension(R"({"label": "L", "axis": "row", "categories": [`true]})"),
                      "expected a category (a cell or a group), found a boolean");
+}
+
+// A table part written in the usual key order ("type" first, "dimensions"
+// before "data") and as a tool that sorts its keys writes it ("data" first,
+// "type" last), each value on a line of its own.
+std::string UsualOrder(const std::string& dimensions, const std::string& data) {
+  return "{\"output\": [{\"type\": \"pivot-table\",\n \"dimensions\": " + dimensions +
+         ",\n \"data\": " + data + "}]}";
+}
+std::string SortedOrder(const std::string& dimensions, const std::string& data) {
+  return "{\"output\": [{\"data\": " + data + ",\n \"dimensions\": " + dimensions +
+         ",\n \"type\": \"pivot-table\"}]}";
+}
+
+// Lists (or objects of one key "k") nested `levels` deep around a leaf.
+std::string Nested(int levels, const std::string& leaf, bool objects = false) {
+  std::string text;
+  for (int i = 0; i < levels; ++i)
+    text += objects ? "{\"k\": " : "[";
+  text += leaf;
+  for (int i = 0; i < levels; ++i)
+    text += objects ? "}" : "]";
+  return text;
+}
+
+TEST(HeldValues, ErrorsInsideAreReportedWhereTheUsualKeyOrderReportsThem) {
+  const std::string dims = R"([{"label": "R", "axis": "row", "categories": ["a", "b"]},
+   {"label": "C", "axis": "column", "categories": ["x", "y"]}])";
+  const std::string shape = "this list of \"data\" must have one entry per leaf of dimension ";
+  const struct {
+    std::string data;
+    std::string message;
+  } cases[] = {
+      {"[[1, 2],\n  [3, `true]]", "expected a cell or null in \"data\", found a boolean"},
+      {"[[1, 2], `[3]]", shape + "1 (2), not 1"},
+      {"[[1, 2],\n [3, {\"value\": 1, \"decimals\": `-1}]]",
+       "\"decimals\" -1 is out of range (0 to 20)"},
+      {"[[1, 2], [3, {\"text\": \"t\", \"footnotes\": [`0]}]]",
+       "footnote number 0 is out of range: the table has 0 footnotes"},
+      {"[[1, " + std::string(20000, ' ') + "`[2]], [3, 4]]",
+       "expected a cell or null in \"data\", found a list"},
+      // Deeper than any valid value: still refused at its first list too many.
+      {"[[1, 2], [3, `" + Nested(5000, "1") + "]]",
+       "expected a cell or null in \"data\", found a list"},
+      {"[[1, 2], `" + Nested(5000, "1", true) + "]", "expected a list in \"data\", found a cell"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.data.substr(0, 60));
+    EXPECT_REJECTED_AT(UsualOrder(dims, c.data), c.message);
+    EXPECT_REJECTED_AT(SortedOrder(dims, c.data), c.message);
+  }
+  // Errors in the dimensions, read after the held data, come first in both.
+  const std::string badDims = R"([{"label": "R", "axis": `"up", "categories": ["a"]}])";
+  EXPECT_REJECTED_AT(UsualOrder(badDims, "[true]"), "unknown axis \"up\" (row, column or layer)");
+  EXPECT_REJECTED_AT(SortedOrder(badDims, "[true]"), "unknown axis \"up\" (row, column or layer)");
+}
+
+TEST(HeldValues, HeldCellsAreReadAsInTheUsualOrder) {
+  const std::string dims = R"([{"label": "R", "axis": "row", "categories": ["a", "b"]}])";
+  // A string longer than the tape's first blocks; every kind of event is held.
+  const std::string longText(60000, 'x');
+  const std::string data = R"([{"value": 2.5, "decimals": 1, "footnotes": [], "markers": ["m"]},
+      ")" + longText + "\"]";
+  for (const std::string& text : {UsualOrder(dims, data), SortedOrder(dims, data)}) {
+    OmOutputTree tree = Load(text);
+    EXPECT_EQ(CellAt(FirstTable(tree), {0}), "2.5[m]");
+    EXPECT_EQ(CellAt(FirstTable(tree), {1}), longText);
+  }
+  // A table held across many of the tape's blocks, with keys after its
+  // cells, reads the same in both orders.
+  std::string rows;
+  std::string cells;
+  for (int r = 0; r < 5000; ++r) {
+    rows += std::string(r > 0 ? ", " : "") + "\"r" + std::to_string(r) + "\"";
+    cells += std::string(r > 0 ? ",\n" : "") + "[\"a" + std::to_string(r) +
+             "\", {\"value\": " + std::to_string(r) + ", \"decimals\": 1, \"footnotes\": [0]}]";
+  }
+  const std::string big = R"([{"label": "R", "axis": "row", "categories": [)" + rows +
+                          R"(]}, {"label": "C", "axis": "column", "categories": ["x", "y"]}])";
+  OmOutputTree usual = Load(R"({"output": [{"type": "pivot-table", "dimensions": )" + big +
+                            R"(, "data": [)" + cells + R"(], "footnotes": ["f"], "title": "T"}]})");
+  OmOutputTree sorted = Load(R"({"output": [{"data": [)" + cells + R"(], "dimensions": )" + big +
+                             R"(, "footnotes": ["f"], "title": "T", "type": "pivot-table"}]})");
+  for (std::int32_t r = 0; r < 5000; r += 499) {
+    EXPECT_EQ(CellAt(FirstTable(sorted), {r, 0}), "a" + std::to_string(r));
+    EXPECT_EQ(CellAt(FirstTable(sorted), {r, 1}), CellAt(FirstTable(usual), {r, 1}));
+  }
+  EXPECT_EQ(CellAt(FirstTable(sorted), {4999, 1}), "4999.0(0)");
+  EXPECT_EQ(FirstTable(sorted).Title().GetText(), "T");
+
+  // "selected" and booleans before "type" are held too.
+  OmOutputTree tree = Load(
+      R"({"output": [{"notes": true, "show-title": false, "title": "T", "type": "pivot-table"}]})");
+  EXPECT_TRUE(FirstTable(tree).IsNotes());
+  EXPECT_FALSE(FirstTable(tree).showTitle);
+}
+
+TEST(HeldValues, NestAsDeepAsTheDeepestValidValue) {
+  // Dimensions held before "type" with categories at their deepest, ending
+  // in a cell object with footnotes, load; a level more is refused as in the
+  // usual order.
+  auto held = [](int levels) {
+    std::string text =
+        R"({"output": [{"dimensions": [{"label": "R", "axis": "row", "categories": [)";
+    for (int i = 0; i < levels; ++i)
+      text += R"({"group": "g", "categories": [)";
+    text += R"({"text": "leaf", "footnotes": []})";
+    for (int i = 0; i < levels; ++i)
+      text += "]}";
+    return text + R"(]}], "type": "pivot-table"}]})";
+  };
+  OmOutputTree tree = Load(held(999));
+  EXPECT_EQ(FirstTable(tree).Dimension(0).Depth(), 1000);
+  EXPECT_NE(Rejection(held(1000)).find(": categories are nested more than 1000 levels deep"),
+            std::string::npos);
+
+  // Only a table of more than 2001 dimensions takes "data" deeper than
+  // that: held before its dimensions, such data is refused for its depth
+  // (here a cell's footnotes at level 2004).
+  std::string dims = "[";
+  for (int d = 0; d < 2002; ++d)
+    dims += std::string(d > 0 ? ", " : "") + R"({"label": "", "axis": "row", "categories": [0]})";
+  dims += "]";
+  const std::string data = Nested(2002, R"({"value": 1, "footnotes": `[]})");
+  EXPECT_REJECTED_AT(SortedOrder(dims, data),
+                     "lists and objects are nested more than 2003 levels deep");
+  EXPECT_EQ(Rejection(Unmarked(UsualOrder(dims, data))), "accepted");
 }
 
 }  // namespace

@@ -240,7 +240,7 @@ TEST_F(FormatTest, PagesBreakWhereTheyFillAndRepeatTheHeadingOnlyInTheBody) {
   options.InsertPageBreak(false);
   out.str("");
   EXPECT_EQ(Body(0), "\n" + head + "|a|1|\n|_|_|\n|b|2|\n|_|_|\n|c|3|\n|_|_|\n");
-  EXPECT_EQ(data->mLinesOnPage, 4);
+  EXPECT_EQ(data->mPage.LinesOnPage(), 4);
 }
 
 TEST_F(FormatTest, TableWithoutColumnHeadingNeverRepeatsItsTopRule) {

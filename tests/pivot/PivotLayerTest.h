@@ -44,12 +44,14 @@ inline std::unique_ptr<OmPivotTable> Grid(const std::vector<std::string>& rows,
 
 class PivotLayerTest : public ::testing::Test {
  protected:
-  using Data = OmPivotTableTxtExport::Data;
+  using Data = OmPivotTableTxtExportPrivate::Data;
 
   // The record over the table's last layer; a formatted one is planned.
   Data& Make(std::int32_t linesOnPage = 0) {
     NewLayer();
-    data = std::make_unique<Data>(*layer, options, out, linesOnPage);
+    auto page = std::make_unique<OmTextPage>(out, options, linesOnPage);
+    OmTextPage& pageRef = *page;
+    data = std::make_unique<Data>(*layer, options, pageRef, std::move(page));
     return *data;
   }
   OmPivotTableTxtExport& Export(std::int32_t linesOnPage) {
