@@ -71,8 +71,16 @@ std::optional<std::string> CheckPositions(OmPivotTable& table, const OmTextExpor
 
 }  // namespace
 
-std::optional<std::string> CheckRenderLimits(OmOutputTree& tree,
-                                             const OmTextExportOptions& options) {
+std::optional<std::string> CheckRenderLimits(OmOutputTree& tree, const OmTextExportOptions& given) {
+  // Notes tables are checked as if shown: the destination shows them
+  // whatever the options the check is given. Only the settings that decide
+  // which layers print and how large their grids are matter here.
+  OmTextExportOptions options;
+  options.ShowNotes(true);
+  options.ExportAllLayers(given.ExportAllLayers());
+  options.HideEmptyRowsAndColumns(given.HideEmptyRowsAndColumns());
+  options.RowDimensionLabelsInCorner(given.RowDimensionLabelsInCorner());
+  options.TabSeparated(given.TabSeparated());
   std::int64_t index = 0;
   for (auto node = tree.Begin(); node != tree.End(); ++node) {
     auto* table = dynamic_cast<OmPivotTable*>(node.Value());
