@@ -38,8 +38,12 @@ void WriteRows(const TableShape& shape, std::int64_t layerOffset, std::ostream& 
       const std::int64_t row = outer * kInnerRows + inner + layerOffset;
       out << (inner ? ",[" : "[");
       for (int column = 0; column < shape.columns; ++column) {
-        out << (column ? "," : "") << "{\"value\":" << Format(Value(row, column))
-            << ",\"decimals\":2}";
+        out << (column ? "," : "");
+        if (shape.stringCells) {
+          out << '"' << Format(Value(row, column)) << '"';
+        } else {
+          out << "{\"value\":" << Format(Value(row, column)) << ",\"decimals\":2}";
+        }
       }
       out << ']';
     }
