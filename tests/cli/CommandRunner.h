@@ -35,6 +35,20 @@ int LockFile(const std::string& path);
 CommandResult RunCommand(const std::vector<std::string>& arguments, const std::string& stdinPath,
                          const std::string& dir, const std::string& redirect = "");
 
+// A kept rendering: the document, the options it was rendered with and the
+// file holding the expected text.
+struct GoldenCase {
+  std::string name;  // letters, digits and "_", for a test's name
+  std::string document;
+  std::string expected;
+  std::vector<std::string> options;
+};
+// Names a case in failure messages instead of dumping its bytes.
+void PrintTo(const GoldenCase& golden, std::ostream* out);
+// Every DOC.SET.txt of tests/data/reference (or its correction) and of
+// examples/expected whose SET is a line of the folder's options.txt.
+std::vector<GoldenCase> GoldenCases();
+
 // A fresh scratch directory under /tmp, and its removal.
 std::string MakeScratchDirectory();
 void RemoveDirectory(const std::string& dir);
