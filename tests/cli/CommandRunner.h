@@ -1,6 +1,7 @@
 // Runs the built omtext command through the shell for tests (arguments,
 // standard input from a file; output, error text, exit status), with the
-// scratch directories and file helpers the command and destination tests share.
+// scratch directories, file helpers and kept renderings the command and
+// destination tests share.
 #pragma once
 
 #include <gtest/gtest.h>
