@@ -52,13 +52,6 @@ def test_levels_become_dimensions_in_order_of_appearance(sales):
                              [[None, 7.25], [None, None]]], None)
 
 
-def test_crosstab_with_margins_renders_as_the_command(sales):
-    table = pd.crosstab([sales.region, sales["product"]], sales.year, margins=True)
-    text = assert_renders_as_command(
-        omtext.from_dataframe(table, title="Sales", footnotes=["Counts of orders."]), width=80)
-    assert "Sales(a)" in text and "a Counts of orders." in text
-
-
 def test_layers_come_from_either_axis(sales):
     table = sales.pivot_table(index=["region", "product"], columns="year", values="units",
                               aggfunc="sum")

@@ -236,20 +236,6 @@ def test_wrong_documents_raise_type_error():
         omtext.render(pathlib.Path("/nonexistent/document.json"))
 
 
-def test_render_limits_apply():
-    # 20,000 x 20,000 empty rows and columns laid out whole is past the limit.
-    labels = [str(i) for i in range(20000)]
-    document = {"output": [{"type": "pivot-table", "dimensions": [
-        {"label": "R", "axis": "row", "categories": labels},
-        {"label": "C", "axis": "column", "categories": labels}]}]}
-    status, _, stderr = run_command(["--show-empty"], omtext.dumps(document))
-    assert status == 1
-    with pytest.raises(omtext.LimitError) as raised:
-        omtext.render(document, show_empty=True)
-    assert stderr == f"omtext: -: {raised.value}\n"
-    assert omtext.render(document).startswith("\n")
-
-
 def test_encoding_is_restored_after_each_render():
     document = {"output": [{"type": "text", "lines": ["é" * 30]}]}
     utf8 = omtext.render(document, width=10)

@@ -7,9 +7,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
+#include <map>
 #include <sstream>
 #include <stdexcept>
 
@@ -99,6 +101,55 @@ std::string MakeScratchDirectory() {
 
 void RemoveDirectory(const std::string& dir) {
   std::system(("rm -rf " + ShellQuote(dir)).c_str());
+}
+
+void PrintTo(const GoldenCase& golden, std::ostream* out) {
+  *out << golden.name;
+}
+
+namespace {
+
+void AddGoldenCases(const std::string& label, const std::string& documentDir,
+                    const std::string& expectedDir, const std::string& correctionsDir,
+                    std::vector<GoldenCase>& cases) {
+  std::map<std::string, std::vector<std::string>> sets;
+  std::istringstream options(ReadFile(documentDir + "/options.txt"));
+  for (std::string line; std::getline(options, line);) {
+    const std::size_t tab = line.find('\t');
+    if (tab == std::string::npos || line[0] == '#')
+      continue;
+    std::istringstream words(line.substr(tab + 1));
+    std::vector<std::string>& set = sets[line.substr(0, tab)];
+    for (std::string word; words >> word;)
+      set.push_back(word);
+  }
+  for (const std::string& file : ListFiles(expectedDir, ".txt")) {
+    // DOC.SET.txt: the document is up to the first dot, the set up to ".txt".
+    const std::size_t dot = file.find('.');
+    if (dot == std::string::npos || dot + 1 >= file.size() - 4)
+      continue;
+    const std::string document = file.substr(0, dot);
+    const std::string set = file.substr(dot + 1, file.size() - 4 - (dot + 1));
+    const auto found = sets.find(set);
+    if (found == sets.end())
+      continue;
+    const bool corrected = !correctionsDir.empty() && Exists(correctionsDir + "/" + file);
+    std::string name = label + "_" + document + "_" + set;
+    std::replace_if(
+        name.begin(), name.end(), [](char c) { return !std::isalnum(c) && c != '_'; }, '_');
+    cases.push_back({name, documentDir + "/" + document + ".json",
+                     (corrected ? correctionsDir : expectedDir) + "/" + file, found->second});
+  }
+}
+
+}  // namespace
+
+std::vector<GoldenCase> GoldenCases() {
+  std::vector<GoldenCase> cases;
+  const std::string reference = std::string(OMTEXT_TEST_DATA) + "/reference";
+  AddGoldenCases("reference", reference, reference, reference + "-corrections", cases);
+  AddGoldenCases("example", OMTEXT_EXAMPLES, std::string(OMTEXT_EXAMPLES) + "/expected", "", cases);
+  return cases;
 }
 
 }  // namespace omtext::testing

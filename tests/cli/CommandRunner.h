@@ -1,6 +1,7 @@
 // Runs the built omtext command through the shell for tests (arguments,
 // standard input from a file; output, error text, exit status), with the
-// scratch directories and file helpers the command and destination tests share.
+// scratch directories, file helpers and kept renderings the command and
+// destination tests share.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -34,6 +35,20 @@ int LockFile(const std::string& path);
 // given, replaces the redirection of standard output ("> /dev/full").
 CommandResult RunCommand(const std::vector<std::string>& arguments, const std::string& stdinPath,
                          const std::string& dir, const std::string& redirect = "");
+
+// A kept rendering: the document, the options it was rendered with and the
+// file holding the expected text.
+struct GoldenCase {
+  std::string name;  // letters, digits and "_", for a test's name
+  std::string document;
+  std::string expected;
+  std::vector<std::string> options;
+};
+// Names a case in failure messages instead of dumping its bytes.
+void PrintTo(const GoldenCase& golden, std::ostream* out);
+// Every DOC.SET.txt of tests/data/reference (or its correction) and of
+// examples/expected whose SET is a line of the folder's options.txt.
+std::vector<GoldenCase> GoldenCases();
 
 // A fresh scratch directory under /tmp, and its removal.
 std::string MakeScratchDirectory();

@@ -7,10 +7,11 @@
 #include <unistd.h>
 
 #include <fcntl.h>
+
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -136,67 +137,19 @@ TEST_F(WidthCommand, AutoWithoutTerminalTakesColumnsElseNoLimit) {
   }
 }
 
-TEST_F(WidthCommand, ColumnsLineUpTheCitiesTable) {
-  // Each body line of the cities table is as wide on screen as the first.
-  const std::string out = Render({"--display-width", "columns"});
-  std::istringstream lines(out);
-  std::string line;
-  std::vector<std::size_t> widths;
-  while (std::getline(lines, line)) {
-    if (!line.empty() && line[0] == '|') {
-      std::size_t columns = 0;
-      for (std::size_t i = 0; i < line.size(); ++i) {
-        const auto c = static_cast<unsigned char>(line[i]);
-        if ((c & 0xC0) == 0x80)
-          continue;
-        // The table's wide characters are CJK and Hangul, 3 bytes each.
-        columns += c >= 0xE3 && c <= 0xED ? 2 : 1;
-      }
-      widths.push_back(columns);
-    }
-  }
-  ASSERT_GT(widths.size(), 10u);
-  for (const std::size_t width : widths)
-    EXPECT_EQ(width, widths.front());
-}
-
 // Every kept rendering of an ASCII document, with the same options and
 // --display-width columns.
 TEST_F(WidthCommand, AsciiRenderingsAreTheSameInColumns) {
   int compared = 0;
-  const std::string reference = std::string(OMTEXT_TEST_DATA) + "/reference";
-  const std::string corrections = reference + "-corrections";
-  const std::string examples = OMTEXT_EXAMPLES;
-  for (const auto& [documents, expected] : std::vector<std::pair<std::string, std::string>>{
-           {reference, reference}, {examples, examples + "/expected"}}) {
-    std::istringstream sets(ReadFile(documents + "/options.txt"));
-    for (std::string set; std::getline(sets, set);) {
-      const std::size_t tab = set.find('\t');
-      if (set.empty() || set[0] == '#' || tab == std::string::npos)
-        continue;
-      std::vector<std::string> arguments;
-      std::istringstream words(set.substr(tab + 1));
-      for (std::string word; words >> word;)
-        arguments.push_back(word);
-      const std::string name = set.substr(0, tab);
-      for (const std::string& file : omtext::testing::ListFiles(expected, "." + name + ".txt")) {
-        const std::string document = documents + "/" + file.substr(0, file.find('.')) + ".json";
-        const std::string text = ReadFile(document);
-        bool ascii = true;
-        for (const char c : text)
-          ascii = ascii && static_cast<unsigned char>(c) < 0x80;
-        const std::string kept = omtext::testing::Exists(corrections + "/" + file)
-                                     ? corrections + "/" + file
-                                     : expected + "/" + file;
-        if (!ascii || !omtext::testing::Exists(document))
-          continue;
-        std::vector<std::string> columns = arguments;
-        columns.insert(columns.end(), {"--display-width", "columns", document});
-        const Result result = Run(columns);
-        EXPECT_EQ(result.out, ReadFile(kept)) << file;
-        ++compared;
-      }
-    }
+  for (const omtext::testing::GoldenCase& golden : omtext::testing::GoldenCases()) {
+    const std::string text = ReadFile(golden.document);
+    if (!std::all_of(text.begin(), text.end(),
+                     [](char c) { return static_cast<unsigned char>(c) < 0x80; }))
+      continue;
+    std::vector<std::string> arguments = golden.options;
+    arguments.insert(arguments.end(), {"--display-width", "columns", golden.document});
+    EXPECT_EQ(Run(arguments).out, ReadFile(golden.expected)) << golden.name;
+    ++compared;
   }
   EXPECT_GT(compared, 20);
 }

@@ -1,6 +1,6 @@
 // The text file destination with real files in a scratch directory: what each
-// notification writes, the byte order mark, and how file problems and failed
-// writes are reported.
+// notification writes, and how file problems and failed writes are reported.
+// The command's destination tests pin the byte order mark in each encoding.
 #include "destination/TextTreeVisitor.h"
 
 #include <gtest/gtest.h>
@@ -14,7 +14,6 @@
 #include "host/output/OmHeading.h"
 #include "host/output/OmOutputTree.h"
 #include "host/platform/BpError.h"
-#include "host/platform/OmPlatform.h"
 
 namespace {
 
@@ -32,10 +31,6 @@ class TextTreeVisitorTest : public omtext::testing::Scratch<> {
           reports.push_back(text + " (" + std::to_string(show) + ", " + std::to_string(level) +
                             ")");
         }) {}
-  void TearDown() override {
-    Scratch::TearDown();
-    OmSetEncoding(OmEncoding::Utf8);
-  }
 
   void Heading(const std::string& text, int level) {
     tree.Append(std::make_unique<OmHeading>(text), level);
@@ -77,13 +72,11 @@ TEST_F(TextTreeVisitorTest, EachSpecificationReplacesItsFileAndClosesThePrevious
   destination.EndProcedure(tree);
   destination.Close();
   EXPECT_EQ(ReadFile(Path("second.txt")), kMark + "two\n");
-  // Only UTF-8 mode marks the file.
-  OmSetEncoding(OmEncoding::SingleByte);
   Accept(destination, Path("first.txt"), "");
   destination.LogLine("line");
   destination.Close();
   EXPECT_FALSE(destination.isFileOK());
-  EXPECT_EQ(ReadFile(Path("first.txt")), "line\n");
+  EXPECT_EQ(ReadFile(Path("first.txt")), kMark + "line\n");
 }
 
 TEST_F(TextTreeVisitorTest, FileProblemsAreReportedWithTheSpecificationAsTyped) {

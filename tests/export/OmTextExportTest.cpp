@@ -269,16 +269,6 @@ TEST_F(PivotTableVisit, DefaultPageLengthBreaksBeforeEveryLayer) {
   EXPECT_EQ(Visit(), "T\na\t\nva\nT\nb\t\nvb\n\n");
 }
 
-TEST_F(PivotTableVisit, SeparatingLineIsCountedEvenAfterABreak) {
-  // Layers of 2 lines on pages of 4, after 1 line: a fits (1 + 2); b breaks
-  // (3 + 2) and counts 2 + 1, so c breaks too. Counting only printed lines
-  // would have put c after an empty line.
-  Layered({"a", "b", "c"});
-  options.KeepFootNotesAndCaption(false);
-  options.NumLinesPerPage(4);
-  EXPECT_EQ(Visit(1), "T\na\t\nva\nT\nb\t\nvb\nT\nc\t\nvc\n\n");
-}
-
 TEST_F(PivotTableVisit, SeparatingLineThatFillsThePageLeavesTheLayersCountAlone) {
   // Pages of 2 without titles: after layer a the separating line fills the
   // page and breaks it, but b's heading still sees the count from before the

@@ -1,6 +1,7 @@
 // Loading output documents: the parts and tables built, independence from
-// key order, the dense data form, and every rejection with the line and
-// column of the offending value.
+// key order, the dense data form, and the rejections the command's bad-input
+// corpus cannot reach (values held until a later key gives them meaning,
+// reads across the reader's chunks).
 #include "loader/OmDocumentLoader.h"
 
 #include <gtest/gtest.h>
@@ -73,89 +74,21 @@ OmPivotTable& FirstTable(OmOutputTree& tree) {
   return *dynamic_cast<OmPivotTable*>(tree.Begin().Value());
 }
 
-TEST(OmDocumentLoader, ByteOrderMarkAndEscapesAreReadAndBadJsonRejectedAtItsPosition) {
-  EXPECT_TRUE(Load("\xEF\xBB\xBF{\"output\": []}").Empty());
+TEST(OmDocumentLoader, EscapesAreDecodedAndAByteOrderMarkIsNoColumn) {
   OmOutputTree tree = Load(R"({"output": [{"type": "heading", "text": "a\u00e9\t\"\u0000b"}]})");
   EXPECT_EQ(static_cast<OmHeading*>(tree.Begin().Value())->Text().GetText(),
             std::string("a\xC3\xA9\t\"\0b", 7));
-  EXPECT_EQ(Rejection(""), "1:1: invalid JSON: the document is empty");
-  EXPECT_EQ(Rejection("{\"output\": [\n  {\"type\": \"heading\",}]}"),
-            "2:22: invalid JSON: missing a name for object member");
-  EXPECT_EQ(Rejection("{\"output\": []} []"),
-            "1:16: invalid JSON: the document root must not be followed by other values");
-  EXPECT_EQ(Rejection("{\"output\": [\"\xFF\"]}").substr(0, 28), "1:14: invalid JSON: invalid ");
-  EXPECT_EQ(Rejection(std::string("{\"output\": []}\0{}", 17)),
-            "1:15: the document holds a NUL byte");
-  EXPECT_EQ(Rejection(R"({"output": [{"type": "heading", "text": "\udc00"}]})"),
-            "1:41: the string is not valid UTF-8 (an escape encodes a lone surrogate)");
-  // A byte order mark does not count as a column.
   EXPECT_EQ(Rejection("\xEF\xBB\xBF{\"output\": 1}"),
             "1:12: expected a list of parts for \"output\", found a number");
 }
 
-TEST(OmDocumentLoader, RejectsSchemaErrorsAtTheOffendingValue) {
-  EXPECT_EQ(Rejection("[]"), "1:1: expected the document object {\"output\": [...]}, found a list");
-  EXPECT_EQ(Rejection("{}"), "1:1: missing key \"output\" in the document");
-  EXPECT_EQ(Rejection(R"({"output": [], "extra": 1})"),
-            "1:16: unknown key \"extra\" in the document");
-  EXPECT_EQ(Rejection(R"({"output": [], "output": []})"), "1:16: repeated key \"output\"");
-  EXPECT_EQ(Rejection(R"({"output": [1]})"), "1:13: expected a part (an object), found a number");
-  EXPECT_EQ(Rejection("{\"output\": [\n {\"text\": \"x\"}]}"),
-            "2:2: missing key \"type\" in a part");
-  EXPECT_EQ(Rejection(R"({"output": [{"type": "para"}]})"), "1:22: unknown part type \"para\"");
-  EXPECT_EQ(Rejection(R"({"output": [{"type": "heading"}]})"),
-            "1:13: missing key \"text\" in a \"heading\" part");
-  EXPECT_EQ(Rejection(R"({"output": [{"type": "heading", "text": ["x"]}]})"),
-            "1:41: expected a string for \"text\", found a list");
-  EXPECT_EQ(Rejection(R"({"output": [{"type": "text", "lines": ["x", 2]}]})"),
-            "1:45: expected a string in \"lines\", found a number");
-  EXPECT_EQ(Rejection(R"({"output": [{"type": "chart", "selected": "yes"}]})"),
-            "1:43: expected a boolean for \"selected\", found a string");
-  EXPECT_EQ(Rejection(R"({"output": [{"type": "chart", "colour": 1}]})"),
-            "1:31: key \"colour\" is not allowed in a \"chart\" part");
-  EXPECT_EQ(Rejection(R"({"output": [{"type": "heading", "text": "a", "text": "b"}]})"),
-            "1:46: repeated key \"text\"");
-  // Before "type" is known a key is accepted provisionally and checked when
-  // the type arrives, at the key's own position.
+TEST(OmDocumentLoader, KeysBeforeTheTypeAreCheckedAtTheirOwnPosition) {
   EXPECT_EQ(Rejection(R"({"output": [{"subtitle": "s", "type": "heading", "text": "x"}]})"),
             "1:14: key \"subtitle\" is not allowed in a \"heading\" part");
   EXPECT_EQ(Rejection(R"({"output": [{"title": "t", "type": "text", "lines": []}]})"),
             "1:14: key \"title\" is not allowed in a \"text\" part");
-}
-
-TEST(OmDocumentLoader, PartsAndCategoriesNestedBeyondAThousandLevelsAreRefused) {
-  std::string parts = "{\"output\": [";
-  std::string groups;
-  for (int i = 0; i < 1100; ++i) {
-    parts += R"({"type": "heading", "text": "x", "children": [)";
-    groups += R"({"group": "g", "categories": [)";
-  }
-  groups += "\"leaf\"";
-  for (int i = 0; i < 1100; ++i)
-    parts += "]}", groups += "]}";
-  EXPECT_NE(Rejection(parts + "]}").find(": parts are nested more than 1000 levels deep"),
-            std::string::npos);
-  EXPECT_NE(Rejection(Table(R"("dimensions": [{"label": "L", "axis": "row", "categories": [)" +
-                            groups + "]}]"))
-                .find(": categories are nested more than 1000 levels deep"),
-            std::string::npos);
-}
-
-TEST(OmDocumentLoader, MessagesAreOneLineOfWholeCharacters) {
-  // Quoted keys and values show control characters as escapes.
-  EXPECT_EQ(Rejection(R"({"output": [{"type": "head\ning"}]})"),
-            "1:22: unknown part type \"head\\ning\"");
-  EXPECT_EQ(Rejection(R"({"output": [{"type": "chart", "\r\t\u0001": 1}]})"),
-            "1:31: key \"\\r\\t\\u0001\" is not allowed in a \"chart\" part");
-  // A long key is cut at 40 bytes, or before a character that spans the cut.
-  EXPECT_EQ(
-      Rejection(R"({"output": [{"type": "chart", ")" + std::string(39, 'k') + "\u00e9z\": 1}]}"),
-      "1:31: key \"" + std::string(39, 'k') + "...\" is not allowed in a \"chart\" part");
-  // Keys are checked for escaped lone surrogates like any other string.
-  EXPECT_EQ(Rejection(R"({"output": [{"\udc00": 1}]})"),
-            "1:14: the string is not valid UTF-8 (an escape encodes a lone surrogate)");
-  EXPECT_EQ(Rejection("{\"output\": [\"a\tb\"]}"),
-            "1:15: invalid JSON: a control character in a string must be written as an escape");
+  EXPECT_EQ(Rejection(R"({"output": [{"type": "chart", "colour": 1}]})"),
+            "1:31: key \"colour\" is not allowed in a \"chart\" part");
 }
 
 TEST(OmDocumentLoader, ReadsAcrossChunkBoundaries) {
@@ -213,19 +146,12 @@ TEST(PivotTableLoading, NumbersAreReadToTheNearestDouble) {
   // Plain decimals of up to 15 digits are read without the general parser;
   // both paths must give the double nearest to the text, as strtod does.
   std::mt19937 random(7);
-  std::vector<std::string> numbers = {"0",
-                                      "-0",
-                                      "-0.0",
-                                      "0.1",
-                                      "0.3",
-                                      "9007199254740993",
-                                      "123456789012345",
-                                      "1234567890123456",
-                                      "0.000000000000001",
-                                      "999999999999999.9",
-                                      "1e5",
-                                      "-2.5E-3",
-                                      "17.00"};
+  std::vector<std::string> numbers;
+  std::istringstream fixed(
+      "0 -0 -0.0 0.1 0.3 9007199254740993 123456789012345 1234567890123456 "
+      "0.000000000000001 999999999999999.9 1e5 -2.5E-3 17.00");
+  for (std::string number; fixed >> number;)
+    numbers.push_back(number);
   auto digit = [&](char low) {
     return static_cast<char>(low + static_cast<int>(random() % 10U) % ('9' - low + 1));
   };
@@ -260,105 +186,6 @@ TEST(PivotTableLoading, NumbersAreReadToTheNearestDouble) {
     const double value = cell->Value();
     EXPECT_EQ(std::memcmp(&expected, &value, sizeof value), 0) << numbers[i];
   }
-}
-
-TEST(PivotTableLoading, IndexErrorsPointAtTheOffendingEntry) {
-  const std::string dims =
-      R"("dimensions": [{"label": "R", "axis": "row", "categories": ["a", "b"]}], )";
-  EXPECT_REJECTED_AT(Table(dims + R"("cells": [[`[0, 1], 5]])"),
-                     "the index has 2 entries; the table has 1 dimension");
-  EXPECT_REJECTED_AT(Table(dims + R"("cells": [[[`2], 5]])"),
-                     "leaf position 2 is out of range: dimension 0 has 2 leaves");
-  EXPECT_REJECTED_AT(Table(dims + R"("cells": [[[1], 5], [`[1], 6]])"),
-                     "this index appears twice in \"cells\"");
-  EXPECT_REJECTED_AT(Table(dims + R"("cells": [[[`-1], 5]])"),
-                     "leaf position -1 is out of range (0 to 2147483647)");
-  EXPECT_REJECTED_AT(Table(dims + R"("cells": [[[`1.0], 5]])"),
-                     "leaf position must be an integer, without fraction or exponent");
-  EXPECT_REJECTED_AT(Table(dims + R"("cells": [[[1], 5, `6]])"),
-                     "a cell entry is a list [INDEX, CELL]");
-  EXPECT_REJECTED_AT(Table(dims + R"("cells": [[`5, [1]]])"),
-                     "expected an index (a list of leaf positions) in a cell entry");
-  // Cells before dimensions are checked when they arrive, at the cells' positions.
-  EXPECT_REJECTED_AT(Table(R"("cells": [[[`3], 5]], )" + dims.substr(0, dims.size() - 2)),
-                     "leaf position 3 is out of range: dimension 0 has 2 leaves");
-}
-
-TEST(PivotTableLoading, DataShapeErrors) {
-  const std::string dims =
-      R"("dimensions": [{"label": "R", "axis": "row", "categories": ["a", "b"]},
-                        {"label": "C", "axis": "column", "categories": ["x"]}], )";
-  const std::string shape = "this list of \"data\" must have one entry per leaf of dimension ";
-  EXPECT_REJECTED_AT(Table(dims + R"("data": `[[1]])"), shape + "0 (2), not 1");
-  EXPECT_REJECTED_AT(Table(dims + R"("data": `[[1], [2], [3]])"), shape + "0 (2), not 3 or more");
-  EXPECT_REJECTED_AT(Table(dims + R"("data": [`[1, 2], [3]])"), shape + "1 (1), not 2 or more");
-  EXPECT_REJECTED_AT(Table(dims + R"("data": [`1, 2])"),
-                     "expected a list in \"data\", found a cell");
-  EXPECT_REJECTED_AT(Table(dims + R"("data": [[`[1]], [2]])"),
-                     "expected a cell or null in \"data\", found a list");
-  EXPECT_REJECTED_AT(Table(dims + R"("data": `5)"), "expected a list for \"data\", found a number");
-  EXPECT_REJECTED_AT(Table(R"("data": `[5])"),
-                     "expected a cell or null for \"data\", found a list");
-  EXPECT_REJECTED_AT(Table(R"("data": 1, `"cells": [])"),
-                     "a table has \"cells\" or \"data\", not both");
-}
-
-TEST(PivotTableLoading, CellAndFootnoteErrors) {
-  EXPECT_REJECTED_AT(Table(R"("title": `{"text": "x", "value": 1})"),
-                     "a cell has \"text\" or \"value\", not both");
-  EXPECT_REJECTED_AT(Table(R"("title": `{"footnotes": []})"), "a cell needs \"text\" or \"value\"");
-  EXPECT_REJECTED_AT(Table(R"("title": {"text": "x", `"decimals": 1})"),
-                     "\"decimals\" is only allowed with \"value\"");
-  EXPECT_REJECTED_AT(Table(R"("title": {"value": 1, "decimals": `21})"),
-                     "\"decimals\" 21 is out of range (0 to 20)");
-  EXPECT_REJECTED_AT(Table(R"("title": {"value": 1, `"colour": 1})"),
-                     "unknown key \"colour\" in a cell");
-  EXPECT_REJECTED_AT(Table(R"("title": `true)"), "expected a cell for \"title\", found a boolean");
-  // The reader itself refuses numbers beyond a double's range.
-  EXPECT_NE(Rejection(Table(R"("title": {"value": 1e999})")).find(": invalid JSON: number too big"),
-            std::string::npos);
-  // Footnote numbers are checked against the list once the table is read,
-  // wherever "footnotes" stands.
-  EXPECT_REJECTED_AT(
-      Table(R"("title": {"text": "x", "footnotes": [0, `2]}, "footnotes": ["a", "b"])"),
-      "footnote number 2 is out of range: the table has 2 footnotes");
-  EXPECT_REJECTED_AT(Table(R"("footnotes": ["a"], "title": {"text": "x", "footnotes": [`40000]})"),
-                     "footnote number 40000 is out of range (0 to 32767)");
-  EXPECT_REJECTED_AT(Table(R"("footnotes": [`1])"),
-                     "expected a string in \"footnotes\", found a number");
-}
-
-TEST(PivotTableLoading, DimensionAndCategoryErrors) {
-  auto dimension = [](const std::string& keys) { return Table(R"("dimensions": [)" + keys + "]"); };
-  EXPECT_REJECTED_AT(dimension(R"(`{"axis": "row", "categories": []})"),
-                     "missing key \"label\" in a dimension");
-  EXPECT_REJECTED_AT(dimension(R"(`{"label": "L", "axis": "row"})"),
-                     "missing key \"categories\" in a dimension");
-  EXPECT_REJECTED_AT(dimension(R"({"label": "L", "axis": `"diagonal", "categories": []})"),
-                     "unknown axis \"diagonal\" (row, column or layer)");
-  EXPECT_REJECTED_AT(dimension(R"({"label": "L", "axis": "row", "categories": [], `"sort": 1})"),
-                     "unknown key \"sort\" in a dimension");
-  EXPECT_REJECTED_AT(
-      dimension(R"({"label": "L", "axis": "row", "categories": ["a"], `"current": 0})"),
-      "\"current\" is only allowed on a layer dimension");
-  EXPECT_REJECTED_AT(
-      dimension(R"({"label": "L", "axis": "layer", "categories": ["a"], `"current": 1})"),
-      "\"current\" leaf position 1 is out of range: the dimension has 1 leaf");
-  EXPECT_REJECTED_AT(
-      dimension(
-          R"({"label": "L", "axis": "row", "categories": [{"group": "g", `"categories": []}]})"),
-      "a group needs at least one category");
-  EXPECT_REJECTED_AT(dimension(R"({"label": "L", "axis": "row", "categories": [`{"group": "g"}]})"),
-                     "missing key \"categories\" in a group");
-  EXPECT_REJECTED_AT(
-      dimension(R"({"label": "L", "axis": "row", "categories": [`{"categories": ["a"]}]})"),
-      "missing key \"group\" in a group");
-  EXPECT_REJECTED_AT(
-      dimension(
-          R"({"label": "L", "axis": "row", "categories": [{"group": "g", "categories": ["a"], `"x": 1}]})"),
-      "unknown key \"x\" in a group");
-  EXPECT_REJECTED_AT(dimension(R"({"label": "L", "axis": "row", "categories": [`true]})"),
-                     "expected a category (a cell or a group), found a boolean");
 }
 
 // A table part written in the usual key order ("type" first, "dimensions"
