@@ -379,6 +379,29 @@ std::int32_t OmWinStringFolder::GetMinimumColumnWidth(OmFormattedNode& node, std
   return ClampToInt32(result);
 }
 
+bool OmWinStringFolder::MeasureUnfolded(const std::string& text, std::int32_t rows,
+                                        std::int32_t width, std::int32_t& minimum) {
+  const std::size_t size = text.size();
+  if (rows < 1 || size == 0)
+    return false;
+  // Any blank or line break may be a fold point (or a trailing blank to
+  // trim); a text without one has none, whatever its encoding.
+  for (const char c : text) {
+    if (c == ' ' || IsLineBreak(c))
+      return false;
+  }
+  const Data& data = *mData;
+  std::int64_t w = width;
+  if (data.widthRestriction != -1)
+    w = std::min<std::int64_t>(w, data.widthRestriction);
+  const std::int64_t shown = data.measure.CountsColumns() ? ColumnWidths::Of(text.data(), size)
+                                                          : ByteWidths::Of(text.data(), size);
+  if (data.widthRestriction != -1 && shown > w)
+    return false;
+  minimum = ClampToInt32(std::min(shown, kInt32Max));
+  return true;
+}
+
 std::int32_t OmWinStringFolder::SplitString(OmFormattedNode& node, std::int32_t width,
                                             std::vector<std::string>& lines, bool pad) {
   std::int64_t fast = 0;

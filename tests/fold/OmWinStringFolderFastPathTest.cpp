@@ -2,7 +2,8 @@
 // fold points, folding to itself on one line) gives exactly what the full
 // fold gives. A fold point past the end of the text is ignored by the fold
 // but keeps the node off the shortcut, so the two paths can be compared on
-// the same text.
+// the same text. Measuring a text without a node, where the folder offers
+// it, gives the same minimum width.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -63,6 +64,11 @@ TEST(OmWinStringFolderFastPath, SameAsTheFullFold) {
                   EXPECT_EQ(fast.count, slow.count);
                   EXPECT_EQ(fast.minimum, slow.minimum);
                   EXPECT_EQ(fast.newLines, slow.newLines);
+                  // Measuring without a node, where the folder offers it.
+                  std::int32_t minimum = 0;
+                  if (columns == 1 && folder.MeasureUnfolded(text, rows, width, minimum)) {
+                    EXPECT_EQ(minimum, slow.minimum);
+                  }
                   ++compared;
                 }
               }
