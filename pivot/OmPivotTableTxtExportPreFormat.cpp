@@ -26,8 +26,7 @@ void OmPivotTableTxtExport::Data::AddMeasuredNode(std::int32_t col, std::string 
     if (mColumnWidths[static_cast<std::size_t>(col)] != 0)
       return;
     std::int32_t minimum = 0;
-    if (columns == 1 && extra == 0 &&
-        mStringFolder->MeasureUnfolded(text, lines, width, minimum)) {
+    if (columns == 1 && extra == 0 && mStringFolder->MeasureUnfolded(text, lines, width, minimum)) {
       width = std::max(width, minimum);
       if (!mWidestCharacters.empty()) {
         std::int64_t& widest = mWidestCharacters[static_cast<std::size_t>(col)];

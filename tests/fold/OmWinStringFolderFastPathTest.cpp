@@ -24,7 +24,7 @@ struct Result {
 };
 
 Result FoldBoth(OmWinStringFolder& folder, const std::string& text, std::int32_t columns,
-           std::int32_t rows, std::int32_t extra, std::int32_t width, bool pad, bool full) {
+                std::int32_t rows, std::int32_t extra, std::int32_t width, bool pad, bool full) {
   Result result;
   std::unique_ptr<OmFormattedNode> node = folder.MakeNode(text, columns, rows, extra);
   if (full)
@@ -38,7 +38,7 @@ Result FoldBoth(OmWinStringFolder& folder, const std::string& text, std::int32_t
 }
 
 TEST(OmWinStringFolderFastPath, SameAsTheFullFold) {
-  const std::vector<std::string> texts = {"x",        " ",      "12345.67", "-0.5",
+  const std::vector<std::string> texts = {"x",        " ",      "12345.67",  "-0.5",
                                           "abcdefgh", "日本語", "e\xCC\x81", "a"};
   int compared = 0;
   for (const OmDisplayWidth measure : {OmDisplayWidth::Bytes, OmDisplayWidth::Columns}) {
