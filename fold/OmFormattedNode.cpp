@@ -3,54 +3,42 @@
 
 #include <utility>
 
-struct OmFormattedNode::Data {
-  std::string text;
-  std::int32_t length = 0;
-  std::int32_t columns = 1;
-  std::int32_t rows = 1;
-  std::int32_t newLines = 0;
-  std::int32_t extraWidth = 0;
-  std::vector<std::int32_t> foldPoints;
-};
-
-OmFormattedNode::OmFormattedNode() : mData(std::make_unique<Data>()) {}
+OmFormattedNode::OmFormattedNode() = default;
 
 OmFormattedNode::OmFormattedNode(std::string text, std::int32_t columns, std::int32_t rows,
                                  std::int32_t extraWidth, std::int32_t length)
-    : mData(std::make_unique<Data>()) {
-  mData->text = std::move(text);
-  mData->length = length;
-  mData->columns = columns;
-  mData->rows = rows;
-  mData->extraWidth = extraWidth;
-}
+    : mText(std::move(text)),
+      mLength(length),
+      mColumns(columns),
+      mRows(rows),
+      mExtraWidth(extraWidth) {}
 
 OmFormattedNode::~OmFormattedNode() = default;
 
 bool OmFormattedNode::IsEmpty() const {
-  return mData->text.empty();
+  return mText.empty();
 }
 std::int32_t OmFormattedNode::NRows() const {
-  return mData->rows;
+  return mRows;
 }
 std::int32_t OmFormattedNode::NColumns() const {
-  return mData->columns;
+  return mColumns;
 }
 std::int32_t OmFormattedNode::ExtraWidth() const {
-  return mData->extraWidth;
+  return mExtraWidth;
 }
 std::int32_t OmFormattedNode::NNewLines() const {
-  return mData->newLines;
+  return mNewLines;
 }
 void OmFormattedNode::NNewLines(std::int32_t count) {
-  mData->newLines = count;
+  mNewLines = count;
 }
 std::vector<std::int32_t>& OmFormattedNode::FoldPoints() {
-  return mData->foldPoints;
+  return mFoldPoints;
 }
 std::string& OmFormattedNode::String() {
-  return mData->text;
+  return mText;
 }
 std::int32_t OmFormattedNode::Length() const {
-  return mData->length;
+  return mLength;
 }

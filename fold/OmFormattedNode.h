@@ -5,7 +5,6 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -45,6 +44,13 @@ class OmFormattedNode {
   std::int32_t Length() const;
 
  private:
-  struct Data;
-  std::unique_ptr<Data> mData;
+  // Held in the node itself: a layer makes a node for every cell, and one
+  // allocation per node is cheaper than two.
+  std::string mText;
+  std::int32_t mLength = 0;
+  std::int32_t mColumns = 1;
+  std::int32_t mRows = 1;
+  std::int32_t mNewLines = 0;
+  std::int32_t mExtraWidth = 0;
+  std::vector<std::int32_t> mFoldPoints;
 };

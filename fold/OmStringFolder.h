@@ -45,6 +45,19 @@ class OmStringFolder {
   // span. May be zero or negative for a spanning cell. Sets the node's
   // new-lines count.
   virtual std::int32_t GetMinimumColumnWidth(OmFormattedNode& node, std::int32_t width) = 0;
+  // For a one-column cell of rows >= 1 lines without extra width: when its
+  // text would give a node that folds to itself on one line, sets minimum to
+  // what GetMinimumColumnWidth(node, width) would return for that node and
+  // returns true, without making the node. Otherwise (and by default)
+  // returns false, and the caller makes the node.
+  virtual bool MeasureUnfolded(const std::string& text, std::int32_t rows, std::int32_t width,
+                               std::int32_t& minimum) {
+    (void)text;
+    (void)rows;
+    (void)width;
+    (void)minimum;
+    return false;
+  }
   // Word-wraps the node's text for a first column of width display positions
   // and appends the lines to lines; with pad, each line is filled out with
   // blanks to the cell's width and closed by the column separator. Returns

@@ -308,6 +308,34 @@ void OmWinStringFolder::Data::AppendFoldedLines(const std::string& text, std::in
   }
 }
 
+bool OmWinStringFolder::Data::FoldsToItself(OmFormattedNode& node, std::int32_t width,
+                                            std::int64_t& w, std::int64_t& shown) const {
+  if (node.NColumns() != 1 || node.ExtraWidth() != 0 || node.NRows() < 1 ||
+      !node.FoldPoints().empty()) {
+    return false;
+  }
+  const std::string& text = node.String();
+  const std::size_t size = text.size();
+  if (size == 0)
+    return false;
+  if (size == 1 && text[0] == ' ') {
+    // Fold() keeps a lone blank as it is, at the width unrestricted.
+    w = width;
+    shown = 1;
+  } else {
+    w = width;
+    if (widthRestriction != -1)
+      w = std::min<std::int64_t>(w, widthRestriction);
+    shown = measure.CountsColumns() ? ColumnWidths::Of(text.data(), size)
+                                    : ByteWidths::Of(text.data(), size);
+    // A word wider than the room is cut when the width is restricted.
+    if (widthRestriction != -1 && shown > w)
+      return false;
+  }
+  node.NNewLines(0);
+  return true;
+}
+
 void OmWinStringFolder::Data::TrimStorage() {
   ReleaseIfLarge(spans);
   ReleaseIfLarge(lineFirstSpan);
@@ -337,6 +365,10 @@ std::int32_t OmWinStringFolder::GetStringLength(std::string text) {
 }
 
 std::int32_t OmWinStringFolder::GetMinimumColumnWidth(OmFormattedNode& node, std::int32_t width) {
+  std::int64_t w = 0;
+  std::int64_t shown = 0;
+  if (mData->FoldsToItself(node, width, w, shown))
+    return ClampToInt32(std::min(shown, kInt32Max));
   mData->Fold(node, width);
   std::int64_t widest = 0;
   for (const std::int64_t length : mData->joiner.Lengths())
@@ -347,8 +379,66 @@ std::int32_t OmWinStringFolder::GetMinimumColumnWidth(OmFormattedNode& node, std
   return ClampToInt32(result);
 }
 
+bool OmWinStringFolder::MeasureUnfolded(const std::string& text, std::int32_t rows,
+                                        std::int32_t width, std::int32_t& minimum) {
+  const std::size_t size = text.size();
+  if (rows < 1 || size == 0)
+    return false;
+  // Any blank or line break may be a fold point (or a trailing blank to
+  // trim); a text without one has none, whatever its encoding.
+  for (const char c : text) {
+    if (c == ' ' || IsLineBreak(c))
+      return false;
+  }
+  const Data& data = *mData;
+  std::int64_t w = width;
+  if (data.widthRestriction != -1)
+    w = std::min<std::int64_t>(w, data.widthRestriction);
+  const std::int64_t shown = data.measure.CountsColumns() ? ColumnWidths::Of(text.data(), size)
+                                                          : ByteWidths::Of(text.data(), size);
+  if (data.widthRestriction != -1 && shown > w)
+    return false;
+  minimum = ClampToInt32(std::min(shown, kInt32Max));
+  return true;
+}
+
 std::int32_t OmWinStringFolder::SplitString(OmFormattedNode& node, std::int32_t width,
                                             std::vector<std::string>& lines, bool pad) {
+  std::int64_t fast = 0;
+  std::int64_t fastShown = 0;
+  if (mData->FoldsToItself(node, width, fast, fastShown)) {
+    // As AppendFoldedLines() would write them: the text padded to the
+    // width and closed, then the empty lines up to NRows().
+    const std::int64_t full = ClampToInt32(fast);
+    const std::size_t padTo = pad && full > 0 ? static_cast<std::size_t>(full) : 0;
+    const std::string& separator = mData->columnSeparator;
+    const std::string& text = node.String();
+    const std::size_t before = lines.size();
+    const auto rows = static_cast<std::size_t>(node.NRows());
+    lines.reserve(before + rows);
+    std::string line;
+    line.reserve(std::max(text.size(), padTo) + (pad ? separator.size() : 0));
+    line.append(text);
+    if (pad) {
+      const std::size_t shown = mData->measure.CountsColumns()
+                                    ? static_cast<std::size_t>(mData->measure.Width(line))
+                                    : line.size();
+      if (shown < padTo)
+        line.append(padTo - shown, ' ');
+      line.append(separator);
+    }
+    lines.push_back(std::move(line));
+    for (std::size_t i = 1; i < rows; ++i) {
+      std::string blank;
+      if (pad) {
+        blank.reserve(padTo + separator.size());
+        blank.append(padTo, ' ');
+        blank.append(separator);
+      }
+      lines.push_back(std::move(blank));
+    }
+    return ClampToInt32(static_cast<std::int64_t>(lines.size() - before));
+  }
   const std::int32_t w = ClampToInt32(mData->Fold(node, width));
   const std::int64_t full =
       (std::int64_t{node.NColumns()} - 1) * mData->separatorWidth + node.ExtraWidth() + w;

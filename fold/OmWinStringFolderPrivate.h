@@ -60,6 +60,15 @@ struct OmWinStringFolder::Data {
   // closed by the column separator when pad is set.
   void AppendFoldedLines(const std::string& text, std::int64_t full, bool pad,
                          std::vector<std::string>& lines) const;
+  // The common cell: one column, no extra width, at least one row, text
+  // without fold points (no blanks or line breaks inside it) that folds to
+  // itself on one line. Then sets the node's new-lines count to 0, stores in
+  // w the width Fold() would return and in shown the text's display width,
+  // and returns true; else returns false and changes nothing. Fold() would
+  // give the same lines, one of the text and NRows() - 1 empty ones, without
+  // the working storage.
+  bool FoldsToItself(OmFormattedNode& node, std::int32_t width, std::int64_t& w,
+                     std::int64_t& shown) const;
   // Releases working storage that a huge cell made grow.
   void TrimStorage();
 

@@ -20,6 +20,21 @@ void OmPivotTableTxtExport::Data::AddMeasuredNode(std::int32_t col, std::string 
                                                   std::int32_t columns, std::int32_t lines,
                                                   std::int32_t extra, std::int32_t& width,
                                                   NodeList* nodes) {
+  if (nodes == nullptr) {
+    // Measuring only: a planned column has nothing to learn from the cell,
+    // and a cell that folds to itself is measured without a node.
+    if (mColumnWidths[static_cast<std::size_t>(col)] != 0)
+      return;
+    std::int32_t minimum = 0;
+    if (columns == 1 && extra == 0 && mStringFolder->MeasureUnfolded(text, lines, width, minimum)) {
+      width = std::max(width, minimum);
+      if (!mWidestCharacters.empty()) {
+        std::int64_t& widest = mWidestCharacters[static_cast<std::size_t>(col)];
+        widest = std::max(widest, OmTextMeasure::WidestCharacter(text));
+      }
+      return;
+    }
+  }
   std::unique_ptr<OmFormattedNode> node =
       mStringFolder->MakeNode(std::move(text), columns, lines, extra);
   if (mColumnWidths[static_cast<std::size_t>(col)] == 0) {

@@ -1,0 +1,84 @@
+// The folder's shortcut for the common cell (one column, no extra width, no
+// fold points, folding to itself on one line) gives exactly what the full
+// fold gives. A fold point past the end of the text is ignored by the fold
+// but keeps the node off the shortcut, so the two paths can be compared on
+// the same text. Measuring a text without a node, where the folder offers
+// it, gives the same minimum width.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "fold/OmFormattedNode.h"
+#include "fold/OmWinStringFolder.h"
+
+namespace {
+
+struct Result {
+  std::vector<std::string> lines;
+  std::int32_t count = 0;
+  std::int32_t minimum = 0;
+  std::int32_t newLines = -1;
+};
+
+Result FoldBoth(OmWinStringFolder& folder, const std::string& text, std::int32_t columns,
+                std::int32_t rows, std::int32_t extra, std::int32_t width, bool pad, bool full) {
+  Result result;
+  std::unique_ptr<OmFormattedNode> node = folder.MakeNode(text, columns, rows, extra);
+  if (full)
+    node->FoldPoints().push_back(static_cast<std::int32_t>(text.size()) + 3);
+  result.minimum = folder.GetMinimumColumnWidth(*node, width);
+  if (full)
+    node->FoldPoints().push_back(static_cast<std::int32_t>(text.size()) + 4);
+  result.count = folder.SplitString(*node, width, result.lines, pad);
+  result.newLines = node->NNewLines();
+  return result;
+}
+
+TEST(OmWinStringFolderFastPath, SameAsTheFullFold) {
+  const std::vector<std::string> texts = {"x",        " ",      "12345.67",  "-0.5",
+                                          "abcdefgh", "日本語", "e\xCC\x81", "a"};
+  int compared = 0;
+  for (const OmDisplayWidth measure : {OmDisplayWidth::Bytes, OmDisplayWidth::Columns}) {
+    for (const std::string& separator : {std::string("|"), std::string(" | "), std::string()}) {
+      for (const std::int32_t restriction : {-1, 0, 1, 3, 8, 40}) {
+        OmStringFolder::Options options;
+        options.columnSeparator = separator;
+        options.rowSeparator = "_";
+        options.widthRestriction = restriction;
+        options.displayWidth = measure;
+        OmWinStringFolder folder(options);
+        for (const std::string& text : texts) {
+          for (const std::int32_t width : {-2, 0, 1, 2, 5, 8, 12}) {
+            for (const std::int32_t rows : {0, 1, 3}) {
+              for (const std::int32_t columns : {1, 2}) {
+                for (const bool pad : {false, true}) {
+                  const Result fast = FoldBoth(folder, text, columns, rows, 0, width, pad, false);
+                  const Result slow = FoldBoth(folder, text, columns, rows, 0, width, pad, true);
+                  SCOPED_TRACE(text + " width " + std::to_string(width) + " rows " +
+                               std::to_string(rows) + " restriction " +
+                               std::to_string(restriction) + " separator '" + separator + "'");
+                  EXPECT_EQ(fast.lines, slow.lines);
+                  EXPECT_EQ(fast.count, slow.count);
+                  EXPECT_EQ(fast.minimum, slow.minimum);
+                  EXPECT_EQ(fast.newLines, slow.newLines);
+                  // Measuring without a node, where the folder offers it.
+                  std::int32_t minimum = 0;
+                  if (columns == 1 && folder.MeasureUnfolded(text, rows, width, minimum)) {
+                    EXPECT_EQ(minimum, slow.minimum);
+                  }
+                  ++compared;
+                }
+              }
+            }
+          }
+        }
+      }
+    }
+  }
+  EXPECT_GT(compared, 1000);
+}
+
+}  // namespace
