@@ -80,8 +80,12 @@ class TrackingStream {
     if (IsSpace(Peek()))
       SkipSpaces();
     mToken = Here();
+    mTokenOffset = Tell();
   }
   Position Token() const { return mToken; }
+  // Whether the string just taken, decoded to length bytes, had an escape:
+  // every escape is longer than what it decodes to.
+  bool StringHadEscape(std::size_t length) const { return Tell() - mTokenOffset != length + 2; }
   Position Here() const {
     return Position{mLine, static_cast<std::int64_t>(Tell() - mLineStart) + 1};
   }
@@ -138,6 +142,7 @@ class TrackingStream {
   std::int64_t mLine = 1;
   std::size_t mLineStart = 0;
   Position mToken;
+  std::size_t mTokenOffset = 0;
 };
 
 // Found by argument-dependent lookup, in preference to the reader's own
@@ -184,14 +189,16 @@ class SaxHandler {
     if (value.size() > kMaxStringBytes) {
       Fail(at, "a string may hold at most " + std::to_string(kMaxStringBytes) + " bytes");
     }
-    CheckDecodedUtf8(value, at);
+    if (mStream.StringHadEscape(value.size()))
+      CheckDecodedUtf8(value, at);
     mDispatcher.String(value, at);
     return true;
   }
   bool Key(const char* text, rapidjson::SizeType length, bool) {
     const Position at = Next();
     const std::string_view key(text, length);
-    CheckDecodedUtf8(key, at);
+    if (mStream.StringHadEscape(key.size()))
+      CheckDecodedUtf8(key, at);
     mDispatcher.Key(key, at);
     return true;
   }

@@ -303,6 +303,20 @@ Frame* HoldFrame::Open(EventTape::Kind kind, Position at) {
 
 std::int64_t ParseInteger(std::string_view raw, Position at, std::int64_t low, std::int64_t high,
                           std::string_view what) {
+  // Most integers are a few plain digits; they need neither the search for a
+  // fraction nor the general conversion. Eighteen digits cannot overflow.
+  const bool negative = !raw.empty() && raw[0] == '-';
+  if (raw.size() > (negative ? 1U : 0U) && raw.size() <= 18) {
+    std::int64_t value = 0;
+    std::size_t i = negative ? 1 : 0;
+    for (; i < raw.size() && raw[i] >= '0' && raw[i] <= '9'; ++i)
+      value = value * 10 + (raw[i] - '0');
+    if (i == raw.size()) {
+      value = negative ? -value : value;
+      if (value >= low && value <= high)
+        return value;
+    }
+  }
   if (raw.find_first_of(".eE") != std::string_view::npos) {
     Fail(at, std::string(what) + " must be an integer, without fraction or exponent");
   }
