@@ -84,6 +84,29 @@ void ReleaseIfLarge(std::vector<T>& v) {
     std::vector<T>().swap(v);
 }
 
+// Pads a folded line to padTo display positions and closes it with the
+// column separator. Blanks are one position in either measure, so what is
+// missing in display positions is the number of blanks to add.
+void PadAndClose(std::string& line, std::size_t padTo, const std::string& separator,
+                 const OmTextMeasure& measure) {
+  const std::size_t shown =
+      measure.CountsColumns() ? static_cast<std::size_t>(measure.Width(line)) : line.size();
+  if (shown < padTo)
+    line.append(padTo - shown, ' ');
+  line.append(separator);
+}
+
+// An empty line of a cell, padded and closed when pad is set.
+std::string BlankLine(bool pad, std::size_t padTo, const std::string& separator) {
+  std::string line;
+  if (pad) {
+    line.reserve(padTo + separator.size());
+    line.append(padTo, ' ');
+    line.append(separator);
+  }
+  return line;
+}
+
 }  // namespace
 
 OmWinStringFolder::Data::Data(const OmStringFolder::Options& options)
@@ -268,7 +291,6 @@ void OmWinStringFolder::Data::AppendFoldedLines(const std::string& text, std::in
   const std::size_t count = starts.size();
   const std::size_t padTo = pad && full > 0 ? static_cast<std::size_t>(full) : 0;
   const std::size_t closing = pad ? columnSeparator.size() : 0;
-  const bool columns = measure.CountsColumns();
   lines.reserve(lines.size() + count + static_cast<std::size_t>(extraLines));
   for (std::size_t i = 0; i < count; ++i) {
     const auto firstLine = static_cast<std::size_t>(starts[i]);
@@ -286,26 +308,12 @@ void OmWinStringFolder::Data::AppendFoldedLines(const std::string& text, std::in
         line.push_back(' ');
       line.append(text, spans[s].offset, spans[s].length);
     }
-    if (pad) {
-      // Blanks are one position in either measure, so what is missing in
-      // display positions is the number of blanks to add.
-      const std::size_t shown =
-          columns ? static_cast<std::size_t>(measure.Width(line)) : line.size();
-      if (shown < padTo)
-        line.append(padTo - shown, ' ');
-      line.append(columnSeparator);
-    }
+    if (pad)
+      PadAndClose(line, padTo, columnSeparator, measure);
     lines.push_back(std::move(line));
   }
-  for (std::int64_t i = 0; i < extraLines; ++i) {
-    std::string line;
-    if (pad) {
-      line.reserve(padTo + closing);
-      line.append(padTo, ' ');
-      line.append(columnSeparator);
-    }
-    lines.push_back(std::move(line));
-  }
+  for (std::int64_t i = 0; i < extraLines; ++i)
+    lines.push_back(BlankLine(pad, padTo, columnSeparator));
 }
 
 bool OmWinStringFolder::Data::FoldsToItself(OmFormattedNode& node, std::int32_t width,
@@ -419,24 +427,11 @@ std::int32_t OmWinStringFolder::SplitString(OmFormattedNode& node, std::int32_t 
     std::string line;
     line.reserve(std::max(text.size(), padTo) + (pad ? separator.size() : 0));
     line.append(text);
-    if (pad) {
-      const std::size_t shown = mData->measure.CountsColumns()
-                                    ? static_cast<std::size_t>(mData->measure.Width(line))
-                                    : line.size();
-      if (shown < padTo)
-        line.append(padTo - shown, ' ');
-      line.append(separator);
-    }
+    if (pad)
+      PadAndClose(line, padTo, separator, mData->measure);
     lines.push_back(std::move(line));
-    for (std::size_t i = 1; i < rows; ++i) {
-      std::string blank;
-      if (pad) {
-        blank.reserve(padTo + separator.size());
-        blank.append(padTo, ' ');
-        blank.append(separator);
-      }
-      lines.push_back(std::move(blank));
-    }
+    for (std::size_t i = 1; i < rows; ++i)
+      lines.push_back(BlankLine(pad, padTo, separator));
     return ClampToInt32(static_cast<std::int64_t>(lines.size() - before));
   }
   const std::int32_t w = ClampToInt32(mData->Fold(node, width));
