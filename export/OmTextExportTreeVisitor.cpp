@@ -120,18 +120,27 @@ void OmTextExportTreeVisitor::Visit(OmPivotTable& table) {
     {
       OmTextPage& page = mData->page;
       OmPivotTableTxtExport exporter(layer, options, page);
-      const std::int64_t lines = exporter.GetNumLines();
       const std::int64_t length = options.NumLinesPerPage();
       const std::int64_t used = page.LinesOnPage();
       // A layer that fits on this page stays; one that fits on a fresh page
       // moves there; a longer one starts here unless half the page is used.
+      // Bounds of its length decide most layers without laying them out.
+      const std::int64_t atMost = exporter.GetNumLinesAtMost();
+      const std::int64_t atLeast = exporter.GetNumLinesAtLeast();
       bool pageBreak = false;
-      if (lines + used <= length) {
+      if (atMost + used <= length) {
         pageBreak = false;
-      } else if (lines <= length) {
-        pageBreak = true;
-      } else {
+      } else if (used >= 0 && atLeast > length) {
         pageBreak = 2 * used > length;
+      } else {
+        const std::int64_t lines = exporter.GetNumLines();
+        if (lines + used <= length) {
+          pageBreak = false;
+        } else if (lines <= length) {
+          pageBreak = true;
+        } else {
+          pageBreak = 2 * used > length;
+        }
       }
       // The separating empty line and the "____" are not counted while the
       // layer prints; the separator's 1 is added after the layer, after a

@@ -34,6 +34,8 @@ OmPivotTableTxtExport::Data::Data(OmDisplayLayerHeading& layer, const OmTextExpo
 OmPivotTableTxtExport::Data::~Data() {
   // The node columns go back to the region before the region itself goes;
   // the remaining members then die in reverse declaration order.
+  mFirstNodes.clear();
+  mLastTextNodes.clear();
   mStringFolder.reset();
   mColHeadColumns.Clear();
   mRowHeadColumns.Clear();
@@ -61,22 +63,46 @@ void OmPivotTableTxtExport::setLinesOnPage(std::int32_t lines) {
   mData->mPage.SetLinesOnPage(lines);
 }
 
-std::int32_t OmPivotTableTxtExport::GetNumLines() const {
-  const Data& data = *mData;
-  const OmPivotTable& table = data.mLayerHeading.Table();
+std::int64_t OmPivotTableTxtExport::Data::CountLines(std::int64_t matrixLines) const {
+  const OmPivotTable& table = mLayerHeading.Table();
   // Summed in 64 bits: a matrix or a footnote list past 2^31 entries counts
   // as the largest page count rather than wrapping round.
-  std::int64_t lines = static_cast<std::int64_t>(data.mMatrix.NumLines());
+  std::int64_t lines = matrixLines;
   if (table.showTitle)
     lines += 1;
-  lines += data.mLayerHeading.NDimensions();
+  lines += mLayerHeading.NDimensions();
   // Footnotes and caption are printed either way but counted only when
   // kept; the asymmetry is deliberate.
-  if (data.mOptions.KeepFootNotesAndCaption()) {
+  if (mOptions.KeepFootNotesAndCaption()) {
     lines += static_cast<std::int64_t>(table.Footnotes().size()) + 2;
   }
+  return lines;
+}
+
+std::int32_t OmPivotTableTxtExport::GetNumLines() const {
+  Data& data = *mData;
+  // Counting a layer that would stream lays it out whole first.
+  if (data.mStreaming && data.mStreamedLines < 0)
+    data.FillWhole();
+  const std::int64_t body =
+      data.mStreaming ? data.mStreamedLines : static_cast<std::int64_t>(data.mMatrix.NumLines());
+  const std::int64_t lines = data.CountLines(body);
   constexpr std::int64_t kMax = std::numeric_limits<std::int32_t>::max();
   return static_cast<std::int32_t>(lines > kMax ? kMax : lines);
+}
+
+std::int64_t OmPivotTableTxtExport::GetNumLinesAtLeast() const {
+  const Data& data = *mData;
+  if (!data.mStreaming || data.mStreamedLines >= 0)
+    return GetNumLines();
+  return data.CountLines(data.mPlannedLines);
+}
+
+std::int64_t OmPivotTableTxtExport::GetNumLinesAtMost() const {
+  const Data& data = *mData;
+  if (!data.mStreaming || data.mStreamedLines >= 0)
+    return GetNumLines();
+  return data.CountLines(data.mPlannedLines + data.mExtraLinesBound);
 }
 
 void OmPivotTableTxtExport::PrintPageBreak() const {
@@ -86,6 +112,8 @@ void OmPivotTableTxtExport::PrintPageBreak() const {
 void OmPivotTableTxtExport::PrintLayer() const {
   if (mData->mOptions.TabSeparated()) {
     mData->TabExport();
+  } else if (mData->mStreaming) {
+    mData->StreamExport();
   } else {
     mData->FrmtExport();
   }

@@ -58,6 +58,11 @@ class OmPivotTableTxtExport {
   // line per layer dimension and, when footnotes and captions are kept, the
   // footnote count plus 2.
   std::int32_t GetNumLines() const;
+  // Bounds of GetNumLines() known without laying the layer out. A long layer
+  // is laid out a band of rows at a time as it prints, and only then is its
+  // count known; GetNumLines() before printing lays it out whole to count.
+  std::int64_t GetNumLinesAtLeast() const;
+  std::int64_t GetNumLinesAtMost() const;
 
   // Starts a new page (without repeating the column heading).
   void PrintPageBreak() const;

@@ -24,7 +24,7 @@ constexpr std::int32_t kBatchRows = 1024;
 
 }  // namespace
 
-void OmPivotTableTxtExport::Data::FillColumn(std::int32_t column) {
+void OmPivotTableTxtExport::Data::UseColumnFolder(std::int32_t column) {
   if (mOptions.MaxLineWidth() > 0) {
     // Each column folds at its own planned width, which is also as far as
     // an over-long word may widen it.
@@ -32,6 +32,10 @@ void OmPivotTableTxtExport::Data::FillColumn(std::int32_t column) {
     mStringFolder.reset();
     mStringFolder = std::make_unique<OmWinStringFolder>(FolderOptions(width));
   }
+}
+
+void OmPivotTableTxtExport::Data::FillColumn(std::int32_t column) {
+  UseColumnFolder(column);
   if (column >= mRowHeading.NColumns()) {
     FillTableColumn(column);
   } else {
@@ -108,10 +112,7 @@ void OmPivotTableTxtExport::Data::FillBands(NodeList& nodes, std::int32_t width,
                                             std::int32_t column, bool tableColumn,
                                             const std::function<bool()>& more) {
   const std::int32_t separator = SeparatorFlag();
-  const std::string columnSeparator = mOptions.ColumnSeparator();
-  const auto matrixColumn = static_cast<std::size_t>(column);
-  std::vector<std::string> lines;
-  std::string piece;
+  FoldScratch scratch{{}, {}, mOptions.ColumnSeparator()};
   std::int64_t line = separator;  // the first line of band k
   std::int64_t lastLine = line;   // the first line of the last band
   std::size_t k = 0;
@@ -120,27 +121,7 @@ void OmPivotTableTxtExport::Data::FillBands(NodeList& nodes, std::int32_t width,
     const std::size_t bands = std::min(nodes.size(), mRowHeights.size());
     for (; k < bands; ++k) {
       OmFormattedNode& node = *nodes[k];
-      const auto first = static_cast<std::size_t>(line);
-      // An empty node writes nothing, not even the rule above it; in a
-      // table column, text that a spanning cell already put there stays.
-      const bool skip = node.IsEmpty() || (tableColumn && !mMatrix.IsEmpty(first, matrixColumn));
-      if (!skip) {
-        lines.clear();
-        const std::int32_t count = mStringFolder->SplitString(node, width, lines, true);
-        const auto band = static_cast<std::int32_t>(k);
-        InsertExtraRows(band, static_cast<std::int32_t>(line), column, count, node.NRows());
-        for (std::size_t j = 0; j < lines.size(); ++j) {
-          if (column == 0) {
-            // The first column also draws the table's left edge.
-            piece.assign(columnSeparator);
-            piece.append(lines[j]);
-            mMatrix.SetPiece(first + j, 0, piece);
-          } else {
-            mMatrix.AppendToPiece(first + j, matrixColumn, lines[j]);
-          }
-        }
-        FillRowSeparator(nodes, static_cast<std::int32_t>(line - separator), band, column);
-      }
+      FillBand(nodes, k, static_cast<std::int32_t>(k), line, width, column, tableColumn, scratch);
       lastLine = line;
       line += std::int64_t{mRowHeights[k]} + separator;
       if (more && k >= 1) {
@@ -163,6 +144,35 @@ void OmPivotTableTxtExport::Data::FillBands(NodeList& nodes, std::int32_t width,
   const std::int64_t bottom = lastLine + mRowHeights[k - 1];
   FillRowSeparator(nodes, static_cast<std::int32_t>(std::min(bottom, kMaxLines)),
                    static_cast<std::int32_t>(k), column);
+}
+
+void OmPivotTableTxtExport::Data::FillBand(NodeList& nodes, std::size_t index, std::int32_t band,
+                                           std::int64_t line, std::int32_t width,
+                                           std::int32_t column, bool tableColumn,
+                                           FoldScratch& scratch) {
+  OmFormattedNode& node = *nodes[index];
+  const auto first = static_cast<std::size_t>(line);
+  const auto matrixColumn = static_cast<std::size_t>(column);
+  // An empty node writes nothing, not even the rule above it; in a table
+  // column, text that a spanning cell already put there stays.
+  if (node.IsEmpty() || (tableColumn && !mMatrix.IsEmpty(first, matrixColumn)))
+    return;
+  std::vector<std::string>& lines = scratch.lines;
+  lines.clear();
+  const std::int32_t count = mStringFolder->SplitString(node, width, lines, true);
+  InsertExtraRows(band, static_cast<std::int32_t>(line), column, count, node.NRows());
+  for (std::size_t j = 0; j < lines.size(); ++j) {
+    if (column == 0) {
+      // The first column also draws the table's left edge.
+      scratch.piece.assign(scratch.columnSeparator);
+      scratch.piece.append(lines[j]);
+      mMatrix.SetPiece(first + j, 0, scratch.piece);
+    } else {
+      mMatrix.AppendToPiece(first + j, matrixColumn, lines[j]);
+    }
+  }
+  FillRowSeparator(nodes, static_cast<std::int32_t>(line - SeparatorFlag()),
+                   static_cast<std::int32_t>(index), column);
 }
 
 void OmPivotTableTxtExport::Data::FillRowSeparator(NodeList& nodes, std::int32_t line,

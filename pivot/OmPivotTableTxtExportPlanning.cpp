@@ -76,7 +76,11 @@ void OmPivotTableTxtExport::Data::PrepareFormatting() {
   const std::int32_t matrixRows =
       CountOrThrow(mOptions.RowSeparator().empty() ? textRows : 2 * std::int64_t{textRows} + 1);
 
-  mMatrix.Resize(static_cast<std::size_t>(matrixRows), static_cast<std::size_t>(columns));
+  // A layer that may stream is sized only once it is known not to.
+  mPlannedLines = matrixRows;
+  bool mayStream = rowHeadRows > kWindowRows;
+  if (!mayStream)
+    mMatrix.Resize(static_cast<std::size_t>(matrixRows), static_cast<std::size_t>(columns));
   mColumnWidths.assign(static_cast<std::size_t>(columns), 0);
   if (mMeasure.CountsColumns())
     mWidestCharacters.assign(static_cast<std::size_t>(columns), 0);
@@ -91,6 +95,22 @@ void OmPivotTableTxtExport::Data::PrepareFormatting() {
   if (mOptions.MaxLineWidth() != -1) {
     PreCalculateColumnWidths();
     KeepWidestCharacters();
+  } else if (mayStream) {
+    mayStream = MeasureAsFilled();
+  }
+  if (mayStream && PlanWindows()) {
+    mStreaming = true;
+    return;
+  }
+  FillWhole();
+}
+
+void OmPivotTableTxtExport::Data::FillWhole() {
+  mStreaming = false;
+  const auto columns = static_cast<std::int32_t>(mColumnWidths.size());
+  if (mMatrix.NumColumns() != static_cast<std::size_t>(columns) ||
+      mMatrix.NumLines() != static_cast<std::size_t>(mPlannedLines)) {
+    mMatrix.Resize(static_cast<std::size_t>(mPlannedLines), static_cast<std::size_t>(columns));
   }
   for (std::int32_t col = columns - 1; col >= 0; --col)
     FillColumn(col);

@@ -25,6 +25,9 @@ void OmPivotTableTxtExport::Data::AddMeasuredNode(std::int32_t col, std::string 
     // and a cell that folds to itself is measured without a node.
     if (mColumnWidths[static_cast<std::size_t>(col)] != 0)
       return;
+    // A fold makes at most a line per byte and one more; twice that bounds
+    // the lines the cell can add to its band with room to spare.
+    mExtraLinesBound += 2 * static_cast<std::int64_t>(text.size()) + 2;
     std::int32_t minimum = 0;
     if (columns == 1 && extra == 0 && mStringFolder->MeasureUnfolded(text, lines, width, minimum)) {
       width = std::max(width, minimum);
@@ -35,6 +38,8 @@ void OmPivotTableTxtExport::Data::AddMeasuredNode(std::int32_t col, std::string 
       return;
     }
   }
+  if (nodes == nullptr)
+    ++mMeasuredNodes;
   std::unique_ptr<OmFormattedNode> node =
       mStringFolder->MakeNode(std::move(text), columns, lines, extra);
   if (mColumnWidths[static_cast<std::size_t>(col)] == 0) {

@@ -11,6 +11,14 @@ void OmPivotTableTxtExport::Data::PrintPageBreak(bool repeatHeading) {
   // a break would have been, even where none is written.
   if (!mPage.Break(mOptions.InsertPageBreak()) || !repeatHeading)
     return;
+  if (mStreaming) {
+    std::string copy;
+    for (const std::string& line : mHeadLines) {
+      copy = line;
+      mPage.WriteLine(copy);
+    }
+    return;
+  }
   const std::int32_t headEnd = GetRowIndexInMatrix(mColumnHeading.NRows());
   std::string line;
   for (std::int32_t i = 0; i < headEnd && static_cast<std::size_t>(i) < mMatrix.NumLines(); ++i) {
@@ -20,8 +28,7 @@ void OmPivotTableTxtExport::Data::PrintPageBreak(bool repeatHeading) {
   }
 }
 
-void OmPivotTableTxtExport::Data::FrmtExport() {
-  const std::int32_t headEnd = GetRowIndexInMatrix(mColumnHeading.NRows());
+void OmPivotTableTxtExport::Data::StartBody(std::int32_t headEnd) {
   const std::int32_t pageLength = mOptions.NumLinesPerPage();
   mStream.put('\n');
   mPage.CountLine();
@@ -33,16 +40,26 @@ void OmPivotTableTxtExport::Data::FrmtExport() {
       (static_cast<std::int64_t>(headEnd) + linesOnPage <= pageLength || headEnd > pageLength);
   if (!startsHere)
     PrintPageBreak(false);
+}
+
+void OmPivotTableTxtExport::Data::PrintBodyLine(std::int64_t index, std::int32_t headEnd,
+                                                std::string& line) {
+  // A page that filled up inside the body repeats the heading before the
+  // next line; one that filled up inside the heading band just breaks. No
+  // break follows the last line.
+  if (index > 0 && mPage.LinesOnPage() >= mOptions.NumLinesPerPage())
+    PrintPageBreak(mColumnHeading.NRows() > 0 && index - 1 >= headEnd);
+  mPage.WriteLine(line);
+}
+
+void OmPivotTableTxtExport::Data::FrmtExport() {
+  const std::int32_t headEnd = GetRowIndexInMatrix(mColumnHeading.NRows());
+  StartBody(headEnd);
   const std::size_t lines = mMatrix.NumLines();
   std::string line;
   for (std::size_t i = 0; i < lines; ++i) {
     line.clear();
     mMatrix.AppendLine(i, line);
-    mPage.WriteLine(line);
-    if (mPage.LinesOnPage() >= mOptions.NumLinesPerPage() && i + 1 < lines) {
-      // A page that fills up inside the body repeats the heading; one that
-      // fills up inside the heading band just breaks.
-      PrintPageBreak(mColumnHeading.NRows() > 0 && static_cast<std::int64_t>(i) >= headEnd);
-    }
+    PrintBodyLine(static_cast<std::int64_t>(i), headEnd, line);
   }
 }

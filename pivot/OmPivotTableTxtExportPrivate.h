@@ -73,6 +73,49 @@ struct OmPivotTableTxtExport::Data {
   // cells, found while measuring: no column is narrowed below it.
   std::vector<std::int64_t> mWidestCharacters;
 
+  // Band-at-a-time layout (OmPivotTableTxtExportStream.cpp). A long layer
+  // whose column widths are all planned before filling is laid out and
+  // printed a window of bands at a time, so its text is never held whole.
+  bool mStreaming = false;
+  // Rows of a window, at least: layers of no more rows are laid out whole.
+  static constexpr std::int32_t kWindowRows = 1024;
+  // Lines printed by a streamed layer; -1 until it is printed.
+  std::int64_t mStreamedLines = -1;
+  // Matrix lines as planned, and at most how many lines folded cells may
+  // add to them (twice each measured text's bytes, plus two).
+  std::int64_t mPlannedLines = 0;
+  std::int64_t mExtraLinesBound = 0;
+  // The band after each window's last; the first window holds the heading.
+  std::vector<std::int32_t> mWindowEnds;
+  // The heading lines that a page break inside the body repeats.
+  std::vector<std::string> mHeadLines;
+  // Per matrix column, the first band's node and the last later node with
+  // text: what the bottom rule is drawn from.
+  NodeList mFirstNodes;
+  NodeList mLastTextNodes;
+
+  // Cells measured through a node rather than as text that folds to itself.
+  std::int64_t mMeasuredNodes = 0;
+
+  // Without a line width, measures the columns, last first, as filling the
+  // layer whole would; false when filling a column would grow a band, as
+  // the columns left of it would then be measured against other heights.
+  bool MeasureAsFilled();
+  // Whether folding the heading part or the body part of a planned column
+  // gives a cell more lines than its band has.
+  bool GrowsABand(std::int32_t column, bool head, bool body);
+  // The lines the layer prints around a body of matrixLines lines.
+  std::int64_t CountLines(std::int64_t matrixLines) const;
+  // Whether the layer may be laid out a window at a time, and its windows:
+  // each ends where no row label spans on into the next row.
+  bool PlanWindows();
+  // Lays the planned layer out whole, as a layer too short to stream is.
+  void FillWhole();
+  void FillWindow(std::int32_t firstBand, std::int32_t endBand, bool last);
+  void FillWindowColumn(std::int32_t column, std::int32_t firstBand, std::int32_t endBand,
+                        bool last);
+  void StreamExport();
+
   // Width planning (OmPivotTableTxtExportPlanning.cpp).
   void PrepareFormatting();
   void PreCalculateColumnWidths();
@@ -112,8 +155,24 @@ struct OmPivotTableTxtExport::Data {
 
   // Column filling (OmPivotTableTxtExportFill.cpp).
   void FillColumn(std::int32_t column);
+  // Makes the folder of a column: with a line width, each column folds at
+  // its own planned width.
+  void UseColumnFolder(std::int32_t column);
   void FillRowHeadingColumn(std::int32_t column);
   void FillTableColumn(std::int32_t column);
+  // Working storage of filling, kept across the bands of a column.
+  struct FoldScratch {
+    std::vector<std::string> lines;
+    std::string piece;
+    std::string columnSeparator;
+  };
+  // Folds nodes[index], the node of the given band, into its lines from
+  // line on, growing the band when it needs more lines than planned, and
+  // draws the rule above it.
+  void FillBand(NodeList& nodes, std::size_t index, std::int32_t band, std::int64_t line,
+                std::int32_t width, std::int32_t column, bool tableColumn, FoldScratch& scratch);
+  // Draws the rule at line of column: the rule of nodes[band], or for the
+  // matrix's last line the bottom rule of the last node before it with text.
   void FillRowSeparator(NodeList& nodes, std::int32_t line, std::int32_t band, std::int32_t column);
   // The piece of a rule target display positions wide, with the left edge
   // in the first column; the last one made is kept, as a column's rules
@@ -149,6 +208,11 @@ struct OmPivotTableTxtExport::Data {
 
   // Formatted printing (OmPivotTableTxtExportPrint.cpp).
   void FrmtExport();
+  // Starts the body: its empty line, and a page break when the heading
+  // band of headEnd lines does not fit on the rest of the page.
+  void StartBody(std::int32_t headEnd);
+  // Prints line index of the body, after a page break when the page is full.
+  void PrintBodyLine(std::int64_t index, std::int32_t headEnd, std::string& line);
   void PrintPageBreak(bool repeatHeading);
 
   // Tab-separated printing (OmPivotTableTxtExportTab.cpp).

@@ -1,0 +1,240 @@
+// Band-at-a-time layout of a long formatted layer. Once every column width
+// is planned, a window of bands lays out exactly as it would inside the
+// whole matrix, provided no row label spans across the window's edges: its
+// columns are filled last first, its bands grow as their cells need, and
+// only its own lines are held. The heading band is kept for the page breaks
+// that repeat it, and the nodes the bottom rule is drawn from are kept per
+// column until the last window.
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "pivot/OmPivotTableTxtExportPrivate.h"
+
+using Data = OmPivotTableTxtExportPrivate::Data;
+
+bool Data::PlanWindows() {
+  const std::int32_t headRows = mColumnHeading.NRows();
+  const std::int32_t rows = mRowHeading.NRows();
+  const std::int32_t rowHeadColumns = mRowHeading.NColumns();
+  const std::int32_t dataColumns = mColumnHeading.NColumns();
+  if (rows <= kWindowRows || headRows < 0 || rowHeadColumns < 0 || dataColumns <= 0)
+    return false;
+  // Widths planned as 0 are measured again as their columns fill.
+  for (const std::int32_t width : mColumnWidths) {
+    if (width <= 0)
+      return false;
+  }
+  // The page planning needs an upper bound of the layer's lines.
+  if (CountLines(mPlannedLines + mExtraLinesBound) > std::numeric_limits<std::int32_t>::max())
+    return false;
+  // A printed heading entry without a label leaves no node, which shifts the
+  // nodes below it to other bands; such a layer is laid out whole.
+  for (std::int32_t j = 0; j < dataColumns; ++j) {
+    const OmNodeColumn& column = mColHeadColumns[static_cast<std::size_t>(j)];
+    for (std::int32_t level = 0; level < headRows; ++level) {
+      if (IsColumnHeadingCellPrinted(column, rowHeadColumns + j, level) &&
+          column[static_cast<std::size_t>(level)]->Label() == nullptr) {
+        return false;
+      }
+    }
+  }
+  for (std::int32_t c = 0; c < rowHeadColumns; ++c) {
+    const OmNodeColumn& column = mRowHeadColumns[static_cast<std::size_t>(c)];
+    for (std::int32_t r = 0; r < rows; ++r) {
+      if (IsRowHeadingCellPrinted(c, r) && column[static_cast<std::size_t>(r)]->Label() == nullptr)
+        return false;
+    }
+  }
+  // A window may end before row b when the first heading column changes
+  // there: then no row label, in any heading column, spans on into row b.
+  mWindowEnds.clear();
+  std::int32_t start = 0;
+  for (std::int32_t b = kWindowRows; b < rows;) {
+    if (b - start >= kWindowRows && (rowHeadColumns == 0 || !SkipNodesInRowHead(0, b - 1, b))) {
+      mWindowEnds.push_back(headRows + b);
+      start = b;
+      b = std::min(rows, b + kWindowRows);
+    } else {
+      ++b;
+    }
+  }
+  if (mWindowEnds.empty())
+    return false;
+  mWindowEnds.push_back(headRows + rows);
+  mFirstNodes.resize(mColumnWidths.size());
+  mLastTextNodes.resize(mColumnWidths.size());
+  return true;
+}
+
+bool Data::MeasureAsFilled() {
+  const std::int32_t rowHeadColumns = mRowHeading.NColumns();
+  for (auto col = static_cast<std::int32_t>(mColumnWidths.size()) - 1; col >= 0; --col) {
+    const std::int64_t before = mMeasuredNodes;
+    std::int64_t headNodes = 0;
+    std::int32_t width = 0;
+    if (col >= rowHeadColumns) {
+      // As PreFormatTableColumn, counting the heading's nodes apart.
+      std::vector<std::int32_t> cellIndex;
+      mLayerHeading.Fill(cellIndex);
+      if (mColumnHeading.NColumns() != 0)
+        PreFormatColHeadColumn(col, width, cellIndex, nullptr);
+      headNodes = mMeasuredNodes - before;
+      PreFormatTableCells(col, cellIndex, 0, std::max(mRowHeading.NRows(), 1), width, nullptr);
+      mColumnWidths[static_cast<std::size_t>(col)] = width;
+    } else {
+      PreFormatCornerText(col, width, nullptr);
+      headNodes = mMeasuredNodes - before;
+      PreFormatRowHeadColumn(col, width, nullptr);
+    }
+    // Text that folds to itself never grows its band; only cells measured
+    // through a node are folded again to see.
+    const bool bodyNodes = mMeasuredNodes - before > headNodes;
+    if ((headNodes > 0 || bodyNodes) && GrowsABand(col, headNodes > 0, bodyNodes))
+      return false;
+  }
+  return true;
+}
+
+bool Data::GrowsABand(std::int32_t column, bool head, bool body) {
+  const std::int32_t width = mColumnWidths[static_cast<std::size_t>(column)];
+  std::int32_t measured = width;
+  NodeList nodes;
+  std::vector<std::string> lines;
+  // Folds the nodes made so far, then lets them go.
+  auto grows = [&]() {
+    for (const std::unique_ptr<OmFormattedNode>& node : nodes) {
+      lines.clear();
+      if (!node->IsEmpty() && mStringFolder->SplitString(*node, width, lines, true) > node->NRows())
+        return true;
+    }
+    nodes.clear();
+    return false;
+  };
+  const bool tableColumn = column >= mRowHeading.NColumns();
+  std::vector<std::int32_t> cellIndex;
+  if (tableColumn) {
+    mLayerHeading.Fill(cellIndex);
+    if (head) {
+      PreFormatColHeadColumn(column, measured, cellIndex, &nodes);
+    } else {
+      mColumnHeading.Fill(cellIndex, column - mRowHeading.NColumns());
+    }
+  } else if (head) {
+    PreFormatCornerText(column, measured, &nodes);
+  }
+  if (grows())
+    return true;
+  if (!body)
+    return false;
+  const std::int32_t rows = tableColumn ? std::max(mRowHeading.NRows(), 1) : mRowHeading.NRows();
+  for (std::int32_t next = 0; next < rows; next += kWindowRows) {
+    const std::int32_t end = next + std::min(kWindowRows, rows - next);
+    if (tableColumn) {
+      PreFormatTableCells(column, cellIndex, next, end, measured, &nodes);
+    } else {
+      PreFormatRowHeadRows(column, next, end, measured, &nodes);
+    }
+    if (grows())
+      return true;
+  }
+  return false;
+}
+
+void Data::FillWindow(std::int32_t firstBand, std::int32_t endBand, bool last) {
+  const std::int64_t separator = SeparatorFlag();
+  // The rule above each band, the bands, and after the last the bottom rule.
+  std::int64_t lines = separator * (std::int64_t{endBand} - firstBand + (last ? 1 : 0));
+  for (std::int32_t k = firstBand; k < endBand; ++k)
+    lines += mRowHeights[static_cast<std::size_t>(k)];
+  mMatrix.Resize(static_cast<std::size_t>(lines), mColumnWidths.size());
+  for (auto col = static_cast<std::int32_t>(mColumnWidths.size()) - 1; col >= 0; --col)
+    FillWindowColumn(col, firstBand, endBand, last);
+}
+
+void Data::FillWindowColumn(std::int32_t column, std::int32_t firstBand, std::int32_t endBand,
+                            bool last) {
+  UseColumnFolder(column);
+  const std::int32_t width = mColumnWidths[static_cast<std::size_t>(column)];
+  std::int32_t measured = width;
+  const std::int32_t headRows = mColumnHeading.NRows();
+  const std::int32_t firstRow = std::max(firstBand - headRows, 0);
+  const std::int32_t endRow = endBand - headRows;
+  const bool tableColumn = column >= mRowHeading.NColumns();
+  NodeList nodes;
+  if (tableColumn) {
+    std::vector<std::int32_t> cellIndex;
+    mLayerHeading.Fill(cellIndex);
+    if (firstBand == 0) {
+      PreFormatColHeadColumn(column, measured, cellIndex, &nodes);
+    } else {
+      mColumnHeading.Fill(cellIndex, column - mRowHeading.NColumns());
+    }
+    PreFormatTableCells(column, cellIndex, firstRow, endRow, measured, &nodes);
+  } else {
+    if (firstBand == 0)
+      PreFormatCornerText(column, measured, &nodes);
+    PreFormatRowHeadRows(column, firstRow, endRow, measured, &nodes);
+  }
+
+  const std::int32_t separator = SeparatorFlag();
+  FoldScratch scratch{{}, {}, mOptions.ColumnSeparator()};
+  std::int64_t line = separator;
+  for (std::int32_t k = firstBand; k < endBand; ++k) {
+    const auto index = static_cast<std::size_t>(k - firstBand);
+    if (index >= nodes.size())
+      break;
+    FillBand(nodes, index, k, line, width, column, tableColumn, scratch);
+    line += std::int64_t{mRowHeights[static_cast<std::size_t>(k)]} + separator;
+  }
+
+  std::unique_ptr<OmFormattedNode>& firstNode = mFirstNodes[static_cast<std::size_t>(column)];
+  std::unique_ptr<OmFormattedNode>& lastText = mLastTextNodes[static_cast<std::size_t>(column)];
+  for (std::size_t i = 0; i < nodes.size(); ++i) {
+    if (firstBand == 0 && i == 0) {
+      firstNode = std::move(nodes[i]);
+    } else if (!nodes[i]->IsEmpty()) {
+      lastText = std::move(nodes[i]);
+    }
+  }
+  if (!last)
+    return;
+  // The bottom rule reads back to the last node with text after the first
+  // band, or else to the first band's node.
+  NodeList ends;
+  ends.push_back(std::move(firstNode));
+  ends.push_back(std::move(lastText));
+  const std::int64_t bottom = line - separator;
+  FillRowSeparator(ends,
+                   static_cast<std::int32_t>(
+                       std::min<std::int64_t>(bottom, std::numeric_limits<std::int32_t>::max())),
+                   2, column);
+}
+
+void Data::StreamExport() {
+  FillWindow(0, mWindowEnds[0], mWindowEnds.size() == 1);
+  const std::int32_t headEnd = GetRowIndexInMatrix(mColumnHeading.NRows());
+  mHeadLines.clear();
+  for (std::int32_t i = 0; i < headEnd && static_cast<std::size_t>(i) < mMatrix.NumLines(); ++i) {
+    mHeadLines.emplace_back();
+    mMatrix.AppendLine(static_cast<std::size_t>(i), mHeadLines.back());
+  }
+  StartBody(headEnd);
+  std::int64_t index = 0;
+  std::string line;
+  for (std::size_t w = 0; w < mWindowEnds.size(); ++w) {
+    if (w > 0)
+      FillWindow(mWindowEnds[w - 1], mWindowEnds[w], w + 1 == mWindowEnds.size());
+    const std::size_t lines = mMatrix.NumLines();
+    for (std::size_t i = 0; i < lines; ++i, ++index) {
+      line.clear();
+      mMatrix.AppendLine(i, line);
+      PrintBodyLine(index, headEnd, line);
+    }
+  }
+  mStreamedLines = index;
+  mMatrix.Resize(0, 0);
+}

@@ -1,0 +1,173 @@
+// A long layer laid out a window of bands at a time prints exactly the text
+// of the same layer laid out whole: across group labels that end at a
+// window's edge, cells that grow their band next to it, page breaks that
+// repeat the heading, and the bottom rule. Layers whose bands depend on rows
+// beyond any window edge are laid out whole.
+#include <algorithm>
+#include <string>
+
+#include "PivotLayerTest.h"
+#include "host/output/OmText.h"
+
+namespace {
+
+// Rows in groups of the given sizes ("Group 1", ...; each label folds), with
+// "Item N" leaves; three statistics under one spanning column group. Cells
+// are numbers, with two-line texts, long texts, gaps and footnotes on rows
+// near the edges the windows may take.
+// With unlabelled, a last row without a label follows the groups.
+void LongTable(OmPivotTable& table, const std::vector<std::int32_t>& groups,
+               bool unlabelled = false) {
+  table.SetTitle("Long");
+  table.AddFootnote("first note");
+  table.AddFootnote("second note");
+  table.SetCaption("A caption");
+  OmDimension& rows = table.AddDimension(OmAxis::Row, "Group");
+  std::int32_t item = 0;
+  for (std::size_t g = 0; g < groups.size(); ++g) {
+    const auto group = rows.AddCategory("Group " + std::to_string(g + 1));
+    for (std::int32_t i = 0; i < groups[g]; ++i, ++item) {
+      const bool edge = item % 700 == 699 || item % 700 == 0;
+      rows.AddCategory(group, edge ? "a much longer item label " + std::to_string(item)
+                                   : "Item " + std::to_string(item));
+    }
+  }
+  if (unlabelled) {
+    rows.AddCategory(std::unique_ptr<OmCellText>());
+    ++item;
+  }
+  OmDimension& columns = table.AddDimension(OmAxis::Column, "Stat");
+  const auto statistics = columns.AddCategory("Statistics");
+  for (const char* name : {"Mean", "Deviation", "Count"})
+    columns.AddCategory(statistics, name);
+  for (std::int32_t r = 0; r < item; ++r) {
+    for (std::int32_t c = 0; c < 3; ++c) {
+      const std::int32_t near = r % 700;
+      if (near == 698 && c == 1) {
+        table.SetText({r, c}, "two\nlines");
+      } else if (near == 1 && c == 2) {
+        table.SetText({r, c}, "a text long enough to fold in a narrow column");
+      } else if (r % 97 == 5 && c == 0) {
+        continue;
+      } else {
+        table.SetNumber({r, c}, r * 3.25 + c, 2).AddFootnote(r % 211 == 3 ? 1 : 0);
+      }
+    }
+  }
+}
+
+class OmPivotTableTxtExportStreamTest : public PivotLayerTest {
+ protected:
+  // The body printed a window at a time (which must happen) and whole.
+  void ExpectSameAsWhole(std::size_t windows) {
+    Data& streamed = Make();
+    ASSERT_TRUE(streamed.mStreaming);
+    EXPECT_EQ(streamed.mWindowEnds.size(), windows);
+    const std::int64_t atLeast = streamed.CountLines(streamed.mPlannedLines);
+    const std::int64_t atMost =
+        streamed.CountLines(streamed.mPlannedLines + streamed.mExtraLinesBound);
+    streamed.StreamExport();
+    const std::string text = out.str();
+    const std::int64_t streamedLines = streamed.mStreamedLines;
+    const std::int64_t printed = streamed.CountLines(streamedLines);
+    EXPECT_LE(atLeast, printed);
+    EXPECT_LE(printed, atMost);
+
+    out.str("");
+    Data& whole = Make();
+    whole.FillWhole();
+    EXPECT_EQ(static_cast<std::int64_t>(whole.mMatrix.NumLines()), streamedLines);
+    whole.FrmtExport();
+    EXPECT_EQ(text, out.str());
+    out.str("");
+  }
+};
+
+TEST_F(OmPivotTableTxtExportStreamTest, WindowsPrintTheWholeLayersText) {
+  // Windows end at 1400 and 2900, where a group starts: the groups of 1500
+  // rows and of 700 rows around 1024 are never cut.
+  LongTable(*table, {700, 700, 1500, 300, 5});
+  struct Case {
+    std::int32_t width;
+    std::int32_t pageLength;
+    const char* rowSeparator;
+    const char* columnSeparator;
+    OmDisplayWidth measure;
+  };
+  // Without a line width, cells join their lines to fit their bands, so
+  // none grows one and the columns keep their first measure.
+  const Case cases[] = {
+      {-1, 2147483647, "_", "|", OmDisplayWidth::Bytes},
+      {40, 2147483647, "_", "|", OmDisplayWidth::Bytes},
+      {100, 25, "_", "|", OmDisplayWidth::Bytes},
+      {30, 2147483647, "", "|", OmDisplayWidth::Bytes},
+      {24, 40, "-=", "::", OmDisplayWidth::Columns},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.width);
+    options.MaxLineWidth(c.width);
+    options.NumLinesPerPage(c.pageLength);
+    options.InsertPageBreak(c.pageLength < 100);
+    options.RowSeparator(c.rowSeparator);
+    options.ColumnSeparator(c.columnSeparator);
+    options.DisplayWidth(c.measure);
+    ExpectSameAsWhole(3);
+  }
+}
+
+TEST_F(OmPivotTableTxtExportStreamTest, PageBreaksRepeatTheHeadingInEveryWindow) {
+  LongTable(*table, {1100, 1100});
+  options.MaxLineWidth(60);
+  options.NumLinesPerPage(50);
+  options.InsertPageBreak(true);
+  ExpectSameAsWhole(2);
+  // Every page after the first starts with the heading band, the spanning
+  // column group included.
+  Data& d = Make();
+  d.StreamExport();
+  const std::string text = out.str();
+  std::string block = "\f\n";
+  for (const std::string& line : d.mHeadLines)
+    block += line + "\n";
+  EXPECT_NE(d.mHeadLines[3].find("|Statistics "), std::string::npos);
+  std::size_t pages = 0;
+  for (std::size_t at = text.find(block); at != std::string::npos; at = text.find(block, at + 1))
+    ++pages;
+  // 2,200 rows of two lines each, 50 lines to a page.
+  EXPECT_GE(pages, 2200U * 2 / 50);
+  EXPECT_EQ(pages, static_cast<std::size_t>(std::count(text.begin(), text.end(), '\f')));
+}
+
+TEST_F(OmPivotTableTxtExportStreamTest, LayersWithoutAWindowEdgeAreLaidOutWhole) {
+  options.MaxLineWidth(80);
+  // One group label over every row: no row may end a window.
+  LongTable(*table, {3000});
+  EXPECT_FALSE(Make().mStreaming);
+  // A row label without text shifts the labels below it to other bands.
+  NewTable();
+  LongTable(*table, {1100, 1100}, true);
+  EXPECT_FALSE(Make().mStreaming);
+  // Without a line width the columns are measured as they fill: a cell that
+  // a width restriction keeps from joining its lines grows its band, and
+  // the columns left of it are measured against the grown band.
+  NewTable();
+  LongTable(*table, {1100, 1100});
+  options.MaxLineWidth(-1);
+  EXPECT_TRUE(Make().mStreaming);
+  options.WidthRestriction(8);
+  EXPECT_FALSE(Make().mStreaming);
+  options.WidthRestriction(-1);
+  // Counting the lines before printing lays the layer out whole.
+  options.MaxLineWidth(80);
+  OmPivotTableTxtExport& counted = Export(0);
+  const std::int64_t atLeast = counted.GetNumLinesAtLeast();
+  const std::int64_t atMost = counted.GetNumLinesAtMost();
+  EXPECT_LT(atLeast, atMost);
+  const std::int32_t lines = counted.GetNumLines();
+  EXPECT_LE(atLeast, lines);
+  EXPECT_LE(lines, atMost);
+  EXPECT_EQ(counted.GetNumLinesAtLeast(), lines);
+  EXPECT_EQ(counted.GetNumLinesAtMost(), lines);
+}
+
+}  // namespace
