@@ -79,6 +79,10 @@ struct OmPivotTableTxtExport::Data {
   bool mStreaming = false;
   // Rows of a window, at least: layers of no more rows are laid out whole.
   static constexpr std::int32_t kWindowRows = 1024;
+  // A window holds about this many positions, and at least kMinWindowRows
+  // rows, in layers too wide for kWindowRows.
+  static constexpr std::int64_t kWindowPositions = std::int64_t{1} << 16;
+  static constexpr std::int32_t kMinWindowRows = 16;
   // Lines printed by a streamed layer; -1 until it is printed.
   std::int64_t mStreamedLines = -1;
   // Matrix lines as planned, and at most how many lines folded cells may

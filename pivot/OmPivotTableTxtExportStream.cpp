@@ -51,13 +51,18 @@ bool Data::PlanWindows() {
   }
   // A window may end before row b when the first heading column changes
   // there: then no row label, in any heading column, spans on into row b.
+  // Wide layers take fewer rows to a window, so that filling a column
+  // touches few enough lines to stay in the cache.
+  const auto columns = static_cast<std::int64_t>(mColumnWidths.size());
+  const auto windowRows = static_cast<std::int32_t>(
+      std::clamp<std::int64_t>(kWindowPositions / columns, kMinWindowRows, kWindowRows));
   mWindowEnds.clear();
   std::int32_t start = 0;
-  for (std::int32_t b = kWindowRows; b < rows;) {
-    if (b - start >= kWindowRows && (rowHeadColumns == 0 || !SkipNodesInRowHead(0, b - 1, b))) {
+  for (std::int32_t b = windowRows; b < rows;) {
+    if (b - start >= windowRows && (rowHeadColumns == 0 || !SkipNodesInRowHead(0, b - 1, b))) {
       mWindowEnds.push_back(headRows + b);
       start = b;
-      b = std::min(rows, b + kWindowRows);
+      b = std::min(rows, b + windowRows);
     } else {
       ++b;
     }

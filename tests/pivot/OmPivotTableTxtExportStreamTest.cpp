@@ -138,6 +138,22 @@ TEST_F(OmPivotTableTxtExportStreamTest, PageBreaksRepeatTheHeadingInEveryWindow)
   EXPECT_EQ(pages, static_cast<std::size_t>(std::count(text.begin(), text.end(), '\f')));
 }
 
+TEST_F(OmPivotTableTxtExportStreamTest, WideLayersTakeFewerRowsToAWindow) {
+  // 1,100 rows of 200 columns, mostly empty: windows of 65,536 / 201 = 326
+  // rows, whose edges fall between rows of flat labels anywhere.
+  OmDimension& rows = table->AddDimension(OmAxis::Row, "Row");
+  for (int r = 0; r < 1100; ++r)
+    rows.AddCategory("r" + std::to_string(r));
+  OmDimension& columns = table->AddDimension(OmAxis::Column, "Column");
+  for (int c = 0; c < 200; ++c)
+    columns.AddCategory("c" + std::to_string(c));
+  for (std::int32_t r = 0; r < 1100; r += 7)
+    table->SetText({r, (r * 13) % 200}, r % 2 == 0 ? "x" : "two words");
+  options.HideEmptyRowsAndColumns(false);
+  options.MaxLineWidth(-1);
+  ExpectSameAsWhole(4);
+}
+
 TEST_F(OmPivotTableTxtExportStreamTest, LayersWithoutAWindowEdgeAreLaidOutWhole) {
   options.MaxLineWidth(80);
   // One group label over every row: no row may end a window.
