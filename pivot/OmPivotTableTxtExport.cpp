@@ -8,7 +8,8 @@
 #include "pivot/OmPivotTableTxtExportPrivate.h"
 
 OmPivotTableTxtExport::Data::Data(OmDisplayLayerHeading& layer, const OmTextExportOptions& options,
-                                  OmTextPage& page, std::unique_ptr<OmTextPage> ownPage)
+                                  OmTextPage& page, std::unique_ptr<OmTextPage> ownPage,
+                                  std::int64_t streamPositions)
     : mOwnPage(std::move(ownPage)),
       mPage(page),
       mLayerHeading(layer),
@@ -20,7 +21,8 @@ OmPivotTableTxtExport::Data::Data(OmDisplayLayerHeading& layer, const OmTextExpo
       mMemoryRegion(false),
       mRowHeadColumns(mMemoryRegion),
       mColHeadColumns(mMemoryRegion),
-      mMeasure(options.DisplayWidth()) {
+      mMeasure(options.DisplayWidth()),
+      mStreamPositions(streamPositions) {
   mFootnoter.Reset();
   // A tab-separated layer is printed straight from the headings: no plan,
   // no folder, and markers are handed out in print order.

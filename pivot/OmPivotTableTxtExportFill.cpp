@@ -112,7 +112,7 @@ void OmPivotTableTxtExport::Data::FillBands(NodeList& nodes, std::int32_t width,
                                             std::int32_t column, bool tableColumn,
                                             const std::function<bool()>& more) {
   const std::int32_t separator = SeparatorFlag();
-  FoldScratch scratch{{}, {}, mOptions.ColumnSeparator()};
+  FoldScratch scratch{{}, {}, mOptions.ColumnSeparator(), SeparatorFlag()};
   std::int64_t line = separator;  // the first line of band k
   std::int64_t lastLine = line;   // the first line of the last band
   std::size_t k = 0;
@@ -171,7 +171,7 @@ void OmPivotTableTxtExport::Data::FillBand(NodeList& nodes, std::size_t index, s
       mMatrix.AppendToPiece(first + j, matrixColumn, lines[j]);
     }
   }
-  FillRowSeparator(nodes, static_cast<std::int32_t>(line - SeparatorFlag()),
+  FillRowSeparator(nodes, static_cast<std::int32_t>(line - scratch.separator),
                    static_cast<std::int32_t>(index), column);
 }
 

@@ -78,7 +78,7 @@ void OmPivotTableTxtExport::Data::PrepareFormatting() {
 
   // A layer that may stream is sized only once it is known not to.
   mPlannedLines = matrixRows;
-  bool mayStream = rowHeadRows > kWindowRows;
+  bool mayStream = rowHeadRows > kWindowRows && grid.Positions() > mStreamPositions;
   if (!mayStream)
     mMatrix.Resize(static_cast<std::size_t>(matrixRows), static_cast<std::size_t>(columns));
   mColumnWidths.assign(static_cast<std::size_t>(columns), 0);

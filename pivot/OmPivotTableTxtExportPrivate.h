@@ -42,8 +42,14 @@ struct OmPivotTableTxtExport::Data {
 
   // Builds the headings and, for a formatted layer, plans the layer.
   // Prints on page; ownPage, when given, is that page, owned by the record.
+  // Layers of up to this many positions are laid out whole: they are small
+  // enough to hold, and planning windows would only cost time.
+  static constexpr std::int64_t kStreamPositions = std::int64_t{1} << 20;
+
+  // Layers of more than streamPositions positions may stream.
   Data(OmDisplayLayerHeading& layer, const OmTextExportOptions& options, OmTextPage& page,
-       std::unique_ptr<OmTextPage> ownPage = nullptr);
+       std::unique_ptr<OmTextPage> ownPage = nullptr,
+       std::int64_t streamPositions = kStreamPositions);
   ~Data();
   Data(const Data&) = delete;
   Data& operator=(const Data&) = delete;
@@ -77,6 +83,7 @@ struct OmPivotTableTxtExport::Data {
   // whose column widths are all planned before filling is laid out and
   // printed a window of bands at a time, so its text is never held whole.
   bool mStreaming = false;
+  std::int64_t mStreamPositions = kStreamPositions;
   // Rows of a window, at least: layers of no more rows are laid out whole.
   static constexpr std::int32_t kWindowRows = 1024;
   // A window holds about this many positions, and at least kMinWindowRows
@@ -169,6 +176,7 @@ struct OmPivotTableTxtExport::Data {
     std::vector<std::string> lines;
     std::string piece;
     std::string columnSeparator;
+    std::int32_t separator = 0;  // SeparatorFlag()
   };
   // Folds nodes[index], the node of the given band, into its lines from
   // line on, growing the band when it needs more lines than planned, and

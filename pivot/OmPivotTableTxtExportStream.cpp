@@ -186,7 +186,7 @@ void Data::FillWindowColumn(std::int32_t column, std::int32_t firstBand, std::in
   }
 
   const std::int32_t separator = SeparatorFlag();
-  FoldScratch scratch{{}, {}, mOptions.ColumnSeparator()};
+  FoldScratch scratch{{}, {}, mOptions.ColumnSeparator(), SeparatorFlag()};
   std::int64_t line = separator;
   for (std::int32_t k = firstBand; k < endBand; ++k) {
     const auto index = static_cast<std::size_t>(k - firstBand);

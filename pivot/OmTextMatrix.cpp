@@ -63,15 +63,21 @@ void OmTextMatrix::Resize(std::size_t lines, std::size_t columns) {
   if (columns != 0 && lines > std::numeric_limits<std::size_t>::max() / kRefBytes / columns) {
     throw std::bad_alloc();
   }
-  mChunks.clear();
+  // The first chunk and the largest block stay for the new pieces, so that
+  // a matrix sized again and again for windows of a layer reuses its memory.
+  mChunks.resize(std::min<std::size_t>(mChunks.size(), 1));
+  if (!mChunks.empty())
+    mChunks.front().clear();
   mRecords = 0;
   mOrder.clear();
   mGapStart = 0;
   mGapSize = 0;
-  mBlocks.clear();
-  mBlockSize = 0;
+  if (!mBlocks.empty()) {
+    std::swap(mBlocks.front(), mBlocks.back());
+    mBlocks.resize(1);
+    mBlockBytes = mBlockSize;
+  }
   mBlockUsed = 0;
-  mBlockBytes = 0;
   mLarge.clear();
   mLargeBytes = 0;
   mLocations.clear();

@@ -172,11 +172,7 @@ TEST_F(FormatTest, LongColumnsComeOutAsIfFoldedInOneGo) {
   }
   options.HideEmptyRowsAndColumns(false);
   options.MaxLineWidth(30);
-  Data& planned = Planned();
-  // Laid out whole, not a window at a time as it prints.
-  if (planned.mStreaming)
-    planned.FillWhole();
-  const Lines batched = Matrix(planned);
+  const Lines batched = Matrix(Planned());
   ASSERT_GT(batched.size(), 6000u);
   // The same columns at the same widths, each pre-formatted whole and then
   // filled.

@@ -51,7 +51,7 @@ class PivotLayerTest : public ::testing::Test {
     NewLayer();
     auto page = std::make_unique<OmTextPage>(out, options, linesOnPage);
     OmTextPage& pageRef = *page;
-    data = std::make_unique<Data>(*layer, options, pageRef, std::move(page));
+    data = std::make_unique<Data>(*layer, options, pageRef, std::move(page), streamPositions);
     return *data;
   }
   OmPivotTableTxtExport& Export(std::int32_t linesOnPage) {
@@ -82,6 +82,8 @@ class PivotLayerTest : public ::testing::Test {
   }
 
   OmTextExportOptions options;
+  // Layers of more positions than this may stream when made by Make().
+  std::int64_t streamPositions = Data::kStreamPositions;
   std::ostringstream out;
   std::unique_ptr<OmPivotTable> table = std::make_unique<OmPivotTable>();
   std::unique_ptr<OmDisplayLayerHeading> layer;
