@@ -38,10 +38,10 @@ void OmPivotTableTxtExport::Data::AddMeasuredNode(std::int32_t col, std::string 
       return;
     }
   }
-  if (nodes == nullptr)
-    ++mMeasuredNodes;
   std::unique_ptr<OmFormattedNode> node =
       mStringFolder->MakeNode(std::move(text), columns, lines, extra);
+  if (nodes == nullptr && MayGrowItsBand(*node))
+    ++mGrowableNodes;
   if (mColumnWidths[static_cast<std::size_t>(col)] == 0) {
     width = std::max(width, mStringFolder->GetMinimumColumnWidth(*node, width));
     if (columns == 1 && !mWidestCharacters.empty()) {
@@ -51,6 +51,24 @@ void OmPivotTableTxtExport::Data::AddMeasuredNode(std::int32_t col, std::string 
   }
   if (nodes != nullptr)
     nodes->push_back(std::move(node));
+}
+
+bool OmPivotTableTxtExport::Data::MayGrowItsBand(OmFormattedNode& node) const {
+  if (mOptions.WidthRestriction() != -1 || node.NRows() < 1)
+    return true;
+  // Without a restriction the fold joins lines until they fit the rows,
+  // counting all but the blank lines that a line break followed by another
+  // fold point, or by the end of the text, leaves.
+  const std::string& text = node.String();
+  const std::vector<std::int32_t>& folds = node.FoldPoints();
+  for (std::size_t i = 0; i < folds.size(); ++i) {
+    const auto p = static_cast<std::size_t>(folds[i]);
+    if (text[p] != '\n' && text[p] != '\r')
+      continue;
+    if (p + 1 == text.size() || (i + 1 < folds.size() && folds[i + 1] == folds[i] + 1))
+      return true;
+  }
+  return false;
 }
 
 void OmPivotTableTxtExport::Data::PreFormatCornerText(std::int32_t col, std::int32_t& width,
@@ -100,8 +118,10 @@ void OmPivotTableTxtExport::Data::PreFormatRowHeadRows(std::int32_t col, std::in
     const OmCellText* label = entry != nullptr ? entry->Label() : nullptr;
     // A node without a label leaves no node at all, so the bands below it
     // take the nodes of the rows after them; this shift is the layout's own.
-    if (label == nullptr)
+    if (label == nullptr) {
+      ++mUnlabelledEntries;
       continue;
+    }
     std::int32_t extra = 0;
     const std::int32_t columns = GetNumberOfColumnsAvailableInRowHead(col, r, extra);
     const std::int32_t lines = GetNumberOfRowsAvailableInRowHead(col, r);
@@ -125,8 +145,10 @@ void OmPivotTableTxtExport::Data::PreFormatColHeadColumn(std::int32_t col, std::
     }
     const OmDimensionTree::ConstNode* entry = column[static_cast<std::size_t>(r)];
     const OmCellText* label = entry != nullptr ? entry->Label() : nullptr;
-    if (label == nullptr)
+    if (label == nullptr) {
+      ++mUnlabelledEntries;
       continue;
+    }
     std::int32_t extra = 0;
     const std::int32_t columns = GetNumberOfColumnsAvailableInColHead(col, r, extra);
     const std::int32_t lines = GetNumberOfRowsAvailableInColHead(col, r);

@@ -105,13 +105,19 @@ struct OmPivotTableTxtExport::Data {
   NodeList mFirstNodes;
   NodeList mLastTextNodes;
 
-  // Cells measured through a node rather than as text that folds to itself.
-  std::int64_t mMeasuredNodes = 0;
+  // Cells measured through a node whose fold may need more lines than their
+  // band has (see MayGrowItsBand).
+  std::int64_t mGrowableNodes = 0;
+  // Printed heading entries without a label met while measuring or filling.
+  std::int64_t mUnlabelledEntries = 0;
 
   // Without a line width, measures the columns, last first, as filling the
   // layer whole would; false when filling a column would grow a band, as
   // the columns left of it would then be measured against other heights.
   bool MeasureAsFilled();
+  // Whether folding the node's text could give it more lines than its rows;
+  // false only when that is certain not to happen.
+  bool MayGrowItsBand(OmFormattedNode& node) const;
   // Whether folding the heading part or the body part of a planned column
   // gives a cell more lines than its band has.
   bool GrowsABand(std::int32_t column, bool head, bool body);

@@ -32,23 +32,10 @@ bool Data::PlanWindows() {
   if (CountLines(mPlannedLines + mExtraLinesBound) > std::numeric_limits<std::int32_t>::max())
     return false;
   // A printed heading entry without a label leaves no node, which shifts the
-  // nodes below it to other bands; such a layer is laid out whole.
-  for (std::int32_t j = 0; j < dataColumns; ++j) {
-    const OmNodeColumn& column = mColHeadColumns[static_cast<std::size_t>(j)];
-    for (std::int32_t level = 0; level < headRows; ++level) {
-      if (IsColumnHeadingCellPrinted(column, rowHeadColumns + j, level) &&
-          column[static_cast<std::size_t>(level)]->Label() == nullptr) {
-        return false;
-      }
-    }
-  }
-  for (std::int32_t c = 0; c < rowHeadColumns; ++c) {
-    const OmNodeColumn& column = mRowHeadColumns[static_cast<std::size_t>(c)];
-    for (std::int32_t r = 0; r < rows; ++r) {
-      if (IsRowHeadingCellPrinted(c, r) && column[static_cast<std::size_t>(r)]->Label() == nullptr)
-        return false;
-    }
-  }
+  // nodes below it to other bands; such a layer is laid out whole. Measuring
+  // has met every entry.
+  if (mUnlabelledEntries != 0)
+    return false;
   // A window may end before row b when the first heading column changes
   // there: then no row label, in any heading column, spans on into row b.
   // Wide layers take fewer rows to a window, so that filling a column
@@ -78,7 +65,7 @@ bool Data::PlanWindows() {
 bool Data::MeasureAsFilled() {
   const std::int32_t rowHeadColumns = mRowHeading.NColumns();
   for (auto col = static_cast<std::int32_t>(mColumnWidths.size()) - 1; col >= 0; --col) {
-    const std::int64_t before = mMeasuredNodes;
+    const std::int64_t before = mGrowableNodes;
     std::int64_t headNodes = 0;
     std::int32_t width = 0;
     if (col >= rowHeadColumns) {
@@ -87,18 +74,18 @@ bool Data::MeasureAsFilled() {
       mLayerHeading.Fill(cellIndex);
       if (mColumnHeading.NColumns() != 0)
         PreFormatColHeadColumn(col, width, cellIndex, nullptr);
-      headNodes = mMeasuredNodes - before;
+      headNodes = mGrowableNodes - before;
       PreFormatTableCells(col, cellIndex, 0, std::max(mRowHeading.NRows(), 1), width, nullptr);
       mColumnWidths[static_cast<std::size_t>(col)] = width;
     } else {
       PreFormatCornerText(col, width, nullptr);
-      headNodes = mMeasuredNodes - before;
+      headNodes = mGrowableNodes - before;
       PreFormatRowHeadColumn(col, width, nullptr);
     }
-    // Text that folds to itself never grows its band; only cells measured
-    // through a node are folded again to see.
-    const bool bodyNodes = mMeasuredNodes - before > headNodes;
-    if ((headNodes > 0 || bodyNodes) && GrowsABand(col, headNodes > 0, bodyNodes))
+    // Only cells whose fold may grow their band are folded again to see;
+    // the first column is measured last, so nothing depends on it.
+    const bool bodyNodes = mGrowableNodes - before > headNodes;
+    if (col > 0 && (headNodes > 0 || bodyNodes) && GrowsABand(col, headNodes > 0, bodyNodes))
       return false;
   }
   return true;

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "PivotLayerTest.h"
+#include "fold/OmWinStringFolder.h"
 #include "host/output/OmText.h"
 
 namespace {
@@ -155,6 +156,41 @@ TEST_F(OmPivotTableTxtExportStreamTest, WideLayersTakeFewerRowsToAWindow) {
   options.HideEmptyRowsAndColumns(false);
   options.MaxLineWidth(-1);
   ExpectSameAsWhole(4);
+}
+
+// Without a line width, only cells that may grow their band are folded
+// again before streaming; every cell whose fold does grow it must be one.
+TEST_F(OmPivotTableTxtExportStreamTest, EveryCellThatGrowsItsBandIsFoldedAgain) {
+  table = Grid({"r"}, {"c"}, {{"x"}});
+  Data& d = Make();
+  const char* texts[] = {"a\n\nb",     "a\n b", "a\n", "a\r\nb", "\n\na", "a \n", "a\nb\nc d",
+                         "two\nlines", "a b c", "\na", "x",      " ",     ""};
+  std::size_t growing = 0;
+  for (const std::int32_t restriction : {-1, 3}) {
+    d.mStringFolder = std::make_unique<OmWinStringFolder>(d.FolderOptions(restriction));
+    options.WidthRestriction(restriction);
+    for (const char* text : texts) {
+      for (std::int32_t rows = 1; rows <= 3; ++rows) {
+        SCOPED_TRACE(std::string(text) + " rows " + std::to_string(rows));
+        auto node = d.mStringFolder->MakeNode(text, 1, rows, 0);
+        Lines lines;
+        const bool grows = d.mStringFolder->SplitString(*node, 2, lines, true) > rows;
+        node = d.mStringFolder->MakeNode(text, 1, rows, 0);
+        if (grows) {
+          ++growing;
+          EXPECT_TRUE(d.MayGrowItsBand(*node));
+        }
+        if (restriction != -1) {
+          EXPECT_TRUE(d.MayGrowItsBand(*node));
+        }
+      }
+    }
+  }
+  EXPECT_GE(growing, 8U);
+  // Texts whose line breaks all stand between words never grow a band.
+  options.WidthRestriction(-1);
+  for (const char* text : {"two\nlines", "a b c", "a\nb\nc d", "\na"})
+    EXPECT_FALSE(d.MayGrowItsBand(*d.mStringFolder->MakeNode(text, 1, 1, 0))) << text;
 }
 
 TEST_F(OmPivotTableTxtExportStreamTest, LayersWithoutAWindowEdgeAreLaidOutWhole) {
