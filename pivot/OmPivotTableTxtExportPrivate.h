@@ -128,6 +128,10 @@ struct OmPivotTableTxtExport::Data {
   bool PlanWindows();
   // Lays the planned layer out whole, as a layer too short to stream is.
   void FillWhole();
+  // The nodes of bands firstBand .. endBand - 1 of a planned column, as
+  // filling the whole column would make them.
+  void MakeWindowNodes(std::int32_t column, std::int32_t firstBand, std::int32_t endBand,
+                       NodeList& nodes);
   void FillWindow(std::int32_t firstBand, std::int32_t endBand, bool last);
   void FillWindowColumn(std::int32_t column, std::int32_t firstBand, std::int32_t endBand,
                         bool last);

@@ -63,6 +63,9 @@ bool Data::PlanWindows() {
 }
 
 bool Data::MeasureAsFilled() {
+  // A layer without data columns is never laid out a window at a time.
+  if (mColumnHeading.NColumns() <= 0)
+    return false;
   const std::int32_t rowHeadColumns = mRowHeading.NColumns();
   for (auto col = static_cast<std::int32_t>(mColumnWidths.size()) - 1; col >= 0; --col) {
     const std::int64_t before = mGrowableNodes;
@@ -93,7 +96,6 @@ bool Data::MeasureAsFilled() {
 
 bool Data::GrowsABand(std::int32_t column, bool head, bool body) {
   const std::int32_t width = mColumnWidths[static_cast<std::size_t>(column)];
-  std::int32_t measured = width;
   NodeList nodes;
   std::vector<std::string> lines;
   // Folds the nodes made so far, then lets them go.
@@ -106,34 +108,45 @@ bool Data::GrowsABand(std::int32_t column, bool head, bool body) {
     nodes.clear();
     return false;
   };
-  const bool tableColumn = column >= mRowHeading.NColumns();
-  std::vector<std::int32_t> cellIndex;
-  if (tableColumn) {
-    mLayerHeading.Fill(cellIndex);
-    if (head) {
-      PreFormatColHeadColumn(column, measured, cellIndex, &nodes);
-    } else {
-      mColumnHeading.Fill(cellIndex, column - mRowHeading.NColumns());
-    }
-  } else if (head) {
-    PreFormatCornerText(column, measured, &nodes);
+  const std::int32_t headRows = mColumnHeading.NRows();
+  if (head) {
+    MakeWindowNodes(column, 0, headRows, nodes);
+    if (grows())
+      return true;
   }
-  if (grows())
-    return true;
   if (!body)
     return false;
-  const std::int32_t rows = tableColumn ? std::max(mRowHeading.NRows(), 1) : mRowHeading.NRows();
+  const std::int32_t rows =
+      column >= mRowHeading.NColumns() ? std::max(mRowHeading.NRows(), 1) : mRowHeading.NRows();
   for (std::int32_t next = 0; next < rows; next += kWindowRows) {
     const std::int32_t end = next + std::min(kWindowRows, rows - next);
-    if (tableColumn) {
-      PreFormatTableCells(column, cellIndex, next, end, measured, &nodes);
-    } else {
-      PreFormatRowHeadRows(column, next, end, measured, &nodes);
-    }
+    MakeWindowNodes(column, headRows + next, headRows + end, nodes);
     if (grows())
       return true;
   }
   return false;
+}
+
+void Data::MakeWindowNodes(std::int32_t column, std::int32_t firstBand, std::int32_t endBand,
+                           NodeList& nodes) {
+  std::int32_t measured = mColumnWidths[static_cast<std::size_t>(column)];
+  const std::int32_t headRows = mColumnHeading.NRows();
+  const std::int32_t firstRow = std::max(firstBand - headRows, 0);
+  const std::int32_t endRow = endBand - headRows;
+  if (column >= mRowHeading.NColumns()) {
+    std::vector<std::int32_t> cellIndex;
+    mLayerHeading.Fill(cellIndex);
+    if (firstBand == 0) {
+      PreFormatColHeadColumn(column, measured, cellIndex, &nodes);
+    } else {
+      mColumnHeading.Fill(cellIndex, column - mRowHeading.NColumns());
+    }
+    PreFormatTableCells(column, cellIndex, firstRow, endRow, measured, &nodes);
+  } else {
+    if (firstBand == 0)
+      PreFormatCornerText(column, measured, &nodes);
+    PreFormatRowHeadRows(column, firstRow, endRow, measured, &nodes);
+  }
 }
 
 void Data::FillWindow(std::int32_t firstBand, std::int32_t endBand, bool last) {
@@ -151,29 +164,12 @@ void Data::FillWindowColumn(std::int32_t column, std::int32_t firstBand, std::in
                             bool last) {
   UseColumnFolder(column);
   const std::int32_t width = mColumnWidths[static_cast<std::size_t>(column)];
-  std::int32_t measured = width;
-  const std::int32_t headRows = mColumnHeading.NRows();
-  const std::int32_t firstRow = std::max(firstBand - headRows, 0);
-  const std::int32_t endRow = endBand - headRows;
   const bool tableColumn = column >= mRowHeading.NColumns();
   NodeList nodes;
-  if (tableColumn) {
-    std::vector<std::int32_t> cellIndex;
-    mLayerHeading.Fill(cellIndex);
-    if (firstBand == 0) {
-      PreFormatColHeadColumn(column, measured, cellIndex, &nodes);
-    } else {
-      mColumnHeading.Fill(cellIndex, column - mRowHeading.NColumns());
-    }
-    PreFormatTableCells(column, cellIndex, firstRow, endRow, measured, &nodes);
-  } else {
-    if (firstBand == 0)
-      PreFormatCornerText(column, measured, &nodes);
-    PreFormatRowHeadRows(column, firstRow, endRow, measured, &nodes);
-  }
+  MakeWindowNodes(column, firstBand, endBand, nodes);
 
   const std::int32_t separator = SeparatorFlag();
-  FoldScratch scratch{{}, {}, mOptions.ColumnSeparator(), SeparatorFlag()};
+  FoldScratch scratch{{}, {}, mOptions.ColumnSeparator(), separator};
   std::int64_t line = separator;
   for (std::int32_t k = firstBand; k < endBand; ++k) {
     const auto index = static_cast<std::size_t>(k - firstBand);
