@@ -234,6 +234,32 @@ void OmAxisGrid::Fill(std::vector<std::int32_t>& index, std::int32_t combination
   }
 }
 
+std::int32_t OmAxisGrid::Find(const std::int32_t* index) const {
+  // Every way of building the grid lists the combinations in ascending
+  // order of their leaf positions, so a binary search finds one.
+  const std::size_t k = mBlocks.size();
+  auto compare = [&](std::int32_t combination) {
+    const std::int32_t* leaves = mLeaves.data() + static_cast<std::size_t>(combination) * k;
+    for (std::size_t i = 0; i < k; ++i) {
+      const std::int32_t wanted = index[mBlocks[i].dimension];
+      if (leaves[i] != wanted)
+        return leaves[i] < wanted ? -1 : 1;
+    }
+    return 0;
+  };
+  std::int32_t low = 0;
+  std::int32_t high = mNCombinations;
+  while (low < high) {
+    const std::int32_t middle = low + (high - low) / 2;
+    if (compare(middle) < 0) {
+      low = middle + 1;
+    } else {
+      high = middle;
+    }
+  }
+  return low < mNCombinations && compare(low) == 0 ? low : -1;
+}
+
 OmAxisGrid::OmAxisGrid(const OmDisplayLayerHeading& layer, OmAxis axis, bool hideEmpty,
                        bool labelPositions)
     : OmAxisGrid(layer.Table(), axis, LayerIndex(layer), hideEmpty, labelPositions) {}

@@ -62,6 +62,9 @@ class OmAxisGrid {
   // Writes the combination's leaf positions into index, first growing it to
   // one entry per table dimension; a combination out of range writes nothing.
   void Fill(std::vector<std::int32_t>& index, std::int32_t combination) const;
+  // The combination whose leaf positions index holds (one entry per table
+  // dimension), or -1 when the grid does not show it.
+  std::int32_t Find(const std::int32_t* index) const;
 
  private:
   void BuildBlocks(const OmPivotTable& table, const std::vector<std::int32_t>& dims,

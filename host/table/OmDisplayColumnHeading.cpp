@@ -39,3 +39,7 @@ OmNodeColumn OmDisplayColumnHeading::Row(std::int32_t r) const {
 void OmDisplayColumnHeading::Fill(std::vector<std::int32_t>& index, std::int32_t j) const {
   mData->grid.Fill(index, j);
 }
+
+std::int32_t OmDisplayColumnHeading::ColumnOf(const std::int32_t* index) const {
+  return mData->grid.Find(index);
+}

@@ -44,6 +44,9 @@ class OmDisplayColumnHeading {
   // entries 0), then writes column j's leaf positions (nothing for a j out
   // of range).
   void Fill(std::vector<std::int32_t>& index, std::int32_t j) const;
+  // The column whose leaf positions index holds (one entry per table
+  // dimension), or -1 when no shown column has them.
+  std::int32_t ColumnOf(const std::int32_t* index) const;
 
  private:
   struct Data;

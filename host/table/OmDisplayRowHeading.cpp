@@ -57,3 +57,7 @@ const std::vector<const OmCellText*>& OmDisplayRowHeading::CornerText() const {
 void OmDisplayRowHeading::Fill(std::vector<std::int32_t>& index, std::int32_t r) const {
   mData->grid.Fill(index, r);
 }
+
+std::int32_t OmDisplayRowHeading::RowOf(const std::int32_t* index) const {
+  return mData->grid.Find(index);
+}

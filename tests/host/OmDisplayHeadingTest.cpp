@@ -155,6 +155,41 @@ TEST(OmDisplayRowHeading, ManyMoreCombinationsThanCellsAreFoundInNestedOrder) {
   OmDisplayLayerHeading layer(table, true);
   OmDisplayRowHeading rows(layer, true, true);
   EXPECT_EQ(RowsOf(rows, rows.NRows()), "o0|i0\no7|i3\no7|i199\no199|i5\no199|i150\n");
+
+  // A cell's index leads back to its row in each way of listing the rows
+  // (sorted here, marked in a bitmap with fewer combinations, all when
+  // nothing is hidden); an index of no shown row finds none.
+  OmDisplayColumnHeading columns(layer, true);
+  for (const Index& index : std::vector<Index>{{199, 150, 1}, {0, 0, 0}, {7, 199, 0}}) {
+    EXPECT_EQ(columns.ColumnOf(index.data()), index[2]);
+    const std::int32_t r = rows.RowOf(index.data());
+    Index filled(3, 0);
+    rows.Fill(filled, r);
+    EXPECT_EQ(filled[0], index[0]);
+    EXPECT_EQ(filled[1], index[1]);
+  }
+  EXPECT_EQ(rows.RowOf(Index{8, 3, 0}.data()), -1);
+  EXPECT_EQ(rows.RowOf(Index{7, 4, 0}.data()), -1);
+  for (const bool hide : {true, false}) {
+    OmPivotTable small;
+    OmDimension& a = small.AddDimension(OmAxis::Row, "A");
+    OmDimension& b = small.AddDimension(OmAxis::Row, "B");
+    for (int i = 0; i < 5; ++i) {
+      a.AddCategory("a" + std::to_string(i));
+      b.AddCategory("b" + std::to_string(i));
+    }
+    for (const Index& index : std::vector<Index>{{1, 4}, {3, 0}, {4, 4}})
+      small.SetText(index, "x");
+    OmDisplayLayerHeading smallLayer(small, hide);
+    OmDisplayRowHeading smallRows(smallLayer, hide, true);
+    for (std::int32_t r = 0; r < smallRows.NRows(); ++r) {
+      Index index(2, 0);
+      smallRows.Fill(index, r);
+      EXPECT_EQ(smallRows.RowOf(index.data()), r);
+    }
+    EXPECT_EQ(smallRows.RowOf(Index{2, 2}.data()), hide ? -1 : 12);
+    EXPECT_EQ(smallRows.RowOf(Index{4, 4}.data()), hide ? 2 : 24);
+  }
 }
 
 TEST(OmDisplayRowHeading, TooManyCombinationsToShowFailsAsLackOfMemory) {
