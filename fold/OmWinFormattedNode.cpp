@@ -17,24 +17,28 @@ OmWinFormattedNode::OmWinFormattedNode(std::string text, std::int32_t columns, s
     return;
   std::vector<std::int32_t>& folds = FoldPoints();
   // Offsets are 32-bit; in a text longer than that the bytes beyond simply
-  // offer no fold points, so only the recorded ones of a trailing run go.
+  // offer no fold points.
   constexpr std::size_t kMaxOffset = std::numeric_limits<std::int32_t>::max();
+  // A run of blanks is recorded only once a character follows it: trailing
+  // blanks lose their fold points, and a text of blanks (the text of every
+  // empty position) then costs no allocation.
+  std::size_t runStart = 0;
   std::size_t trailing = 0;
-  std::size_t trailingFolds = 0;
   const char* const bytes = s.data();
   for (std::size_t p = 0; p < size;) {
     const auto c = static_cast<unsigned char>(bytes[p]);
     if (c == ' ') {
+      if (trailing == 0)
+        runStart = p;
       ++trailing;
-      if (p <= kMaxOffset) {
-        folds.push_back(static_cast<std::int32_t>(p));
-        ++trailingFolds;
-      }
       ++p;
       continue;
     }
-    trailing = 0;
-    trailingFolds = 0;
+    if (trailing != 0) {
+      for (std::size_t q = runStart; q < runStart + trailing && q <= kMaxOffset; ++q)
+        folds.push_back(static_cast<std::int32_t>(q));
+      trailing = 0;
+    }
     if (c == '\n' || c == '\r') {
       if (p <= kMaxOffset)
         folds.push_back(static_cast<std::int32_t>(p));
@@ -48,13 +52,9 @@ OmWinFormattedNode::OmWinFormattedNode(std::string text, std::int32_t columns, s
       p += charLength > 1 ? static_cast<std::size_t>(charLength) : 1;
     }
   }
-  if (trailing == 0)
-    return;
-  // A text of blanks only keeps its blanks (and so is not empty) but still
-  // loses their fold points.
-  if (size > trailing)
+  // A text of blanks only keeps its blanks (and so is not empty).
+  if (trailing != 0 && size > trailing)
     s.resize(size - trailing);
-  folds.resize(folds.size() - trailingFolds);
 }
 
 OmWinFormattedNode::~OmWinFormattedNode() = default;
