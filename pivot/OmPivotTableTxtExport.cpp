@@ -9,7 +9,7 @@
 
 OmPivotTableTxtExport::Data::Data(OmDisplayLayerHeading& layer, const OmTextExportOptions& options,
                                   OmTextPage& page, std::unique_ptr<OmTextPage> ownPage,
-                                  std::int64_t streamPositions)
+                                  std::int64_t streamPositions, std::int64_t sparsePositions)
     : mOwnPage(std::move(ownPage)),
       mPage(page),
       mLayerHeading(layer),
@@ -22,7 +22,10 @@ OmPivotTableTxtExport::Data::Data(OmDisplayLayerHeading& layer, const OmTextExpo
       mRowHeadColumns(mMemoryRegion),
       mColHeadColumns(mMemoryRegion),
       mMeasure(options.DisplayWidth()),
-      mStreamPositions(streamPositions) {
+      mStreamPositions(streamPositions),
+      mSparsePositions(sparsePositions) {
+  // 1 when rules separate the rows: a line above each band and one below.
+  mSeparatorFlag = mOptions.RowSeparator().empty() ? 0 : 1;
   mFootnoter.Reset();
   // A tab-separated layer is printed straight from the headings: no plan,
   // no folder, and markers are handed out in print order.

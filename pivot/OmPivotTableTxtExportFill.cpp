@@ -112,7 +112,7 @@ void OmPivotTableTxtExport::Data::FillBands(NodeList& nodes, std::int32_t width,
                                             std::int32_t column, bool tableColumn,
                                             const std::function<bool()>& more) {
   const std::int32_t separator = SeparatorFlag();
-  FoldScratch scratch{{}, {}, mOptions.ColumnSeparator(), SeparatorFlag()};
+  FoldScratch scratch(mOptions.ColumnSeparator(), SeparatorFlag());
   std::int64_t line = separator;  // the first line of band k
   std::int64_t lastLine = line;   // the first line of the last band
   std::size_t k = 0;
@@ -155,11 +155,56 @@ void OmPivotTableTxtExport::Data::FillBand(NodeList& nodes, std::size_t index, s
   const auto matrixColumn = static_cast<std::size_t>(column);
   // An empty node writes nothing, not even the rule above it; in a table
   // column, text that a spanning cell already put there stays.
-  if (node.IsEmpty() || (tableColumn && !mMatrix.IsEmpty(first, matrixColumn)))
+  const bool blank = &node == mBlankNode.get();
+  if (!blank && node.IsEmpty())
     return;
-  std::vector<std::string>& lines = scratch.lines;
-  lines.clear();
-  const std::int32_t count = mStringFolder->SplitString(node, width, lines, true);
+  OmTextMatrix::Spot spot = nullptr;
+  if (tableColumn) {
+    spot = mMatrix.SpotOf(first, matrixColumn);
+    if (!OmTextMatrix::IsEmptyAt(spot))
+      return;
+  }
+  // The shared blank node (one row) folds to the same lines every time at a
+  // width, and a blank of one line in a table column takes the text the
+  // first one stored, and so does the rule above it, but for the bottom
+  // rule, which reads back to other nodes.
+  const bool oneLineBlank = blank && tableColumn && scratch.blankWidth == width &&
+                            scratch.blankLines.size() == 1 && scratch.blankCount <= 1;
+  if (oneLineBlank && scratch.blankId != 0) {
+    OmTextMatrix::SetPieceIdAt(spot, scratch.blankId);
+    const std::int64_t ruleLine = line - scratch.separator;
+    if (scratch.separator == 0 || ruleLine < 0 ||
+        static_cast<std::size_t>(ruleLine) + 1 >= mMatrix.NumLines()) {
+      FillRowSeparator(nodes, static_cast<std::int32_t>(ruleLine), static_cast<std::int32_t>(index),
+                       column, &scratch);
+      return;
+    }
+    const OmTextMatrix::Spot ruleSpot =
+        mMatrix.SpotOf(static_cast<std::size_t>(ruleLine), matrixColumn);
+    if (!OmTextMatrix::IsEmptyAt(ruleSpot))
+      return;
+    if (scratch.blankRuleId != 0) {
+      OmTextMatrix::SetPieceIdAt(ruleSpot, scratch.blankRuleId);
+    } else {
+      FillRowSeparator(nodes, static_cast<std::int32_t>(ruleLine), static_cast<std::int32_t>(index),
+                       column, &scratch);
+      scratch.blankRuleId = OmTextMatrix::IdAt(ruleSpot);
+    }
+    return;
+  }
+  std::int32_t count = scratch.blankCount;
+  if (!blank || scratch.blankWidth != width) {
+    std::vector<std::string>& folded = blank ? scratch.blankLines : scratch.lines;
+    folded.clear();
+    count = mStringFolder->SplitString(node, width, folded, true);
+    if (blank) {
+      scratch.blankWidth = width;
+      scratch.blankCount = count;
+      scratch.blankId = 0;
+      scratch.blankRuleId = 0;
+    }
+  }
+  const std::vector<std::string>& lines = blank ? scratch.blankLines : scratch.lines;
   InsertExtraRows(band, static_cast<std::int32_t>(line), column, count, node.NRows());
   for (std::size_t j = 0; j < lines.size(); ++j) {
     if (column == 0) {
@@ -171,17 +216,21 @@ void OmPivotTableTxtExport::Data::FillBand(NodeList& nodes, std::size_t index, s
       mMatrix.AppendToPiece(first + j, matrixColumn, lines[j]);
     }
   }
+  if (oneLineBlank)
+    scratch.blankId = OmTextMatrix::IdAt(mMatrix.SpotOf(first, matrixColumn));
   FillRowSeparator(nodes, static_cast<std::int32_t>(line - scratch.separator),
-                   static_cast<std::int32_t>(index), column);
+                   static_cast<std::int32_t>(index), column, &scratch);
 }
 
 void OmPivotTableTxtExport::Data::FillRowSeparator(NodeList& nodes, std::int32_t line,
-                                                   std::int32_t band, std::int32_t column) {
+                                                   std::int32_t band, std::int32_t column,
+                                                   FoldScratch* scratch) {
   const std::size_t lines = mMatrix.NumLines();
   if (SeparatorFlag() == 0 || line < 0 || static_cast<std::size_t>(line) >= lines)
     return;
   const auto at = static_cast<std::size_t>(line);
-  if (!mMatrix.IsEmpty(at, static_cast<std::size_t>(column)))
+  const OmTextMatrix::Spot spot = mMatrix.SpotOf(at, static_cast<std::size_t>(column));
+  if (!OmTextMatrix::IsEmptyAt(spot))
     return;
 
   // The rule takes its width from the cell below it; the bottom rule, from
@@ -217,7 +266,17 @@ void OmPivotTableTxtExport::Data::FillRowSeparator(NodeList& nodes, std::int32_t
       std::int64_t{mColumnWidths[static_cast<std::size_t>(column)]} + node.ExtraWidth();
   if (span > 1)
     target += (span - 1) * mStringFolder->GetStringLength(mOptions.ColumnSeparator());
+  // A column's rules are mostly alike: the last one's stored text serves
+  // again.
+  if (scratch != nullptr && scratch->ruleId != 0 && scratch->ruleTarget == target) {
+    OmTextMatrix::SetPieceIdAt(spot, scratch->ruleId);
+    return;
+  }
   mMatrix.SetPiece(at, static_cast<std::size_t>(column), RulePiece(target, column == 0));
+  if (scratch != nullptr) {
+    scratch->ruleId = OmTextMatrix::IdAt(spot);
+    scratch->ruleTarget = target;
+  }
 }
 
 const std::string& OmPivotTableTxtExport::Data::RulePiece(std::int64_t target, bool firstColumn) {

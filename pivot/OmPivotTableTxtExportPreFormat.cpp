@@ -85,7 +85,7 @@ void OmPivotTableTxtExport::Data::PreFormatCornerText(std::int32_t col, std::int
     AddMeasuredNode(col, std::move(text), 1, rows, 0, width, nodes);
     if (nodes != nullptr) {
       for (std::int32_t r = 1; r < headRows; ++r)
-        nodes->push_back(mStringFolder->MakeNode());
+        nodes->push_back(SharedNode(false));
     }
   }
   const std::int32_t planned = mColumnWidths[static_cast<std::size_t>(col)];
@@ -111,7 +111,7 @@ void OmPivotTableTxtExport::Data::PreFormatRowHeadRows(std::int32_t col, std::in
   for (std::int32_t r = std::max(firstRow, 0); r < endRow; ++r) {
     if (!IsRowHeadingCellPrinted(col, r)) {
       if (nodes != nullptr)
-        nodes->push_back(mStringFolder->MakeNode());
+        nodes->push_back(SharedNode(false));
       continue;
     }
     const OmDimensionTree::ConstNode* entry = column[static_cast<std::size_t>(r)];
@@ -140,7 +140,7 @@ void OmPivotTableTxtExport::Data::PreFormatColHeadColumn(std::int32_t col, std::
     if (!IsColumnHeadingCellPrinted(column, col, r)) {
       // Covered by a cell that spans from the left.
       if (nodes != nullptr)
-        nodes->push_back(mStringFolder->MakeNode());
+        nodes->push_back(SharedNode(false));
       continue;
     }
     const OmDimensionTree::ConstNode* entry = column[static_cast<std::size_t>(r)];
@@ -179,17 +179,88 @@ void OmPivotTableTxtExport::Data::PreFormatTableCells(std::int32_t col,
   const std::int32_t headRows = std::max(mColumnHeading.NRows(), 0);
   const std::int32_t rows = mRowHeading.NRows();
   const OmPivotTable& table = mLayerHeading.Table();
+  const std::uint64_t* occupied = nullptr;
+  const std::uint64_t* occupiedEnd = nullptr;
+  const bool sparse = rows > 0 && OccupiedRows(col - mRowHeading.NColumns(), occupied, occupiedEnd);
+  if (sparse) {
+    occupied =
+        std::lower_bound(occupied, occupiedEnd, firstRow, [](std::uint64_t key, std::int32_t row) {
+          return static_cast<std::int64_t>(key & 0xFFFFFFFFu) < row;
+        });
+  }
+  auto lookUp = [&](std::int32_t r) {
+    mRowHeading.Fill(cellIndex, r);
+    if (const OmCellText* cell = table.Cell(cellIndex)) {
+      const std::int32_t lines = mRowHeights[static_cast<std::size_t>(headRows + r)];
+      AddMeasuredNode(col, GetCellText(cell), 1, lines, 0, width, nodes);
+      return true;
+    }
+    return false;
+  };
+  // Measuring a sparse column visits only its cells: a blank is not
+  // measured.
+  if (sparse && nodes == nullptr) {
+    for (; occupied != occupiedEnd; ++occupied) {
+      const auto r = static_cast<std::int32_t>(*occupied & 0xFFFFFFFFu);
+      if (r >= endRow)
+        break;
+      lookUp(r);
+    }
+    return;
+  }
   for (std::int32_t r = std::max(firstRow, 0); r < endRow; ++r) {
     if (rows > 0) {
-      mRowHeading.Fill(cellIndex, r);
-      if (const OmCellText* cell = table.Cell(cellIndex)) {
-        const std::int32_t lines = mRowHeights[static_cast<std::size_t>(headRows + r)];
-        AddMeasuredNode(col, GetCellText(cell), 1, lines, 0, width, nodes);
-        continue;
+      bool held = true;
+      if (sparse) {
+        held = occupied != occupiedEnd && static_cast<std::int32_t>(*occupied & 0xFFFFFFFFu) == r;
+        if (held)
+          ++occupied;
       }
+      if (held && lookUp(r))
+        continue;
     }
     // No cell, or no row to look one up for: a blank that is not measured.
     if (nodes != nullptr)
-      nodes->push_back(mStringFolder->MakeNode(" ", 1, 1, 0));
+      nodes->push_back(SharedNode(true));
   }
+}
+
+OmPivotTableTxtExport::Data::NodePtr OmPivotTableTxtExport::Data::SharedNode(bool blank) {
+  std::unique_ptr<OmFormattedNode>& node = blank ? mBlankNode : mEmptyNode;
+  if (!node)
+    node = blank ? mStringFolder->MakeNode(" ", 1, 1, 0) : mStringFolder->MakeNode();
+  return NodePtr(node.get(), NodeRelease(false));
+}
+
+bool OmPivotTableTxtExport::Data::OccupiedRows(std::int32_t dataColumn, const std::uint64_t*& first,
+                                               const std::uint64_t*& end) {
+  if (!mOccupancyKnown) {
+    mOccupancyKnown = true;
+    const std::int64_t positions =
+        std::int64_t{mRowHeading.NRows()} * std::max(mColumnHeading.NColumns(), 0);
+    const OmPivotTable& table = mLayerHeading.Table();
+    std::vector<std::int32_t> layerIndex = table.SizeVector();
+    mLayerHeading.Fill(layerIndex);
+    if (positions >= mSparsePositions &&
+        table.NCellsInLayer(layerIndex) <= positions / kPositionsPerCell) {
+      table.ForEachCellInLayer(layerIndex, [this](const std::int32_t* index, const OmCellText&) {
+        const std::int32_t row = mRowHeading.RowOf(index);
+        const std::int32_t column = mColumnHeading.ColumnOf(index);
+        if (row >= 0 && column >= 0) {
+          mOccupied.push_back(static_cast<std::uint64_t>(column) << 32 |
+                              static_cast<std::uint64_t>(row));
+        }
+      });
+      std::sort(mOccupied.begin(), mOccupied.end());
+      mSparse = true;
+    }
+  }
+  if (!mSparse || dataColumn < 0)
+    return false;
+  const auto key = static_cast<std::uint64_t>(dataColumn) << 32;
+  const std::uint64_t* all = mOccupied.data();
+  const std::uint64_t* allEnd = all + mOccupied.size();
+  first = std::lower_bound(all, allEnd, key);
+  end = std::lower_bound(first, allEnd, key + (std::uint64_t{1} << 32));
+  return true;
 }

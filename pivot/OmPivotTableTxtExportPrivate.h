@@ -12,6 +12,7 @@
 #include <iosfwd>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "export/OmTextExportOptions.h"
@@ -37,19 +38,37 @@ struct OmPivotTableTxtExportPrivate {
 };
 
 struct OmPivotTableTxtExport::Data {
+  // Owns its node, unless the node is one of the layer's shared nodes (see
+  // SharedNode); converts from the folder's owning pointers.
+  struct NodeRelease {
+    NodeRelease() = default;
+    NodeRelease(std::default_delete<OmFormattedNode>) {}  // NOLINT: implicit on purpose
+    explicit NodeRelease(bool owning) : owns(owning) {}
+    void operator()(OmFormattedNode* node) const {
+      if (owns)
+        delete node;
+    }
+    bool owns = true;
+  };
+  using NodePtr = std::unique_ptr<OmFormattedNode, NodeRelease>;
   // The formatted nodes of one matrix column, top to bottom.
-  using NodeList = std::vector<std::unique_ptr<OmFormattedNode>>;
+  using NodeList = std::vector<NodePtr>;
 
   // Builds the headings and, for a formatted layer, plans the layer.
   // Prints on page; ownPage, when given, is that page, owned by the record.
   // Layers of up to this many positions are laid out whole: they are small
   // enough to hold, and planning windows would only cost time.
   static constexpr std::int64_t kStreamPositions = std::int64_t{1} << 20;
+  // Layers of fewer positions than this look up every one of them: their
+  // cells are found fast enough that listing them first would not pay.
+  static constexpr std::int64_t kSparsePositions = std::int64_t{1} << 16;
 
-  // Layers of more than streamPositions positions may stream.
+  // Layers of more than streamPositions positions may stream; layers of at
+  // least sparsePositions positions may fill only their cells' positions.
   Data(OmDisplayLayerHeading& layer, const OmTextExportOptions& options, OmTextPage& page,
        std::unique_ptr<OmTextPage> ownPage = nullptr,
-       std::int64_t streamPositions = kStreamPositions);
+       std::int64_t streamPositions = kStreamPositions,
+       std::int64_t sparsePositions = kSparsePositions);
   ~Data();
   Data(const Data&) = delete;
   Data& operator=(const Data&) = delete;
@@ -111,6 +130,19 @@ struct OmPivotTableTxtExport::Data {
   // Printed heading entries without a label met while measuring or filling.
   std::int64_t mUnlabelledEntries = 0;
 
+  // In a large layer with far fewer cells than positions, the positions
+  // that hold a cell, as (data column << 32 | row), ascending: its empty
+  // positions are then neither looked up nor measured.
+  static constexpr std::int64_t kPositionsPerCell = 8;
+  std::int64_t mSparsePositions = kSparsePositions;
+  std::vector<std::uint64_t> mOccupied;
+  bool mOccupancyKnown = false;
+  bool mSparse = false;
+  // The rows of data column dataColumn that hold a cell, as a range of
+  // mOccupied; false when the layer is not sparse.
+  bool OccupiedRows(std::int32_t dataColumn, const std::uint64_t*& first,
+                    const std::uint64_t*& end);
+
   // Without a line width, measures the columns, last first, as filling the
   // layer whole would; false when filling a column would grow a band, as
   // the columns left of it would then be measured against other heights.
@@ -157,7 +189,8 @@ struct OmPivotTableTxtExport::Data {
 
   // Heading spans (OmPivotTableTxtExportSpans.cpp): read-only queries.
   // 1 when the row separator is not empty, else 0.
-  std::int32_t SeparatorFlag() const;
+  std::int32_t SeparatorFlag() const { return mSeparatorFlag; }
+  std::int32_t mSeparatorFlag = 0;
   bool SkipNodesInColumnHead(std::int32_t level, std::int32_t a, std::int32_t b) const;
   bool SkipNodesInRowHead(std::int32_t column, std::int32_t a, std::int32_t b) const;
   bool IsColumnHeadingCellPrinted(const OmNodeColumn& nodes, std::int32_t matrixColumn,
@@ -183,11 +216,30 @@ struct OmPivotTableTxtExport::Data {
   void FillTableColumn(std::int32_t column);
   // Working storage of filling, kept across the bands of a column.
   struct FoldScratch {
+    FoldScratch(std::string separatorText, std::int32_t separatorFlag)
+        : columnSeparator(std::move(separatorText)), separator(separatorFlag) {}
     std::vector<std::string> lines;
     std::string piece;
     std::string columnSeparator;
     std::int32_t separator = 0;  // SeparatorFlag()
+    // The shared blank node folded at blankWidth: the same lines each time.
+    std::int32_t blankWidth = -1;
+    std::int32_t blankCount = 0;
+    std::vector<std::string> blankLines;
+    // The matrix's text of the blank's one line and of the last rule drawn,
+    // stored once for the column (0 until stored).
+    OmTextMatrix::PieceId blankId = 0;
+    OmTextMatrix::PieceId blankRuleId = 0;
+    OmTextMatrix::PieceId ruleId = 0;
+    std::int64_t ruleTarget = -1;
   };
+  // Every empty position of the layer has the same blank node, and every
+  // position a spanning label covers the same empty node; sharing them
+  // spares a node per position. Folding leaves a node as it was, but for
+  // the count of its blank lines, which is the same for every fold of them.
+  std::unique_ptr<OmFormattedNode> mBlankNode;
+  std::unique_ptr<OmFormattedNode> mEmptyNode;
+  NodePtr SharedNode(bool blank);
   // Folds nodes[index], the node of the given band, into its lines from
   // line on, growing the band when it needs more lines than planned, and
   // draws the rule above it.
@@ -195,7 +247,8 @@ struct OmPivotTableTxtExport::Data {
                 std::int32_t width, std::int32_t column, bool tableColumn, FoldScratch& scratch);
   // Draws the rule at line of column: the rule of nodes[band], or for the
   // matrix's last line the bottom rule of the last node before it with text.
-  void FillRowSeparator(NodeList& nodes, std::int32_t line, std::int32_t band, std::int32_t column);
+  void FillRowSeparator(NodeList& nodes, std::int32_t line, std::int32_t band, std::int32_t column,
+                        FoldScratch* scratch = nullptr);
   // The piece of a rule target display positions wide, with the left edge
   // in the first column; the last one made is kept, as a column's rules
   // are mostly alike.

@@ -71,10 +71,6 @@ std::int32_t Clamp(std::int64_t value) {
 
 }  // namespace
 
-std::int32_t Data::SeparatorFlag() const {
-  return mOptions.RowSeparator().empty() ? 0 : 1;
-}
-
 bool Data::SkipNodesInColumnHead(std::int32_t level, std::int32_t a, std::int32_t b) const {
   // Tab-separated layers plan nothing, so the heading's own columns are
   // read; it hands them out by reference, which keeps the export linear.

@@ -100,7 +100,7 @@ bool Data::GrowsABand(std::int32_t column, bool head, bool body) {
   std::vector<std::string> lines;
   // Folds the nodes made so far, then lets them go.
   auto grows = [&]() {
-    for (const std::unique_ptr<OmFormattedNode>& node : nodes) {
+    for (const NodePtr& node : nodes) {
       lines.clear();
       if (!node->IsEmpty() && mStringFolder->SplitString(*node, width, lines, true) > node->NRows())
         return true;
@@ -166,10 +166,11 @@ void Data::FillWindowColumn(std::int32_t column, std::int32_t firstBand, std::in
   const std::int32_t width = mColumnWidths[static_cast<std::size_t>(column)];
   const bool tableColumn = column >= mRowHeading.NColumns();
   NodeList nodes;
+  nodes.reserve(static_cast<std::size_t>(endBand - firstBand) + 1);
   MakeWindowNodes(column, firstBand, endBand, nodes);
 
   const std::int32_t separator = SeparatorFlag();
-  FoldScratch scratch{{}, {}, mOptions.ColumnSeparator(), separator};
+  FoldScratch scratch(mOptions.ColumnSeparator(), separator);
   std::int64_t line = separator;
   for (std::int32_t k = firstBand; k < endBand; ++k) {
     const auto index = static_cast<std::size_t>(k - firstBand);
@@ -179,8 +180,8 @@ void Data::FillWindowColumn(std::int32_t column, std::int32_t firstBand, std::in
     line += std::int64_t{mRowHeights[static_cast<std::size_t>(k)]} + separator;
   }
 
-  std::unique_ptr<OmFormattedNode>& firstNode = mFirstNodes[static_cast<std::size_t>(column)];
-  std::unique_ptr<OmFormattedNode>& lastText = mLastTextNodes[static_cast<std::size_t>(column)];
+  NodePtr& firstNode = mFirstNodes[static_cast<std::size_t>(column)];
+  NodePtr& lastText = mLastTextNodes[static_cast<std::size_t>(column)];
   for (std::size_t i = 0; i < nodes.size(); ++i) {
     if (firstBand == 0 && i == 0) {
       firstNode = std::move(nodes[i]);

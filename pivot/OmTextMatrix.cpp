@@ -241,6 +241,19 @@ void OmTextMatrix::ClearPiece(std::size_t line, std::size_t column) {
     StoreRef(slot, 0);
 }
 
+bool OmTextMatrix::IsEmptyAt(Spot spot) {
+  return spot == nullptr || LoadRef(spot) == 0;
+}
+
+OmTextMatrix::PieceId OmTextMatrix::IdAt(Spot spot) {
+  return spot != nullptr ? LoadRef(spot) : 0;
+}
+
+void OmTextMatrix::SetPieceIdAt(Spot spot, PieceId id) {
+  if (spot != nullptr)
+    StoreRef(spot, id);
+}
+
 void OmTextMatrix::MoveGap(std::size_t to) {
   if (mGapSize != 0) {
     std::uint32_t* order = mOrder.data();
@@ -287,8 +300,19 @@ void OmTextMatrix::AppendLine(std::size_t line, std::string& out) const {
   const unsigned char* slot = Slot(line, 0);
   if (slot == nullptr)
     return;
+  // Sized first and then copied into: most pieces are a few bytes, and
+  // appending them one by one costs more than the bytes themselves.
+  std::size_t size = 0;
   for (std::size_t c = 0; c < mColumns; ++c)
-    out.append(Text(LoadRef(slot + c * kRefBytes)));
+    size += Text(LoadRef(slot + c * kRefBytes)).size();
+  const std::size_t start = out.size();
+  out.resize(start + size);
+  char* to = &out[start];
+  for (std::size_t c = 0; c < mColumns; ++c) {
+    const std::string_view text = Text(LoadRef(slot + c * kRefBytes));
+    std::memcpy(to, text.data(), text.size());
+    to += text.size();
+  }
 }
 
 std::size_t OmTextMatrix::MemoryUsage() const {

@@ -46,6 +46,19 @@ class OmTextMatrix {
   void AppendToPiece(std::size_t line, std::size_t column, std::string_view text);
   void ClearPiece(std::size_t line, std::size_t column);
 
+  // The stored text of a piece, to give another piece of the same column
+  // the same text without storing or comparing it again; 0 for an empty
+  // piece. Valid until the matrix is resized.
+  using PieceId = std::uint64_t;
+  // Where a piece is kept, found once for several calls on the same piece;
+  // null outside the matrix. Valid until lines are inserted or the matrix
+  // is resized.
+  using Spot = unsigned char*;
+  Spot SpotOf(std::size_t line, std::size_t column) { return Slot(line, column); }
+  static bool IsEmptyAt(Spot spot);
+  static PieceId IdAt(Spot spot);
+  static void SetPieceIdAt(Spot spot, PieceId id);
+
   // Inserts count lines of empty pieces before line at; an at past the end
   // appends them. Throws std::bad_alloc beyond 2^32 - 1 lines in all.
   void InsertLines(std::size_t at, std::size_t count);

@@ -217,4 +217,65 @@ TEST_F(OmPivotTableTxtExportStreamTest, LayersWithoutAWindowEdgeAreLaidOutWhole)
   EXPECT_FALSE(Make().mStreaming);
 }
 
+TEST_F(OmPivotTableTxtExportStreamTest, ASparseLayerPrintsWhatLookingUpEveryPositionPrints) {
+  // 1,500 rows in groups (so the layer streams) by 2 x 6 columns under
+  // spanning labels, with a few cells: two-line and folding ones next to
+  // blanks, footnotes, and a row and a column that only --show-empty shows.
+  table->AddFootnote("note");
+  OmDimension& rows = table->AddDimension(OmAxis::Row, "Row");
+  for (std::int32_t g = 0; g < 6; ++g) {
+    const auto group = rows.AddCategory("Group " + std::to_string(g));
+    for (std::int32_t i = 0; i < 250; ++i)
+      rows.AddCategory(group, "r" + std::to_string(g * 250 + i));
+  }
+  for (const char* name : {"Outer", "Inner"}) {
+    OmDimension& columns = table->AddDimension(OmAxis::Column, name);
+    const auto all = columns.AddCategory(std::string("All ") + name);
+    for (std::int32_t c = 0; c < (name[0] == 'O' ? 2 : 6); ++c)
+      columns.AddCategory(all, name + std::to_string(c));
+  }
+  for (std::int32_t r = 0; r < 1500; r += 37) {
+    table->SetNumber({r, r % 2, r % 5}, r * 1.5, 1);
+    if (r % 3 == 0)
+      table
+          ->SetText({r + 1, 1, 4},
+                    r % 2 == 0 ? "two\nlines" : "a text that folds in a narrow column")
+          .AddFootnote(0);
+  }
+  for (const bool showEmpty : {true, false}) {
+    for (const std::int32_t width : {-1, 30}) {
+      SCOPED_TRACE(testing::Message() << showEmpty << " " << width);
+      options.HideEmptyRowsAndColumns(!showEmpty);
+      options.MaxLineWidth(width);
+      options.NumLinesPerPage(showEmpty ? 50 : 2147483647);
+      options.InsertPageBreak(showEmpty);
+      // Hiding the empty rows leaves too few to stream.
+      for (const bool stream : {showEmpty, false}) {
+        streamPositions = stream ? 0 : Data::kStreamPositions;
+        sparsePositions = 0;
+        Data& sparse = Make();
+        EXPECT_TRUE(sparse.mSparse);
+        EXPECT_EQ(sparse.mStreaming, stream);
+        if (stream) {
+          sparse.StreamExport();
+        } else {
+          sparse.FrmtExport();
+        }
+        const std::string text = out.str();
+        out.str("");
+        sparsePositions = Data::kStreamPositions * 1024;
+        Data& every = Make();
+        EXPECT_FALSE(every.mSparse);
+        if (stream) {
+          every.StreamExport();
+        } else {
+          every.FrmtExport();
+        }
+        EXPECT_EQ(text, out.str());
+        out.str("");
+      }
+    }
+  }
+}
+
 }  // namespace

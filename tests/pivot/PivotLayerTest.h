@@ -51,7 +51,8 @@ class PivotLayerTest : public ::testing::Test {
     NewLayer();
     auto page = std::make_unique<OmTextPage>(out, options, linesOnPage);
     OmTextPage& pageRef = *page;
-    data = std::make_unique<Data>(*layer, options, pageRef, std::move(page), streamPositions);
+    data = std::make_unique<Data>(*layer, options, pageRef, std::move(page), streamPositions,
+                                  sparsePositions);
     return *data;
   }
   OmPivotTableTxtExport& Export(std::int32_t linesOnPage) {
@@ -84,6 +85,8 @@ class PivotLayerTest : public ::testing::Test {
   OmTextExportOptions options;
   // Layers of more positions than this may stream when made by Make().
   std::int64_t streamPositions = Data::kStreamPositions;
+  // Layers of at least this many positions may fill only their cells'.
+  std::int64_t sparsePositions = Data::kSparsePositions;
   std::ostringstream out;
   std::unique_ptr<OmPivotTable> table = std::make_unique<OmPivotTable>();
   std::unique_ptr<OmDisplayLayerHeading> layer;
