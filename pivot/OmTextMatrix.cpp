@@ -48,8 +48,11 @@ constexpr std::size_t kLastBlock = std::size_t{1} << (kBlockShift - kOffsetShift
 // Pieces longer than this are kept on their own.
 constexpr std::size_t kLargePiece = std::size_t{1} << 16;
 
-// Line records per chunk of the piece table.
+// Line records per chunk of the piece table. Within a chunk, records are
+// kept in tiles of up to 64, column by column: filling a column walks a
+// tile's references of that column side by side, not a record apart.
 constexpr std::size_t kChunkRecords = 4096;
+constexpr std::size_t kMaxTileShift = 6;
 constexpr std::size_t kMaxRecords = std::numeric_limits<std::uint32_t>::max();
 
 }  // namespace
@@ -82,6 +85,11 @@ void OmTextMatrix::Resize(std::size_t lines, std::size_t columns) {
   mLargeBytes = 0;
   mLocations.clear();
   mColumns = columns;
+  // A short matrix takes short tiles, so that it holds little more than
+  // its own lines.
+  mTileShift = 0;
+  while (mTileShift < kMaxTileShift && (std::size_t{1} << mTileShift) < lines)
+    ++mTileShift;
   mRecent.assign(2 * columns, 0);
   NewRecords(lines);
   mOrder.resize(lines);
@@ -94,16 +102,18 @@ std::uint32_t OmTextMatrix::NewRecords(std::size_t count) {
     throw std::bad_alloc();
   const auto first = static_cast<std::uint32_t>(mRecords);
   if (mColumns != 0) {
+    const std::size_t tileBytes = (std::size_t{1} << mTileShift) * kRefBytes * mColumns;
     std::size_t left = count;
     while (left > 0) {
-      const std::size_t recordBytes = kRefBytes * mColumns;
-      if (mChunks.empty() || mChunks.back().size() == kChunkRecords * recordBytes) {
+      const std::size_t chunkIndex = mRecords / kChunkRecords;
+      if (chunkIndex >= mChunks.size())
         mChunks.emplace_back();
-      }
-      std::vector<unsigned char>& chunk = mChunks.back();
-      const std::size_t room = kChunkRecords - chunk.size() / recordBytes;
-      const std::size_t take = std::min(left, room);
-      chunk.resize(chunk.size() + take * recordBytes, 0);
+      std::vector<unsigned char>& chunk = mChunks[chunkIndex];
+      const std::size_t within = mRecords % kChunkRecords;
+      const std::size_t take = std::min(left, kChunkRecords - within);
+      const std::size_t tiles = ((within + take - 1) >> mTileShift) + 1;
+      if (chunk.size() < tiles * tileBytes)
+        chunk.resize(tiles * tileBytes, 0);
       left -= take;
       mRecords += take;
     }
@@ -121,8 +131,12 @@ const unsigned char* OmTextMatrix::Slot(std::size_t line, std::size_t column) co
   if (line >= NumLines() || column >= mColumns)
     return nullptr;
   const std::size_t record = mOrder[line < mGapStart ? line : line + mGapSize];
+  const std::size_t within = record % kChunkRecords;
+  const std::size_t tileMask = (std::size_t{1} << mTileShift) - 1;
   return &mChunks[record / kChunkRecords]
-                 [((record % kChunkRecords) * mColumns + column) * kRefBytes];
+                 [((((within >> mTileShift) * mColumns + column) << mTileShift) +
+                   (within & tileMask)) *
+                  kRefBytes];
 }
 
 std::string_view OmTextMatrix::Text(Ref ref) const {
@@ -302,14 +316,15 @@ void OmTextMatrix::AppendLine(std::size_t line, std::string& out) const {
     return;
   // Sized first and then copied into: most pieces are a few bytes, and
   // appending them one by one costs more than the bytes themselves.
+  const std::size_t step = kRefBytes << mTileShift;
   std::size_t size = 0;
   for (std::size_t c = 0; c < mColumns; ++c)
-    size += Text(LoadRef(slot + c * kRefBytes)).size();
+    size += Text(LoadRef(slot + c * step)).size();
   const std::size_t start = out.size();
   out.resize(start + size);
   char* to = &out[start];
   for (std::size_t c = 0; c < mColumns; ++c) {
-    const std::string_view text = Text(LoadRef(slot + c * kRefBytes));
+    const std::string_view text = Text(LoadRef(slot + c * step));
     std::memcpy(to, text.data(), text.size());
     to += text.size();
   }

@@ -93,6 +93,8 @@ class OmTextMatrix {
   // in chunks so that growth never copies the whole table.
   std::vector<std::vector<unsigned char>> mChunks;
   std::size_t mRecords = 0;
+  // Records per tile, as a power of two (see the .cpp).
+  std::size_t mTileShift = 0;
   // The record of each line, with a gap of mGapSize unused entries at
   // mGapStart where insertions go.
   std::vector<std::uint32_t> mOrder;
