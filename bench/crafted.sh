@@ -21,7 +21,7 @@ data="$build/crafted"
 mkdir -p "$data"
 
 printf '%-12s %-32s %4s %10s %8s %8s %8s %s\n' document options exit output_MB wall_s MB/s peak_MB note
-for doc in wide-sparse many-layers big-layers huge-tab blank-lines; do
+for doc in wide-sparse tall-sparse layer-sparse many-layers big-layers huge-tab blank-lines; do
   case $doc in
     huge-tab) options="--show-empty --tab-separated" ;;
     blank-lines) options="" ;;

@@ -9,6 +9,9 @@ Usage: gen_crafted.py NAME [SCALE]  (the document goes to standard output)
   many-layers     1,000,000 layers of 10 x 10, one cell; with --show-empty
   big-layers      1,000 layers of 3,000 x 3,000, one cell; with --show-empty
   huge-tab        100,000 x 100,000, one cell; with --show-empty --tab-separated
+  tall-sparse     2,000 x 1,900 nested rows by 24 columns, one cell; with
+                  --show-empty
+  layer-sparse    99 layers of 1,000 x 1,000, one cell; with --show-empty
   blank-lines     3 x 3 cells of 64 KiB each: short words between blank lines,
                   the worst shape for folding a cell into one row (SCALE is
                   the number of blank lines between words)
@@ -66,6 +69,8 @@ def main():
                         ("C", "column", 10)],
         "big-layers": [("L", "layer", 1000), ("R", "row", 3000), ("C", "column", 3000)],
         "huge-tab": [("R", "row", 100000), ("C", "column", 100000)],
+        "tall-sparse": [("R", "row", 2000), ("S", "row", 1900), ("C", "column", 24)],
+        "layer-sparse": [("L", "layer", 99), ("R", "row", 1000), ("C", "column", 1000)],
     }
     if name not in shapes:
         sys.exit("gen_crafted.py: unknown document '%s'\n%s" % (name, __doc__))
