@@ -318,8 +318,11 @@ void OmTextMatrix::AppendLine(std::size_t line, std::string& out) const {
   // appending them one by one costs more than the bytes themselves.
   const std::size_t step = kRefBytes << mTileShift;
   std::size_t size = 0;
-  for (std::size_t c = 0; c < mColumns; ++c)
-    size += Text(LoadRef(slot + c * step)).size();
+  for (std::size_t c = 0; c < mColumns; ++c) {
+    const Ref ref = LoadRef(slot + c * step);
+    size += (ref & kLocatedFlag) == 0 ? static_cast<std::size_t>(ref & kRefLengthMask)
+                                      : Text(ref).size();
+  }
   const std::size_t start = out.size();
   out.resize(start + size);
   char* to = &out[start];
