@@ -166,30 +166,13 @@ void OmPivotTableTxtExport::Data::FillBand(NodeList& nodes, std::size_t index, s
   }
   // The shared blank node (one row) folds to the same lines every time at a
   // width, and a blank of one line in a table column takes the text the
-  // first one stored, and so does the rule above it, but for the bottom
-  // rule, which reads back to other nodes.
+  // first one stored.
   const bool oneLineBlank = blank && tableColumn && scratch.blankWidth == width &&
                             scratch.blankLines.size() == 1 && scratch.blankCount <= 1;
   if (oneLineBlank && scratch.blankId != 0) {
     OmTextMatrix::SetPieceIdAt(spot, scratch.blankId);
-    const std::int64_t ruleLine = line - scratch.separator;
-    if (scratch.separator == 0 || ruleLine < 0 ||
-        static_cast<std::size_t>(ruleLine) + 1 >= mMatrix.NumLines()) {
-      FillRowSeparator(nodes, static_cast<std::int32_t>(ruleLine), static_cast<std::int32_t>(index),
-                       column, &scratch);
-      return;
-    }
-    const OmTextMatrix::Spot ruleSpot =
-        mMatrix.SpotOf(static_cast<std::size_t>(ruleLine), matrixColumn);
-    if (!OmTextMatrix::IsEmptyAt(ruleSpot))
-      return;
-    if (scratch.blankRuleId != 0) {
-      OmTextMatrix::SetPieceIdAt(ruleSpot, scratch.blankRuleId);
-    } else {
-      FillRowSeparator(nodes, static_cast<std::int32_t>(ruleLine), static_cast<std::int32_t>(index),
-                       column, &scratch);
-      scratch.blankRuleId = OmTextMatrix::IdAt(ruleSpot);
-    }
+    FillRowSeparator(nodes, static_cast<std::int32_t>(line - scratch.separator),
+                     static_cast<std::int32_t>(index), column, &scratch);
     return;
   }
   std::int32_t count = scratch.blankCount;
@@ -232,6 +215,15 @@ void OmPivotTableTxtExport::Data::FillRowSeparator(NodeList& nodes, std::int32_t
   const OmTextMatrix::Spot spot = mMatrix.SpotOf(at, static_cast<std::size_t>(column));
   if (!OmTextMatrix::IsEmptyAt(spot))
     return;
+  // The rule above the shared blank node is the same all down a column (the
+  // bottom rule reads back to other nodes).
+  const bool aboveBlank = scratch != nullptr && at + 1 != lines && band >= 0 &&
+                          static_cast<std::size_t>(band) < nodes.size() &&
+                          nodes[static_cast<std::size_t>(band)].get() == mBlankNode.get();
+  if (aboveBlank && scratch->blankRuleId != 0) {
+    OmTextMatrix::SetPieceIdAt(spot, scratch->blankRuleId);
+    return;
+  }
 
   // The rule takes its width from the cell below it; the bottom rule, from
   // the last band that has text (or the first band).
@@ -270,13 +262,15 @@ void OmPivotTableTxtExport::Data::FillRowSeparator(NodeList& nodes, std::int32_t
   // again.
   if (scratch != nullptr && scratch->ruleId != 0 && scratch->ruleTarget == target) {
     OmTextMatrix::SetPieceIdAt(spot, scratch->ruleId);
-    return;
+  } else {
+    mMatrix.SetPiece(at, static_cast<std::size_t>(column), RulePiece(target, column == 0));
+    if (scratch != nullptr) {
+      scratch->ruleId = OmTextMatrix::IdAt(spot);
+      scratch->ruleTarget = target;
+    }
   }
-  mMatrix.SetPiece(at, static_cast<std::size_t>(column), RulePiece(target, column == 0));
-  if (scratch != nullptr) {
-    scratch->ruleId = OmTextMatrix::IdAt(spot);
-    scratch->ruleTarget = target;
-  }
+  if (aboveBlank)
+    scratch->blankRuleId = scratch->ruleId;
 }
 
 const std::string& OmPivotTableTxtExport::Data::RulePiece(std::int64_t target, bool firstColumn) {
