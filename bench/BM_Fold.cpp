@@ -167,7 +167,8 @@ BENCHMARK(BM_OmWinStringFolder_ParagraphsIntoOneRow)
 // words and then changed; 4, as 0 with one word in four 5 to 40 letters
 // long; 5, as 0 folded at width 2 under a width restriction of 2 (a word of
 // 3 letters is cut in two), so that joining stops at the first join longer
-// than 2.
+// than 2; 6 and 7, as 3 with the run kept for 20 to 120 and for 200 to 2000
+// words.
 std::string WordsBetweenBlankLines(std::int64_t gap, std::int64_t pattern) {
   std::string text;
   std::uint32_t seed = 3;
@@ -185,10 +186,10 @@ std::string WordsBetweenBlankLines(std::int64_t gap, std::int64_t pattern) {
       breaks = gap + (seed >> 20) % (gap + 1);
     if (pattern == 2)
       breaks = 1 + next(gap);
-    if (pattern == 3) {
+    if (pattern == 3 || pattern == 6 || pattern == 7) {
       if (keep == 0) {
         run = 1 + next(gap);
-        keep = 2 + next(5);
+        keep = pattern == 3 ? 2 + next(5) : pattern == 6 ? 20 + next(101) : 200 + next(1801);
       }
       --keep;
       breaks = run;
@@ -230,6 +231,9 @@ BENCHMARK(BM_OmWinStringFolder_WordsBetweenBlankLines)
     ->Args({4, 3})
     ->Args({1, 4})
     ->Args({1, 5})
+    ->Args({2, 6})
+    ->Args({4, 6})
+    ->Args({4, 7})
     ->Unit(benchmark::kMillisecond);
 
 }  // namespace

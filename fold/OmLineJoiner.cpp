@@ -36,6 +36,7 @@ constexpr std::int64_t kMaxDirect = 512;
 // own (more kinds give tighter bounds but cost each join more).
 constexpr std::int64_t kMaxNear = 12;
 constexpr std::int32_t kNoBound = std::numeric_limits<std::int32_t>::max();
+constexpr std::size_t kPhases = 8;
 
 bool IsStrictlyAscendingIndexList(const std::vector<std::int32_t>& list, std::size_t count) {
   std::int64_t previous = -1;
@@ -626,6 +627,7 @@ struct OmLineJoiner::Bound {
   std::int32_t near = 0;
   std::vector<std::uint16_t> kindAt;   // per position: a bit for its kind, 0 for none
   std::vector<std::uint16_t> kindsIn;  // level * n + position: the kinds over 2^level positions
+  std::vector<std::uint8_t> floorLog;  // per run length: the level that covers it in two
   std::vector<std::int32_t> pairs;     // per position: the position it pairs with, or -1
   std::vector<std::int64_t> length;
   std::vector<std::int32_t> prev;
@@ -636,14 +638,36 @@ struct OmLineJoiner::Bound {
   std::vector<std::int32_t> bound;  // node * kinds + kind; kNoBound for none
   std::vector<std::int64_t> cacheStart;
   std::vector<Summary> cache;
+  // agree[(period - 1) * n + p] counts the positions from p on whose kinds
+  // equal those a period later (for periods up to kPhases): a node that
+  // moved by whole periods over such positions answers as it did before.
+  std::vector<std::int32_t> agree;
   std::vector<std::size_t> dirty;
 
   bool Setup(const std::vector<std::int64_t>& lengths, const std::vector<std::int32_t>& breaks);
   void SetLeaf(std::int32_t id);
-  void Pull(std::size_t node);
-  std::uint16_t KindsIn(std::int64_t from, std::int64_t lines) const;
+  // Defined here, like the search's walk, so that the library's calls to
+  // them are direct and can be inlined.
+  void Pull(std::size_t node) {
+    const std::size_t left = 2 * node;
+    count[node] = count[left] + count[left + 1];
+    std::int32_t* b = bound.data() + node * kinds;
+    const std::int32_t* l = bound.data() + left * kinds;
+    const std::int32_t* r = l + kinds;
+    for (std::size_t k = 0; k < kinds; ++k)
+      b[k] = std::min(l[k], r[k]);
+    cacheStart[node] = -1;
+  }
+  std::uint16_t KindsIn(std::int64_t from, std::int64_t lines) const {
+    const auto span = static_cast<std::size_t>(lines);
+    const std::size_t level = floorLog[span];
+    const std::uint16_t* row = kindsIn.data() + level * n;
+    const auto f = static_cast<std::size_t>(from);
+    return static_cast<std::uint16_t>(row[f] | row[f + span - (std::size_t{1} << level)]);
+  }
   std::int32_t LineAt(std::int64_t rank) const;
-  Summary Search(std::size_t node, std::int64_t start, Summary& best);
+  // Sets best to the earliest shortest join (best.id -1 when there is none).
+  Summary Search(Summary& best);
   void JoinPair(std::int32_t x, std::int32_t y);
   void Trim();
 };
@@ -693,6 +717,9 @@ bool OmLineJoiner::Bound::Setup(const std::vector<std::int64_t>& lengths,
     ++levels;
   kindsIn.resize(levels * n);
   std::copy(kindAt.begin(), kindAt.end(), kindsIn.begin());
+  floorLog.assign(n + 1, 0);
+  for (std::size_t span = 2; span <= n; ++span)
+    floorLog[span] = static_cast<std::uint8_t>(floorLog[span / 2] + 1);
   for (std::size_t level = 1; level < levels; ++level) {
     const std::size_t half = std::size_t{1} << (level - 1);
     const std::uint16_t* below = kindsIn.data() + (level - 1) * n;
@@ -715,6 +742,14 @@ bool OmLineJoiner::Bound::Setup(const std::vector<std::int64_t>& lengths,
   bound.assign(2 * size * kinds, kNoBound);
   cacheStart.assign(2 * size, -1);
   cache.resize(2 * size);
+  agree.assign(kPhases * n, 0);
+  for (std::size_t period = 1; period <= kPhases; ++period) {
+    std::int32_t* row = agree.data() + (period - 1) * n;
+    for (std::size_t p = n; p-- > 0;) {
+      if (p + period < n && kindAt[p] == kindAt[p + period])
+        row[p] = p + 1 < n ? row[p + 1] + 1 : 1;
+    }
+  }
   for (std::size_t i = 0; i < n; ++i) {
     count[size + i] = 1;
     SetLeaf(static_cast<std::int32_t>(i));
@@ -740,27 +775,6 @@ void OmLineJoiner::Bound::SetLeaf(std::int32_t id) {
   cacheStart[leaf] = -1;
 }
 
-void OmLineJoiner::Bound::Pull(std::size_t node) {
-  const std::size_t left = 2 * node;
-  count[node] = count[left] + count[left + 1];
-  std::int32_t* b = bound.data() + node * kinds;
-  const std::int32_t* l = bound.data() + left * kinds;
-  const std::int32_t* r = l + kinds;
-  for (std::size_t k = 0; k < kinds; ++k)
-    b[k] = std::min(l[k], r[k]);
-  cacheStart[node] = -1;
-}
-
-std::uint16_t OmLineJoiner::Bound::KindsIn(std::int64_t from, std::int64_t lines) const {
-  std::size_t level = 0;
-  while ((std::int64_t{2} << level) <= lines)
-    ++level;
-  const std::uint16_t* row = kindsIn.data() + level * n;
-  const auto f = static_cast<std::size_t>(from);
-  return static_cast<std::uint16_t>(
-      row[f] | row[f + static_cast<std::size_t>(lines) - (std::size_t{1} << level)]);
-}
-
 std::int32_t OmLineJoiner::Bound::LineAt(std::int64_t rank) const {
   std::size_t node = 1;
   while (node < size) {
@@ -774,60 +788,79 @@ std::int32_t OmLineJoiner::Bound::LineAt(std::int64_t rank) const {
   return static_cast<std::int32_t>(node - size);
 }
 
-OmLineJoiner::Bound::Summary OmLineJoiner::Bound::Search(std::size_t node, std::int64_t start,
-                                                         Summary& best) {
-  const std::int64_t lines = count[node];
-  if (lines == 0)
-    return Summary{kNoCandidate, -1};
-  if (cacheStart[node] == start) {
-    const Summary& known = cache[node];
-    if (known.id >= 0 || known.value == kNoCandidate) {
-      if (known.value < best.value)
-        best = known;
-      return known;
+OmLineJoiner::Bound::Summary OmLineJoiner::Bound::Search(Summary& best) {
+  auto walk = [this, &best](auto& self, std::size_t node, std::int64_t start) -> Summary {
+    const std::int64_t lines = count[node];
+    if (lines == 0)
+      return Summary{kNoCandidate, -1};
+    const std::uint16_t mask = KindsIn(start, lines);
+    const Summary* known = nullptr;
+    const std::int64_t moved = cacheStart[node] - start;
+    if (moved == 0) {
+      known = &cache[node];
+    } else if (moved > 0 && (mask >> (near + 1)) == 0) {
+      // Moved by whole periods over positions that repeat: the same joins.
+      // A line far back is not on the node's path when it changes, so a node
+      // that pairs with one is taken only where it was searched.
+      for (std::int64_t period = 1; period <= static_cast<std::int64_t>(kPhases); ++period) {
+        if (moved % period == 0 &&
+            agree[static_cast<std::size_t>(period - 1) * n + static_cast<std::size_t>(start)] >=
+                moved + lines - period) {
+          cacheStart[node] = start;
+          known = &cache[node];
+          break;
+        }
+      }
     }
-    if (known.value >= best.value)
-      return known;
-  }
-  const std::uint16_t mask = KindsIn(start, lines);
-  std::int32_t least = kNoBound;
-  const std::int32_t* b = bound.data() + node * kinds;
-  for (std::size_t k = 0; k < kinds; ++k) {
-    if ((mask >> k) & 1u)
-      least = std::min(least, b[k]);
-  }
-  const std::int64_t lower = least == kNoBound ? kNoCandidate : least;
-  if (lower >= best.value)
-    return Summary{lower, -1};
-  Summary found{kNoCandidate, -1};
-  if (node >= size) {
-    const auto id = static_cast<std::int32_t>(node - size);
-    const auto p = static_cast<std::size_t>(start);
-    std::int64_t value = lower;
-    if (kindAt[p] == (1u << (near + 1))) {
-      value = length[static_cast<std::size_t>(LineAt(pairs[p]))] + 1 +
-              length[static_cast<std::size_t>(id)];
+    if (known) {
+      if (known->id >= 0 || known->value == kNoCandidate) {
+        if (known->value < best.value)
+          best = *known;
+        return *known;
+      }
+      if (known->value >= best.value)
+        return *known;
     }
-    found = Summary{value, id};
-    if (value < best.value)
-      best = found;
-  } else {
-    const Summary left = Search(2 * node, start, best);
-    const Summary right = Search(2 * node + 1, start + count[2 * node], best);
-    const bool leftExact = left.id >= 0 || left.value == kNoCandidate;
-    const bool rightExact = right.id >= 0 || right.value == kNoCandidate;
-    // The earlier line wins a tie; a bound on one side settles the node only
-    // when it cannot beat the exact answer of the other.
-    if (leftExact && right.value >= left.value)
-      found = left;
-    else if (rightExact && right.value < left.value)
-      found = right;
-    else
-      found = Summary{std::min(left.value, right.value), -1};
-  }
-  cacheStart[node] = start;
-  cache[node] = found;
-  return found;
+    std::int32_t least = kNoBound;
+    const std::int32_t* b = bound.data() + node * kinds;
+    for (std::size_t k = 0; k < kinds; ++k) {
+      if ((mask >> k) & 1u)
+        least = std::min(least, b[k]);
+    }
+    const std::int64_t lower = least == kNoBound ? kNoCandidate : least;
+    if (lower >= best.value)
+      return Summary{lower, -1};
+    Summary found{kNoCandidate, -1};
+    if (node >= size) {
+      const auto id = static_cast<std::int32_t>(node - size);
+      const auto p = static_cast<std::size_t>(start);
+      std::int64_t value = lower;
+      if (kindAt[p] == (1u << (near + 1))) {
+        value = length[static_cast<std::size_t>(LineAt(pairs[p]))] + 1 +
+                length[static_cast<std::size_t>(id)];
+      }
+      found = Summary{value, id};
+      if (value < best.value)
+        best = found;
+    } else {
+      const Summary left = self(self, 2 * node, start);
+      const Summary right = self(self, 2 * node + 1, start + count[2 * node]);
+      const bool leftExact = left.id >= 0 || left.value == kNoCandidate;
+      const bool rightExact = right.id >= 0 || right.value == kNoCandidate;
+      // The earlier line wins a tie; a bound on one side settles the node only
+      // when it cannot beat the exact answer of the other.
+      if (leftExact && right.value >= left.value)
+        found = left;
+      else if (rightExact && right.value < left.value)
+        found = right;
+      else
+        found = Summary{std::min(left.value, right.value), -1};
+    }
+    cacheStart[node] = start;
+    cache[node] = found;
+    return found;
+  };
+  return walk(walk, 1, 0);
 }
 
 void OmLineJoiner::Bound::JoinPair(std::int32_t x, std::int32_t y) {
@@ -863,6 +896,7 @@ void OmLineJoiner::Bound::JoinPair(std::int32_t x, std::int32_t y) {
 void OmLineJoiner::Bound::Trim() {
   ReleaseIfLarge(kindAt);
   ReleaseIfLarge(kindsIn);
+  ReleaseIfLarge(floorLog);
   ReleaseIfLarge(pairs);
   ReleaseIfLarge(length);
   ReleaseIfLarge(prev);
@@ -871,6 +905,7 @@ void OmLineJoiner::Bound::Trim() {
   ReleaseIfLarge(bound);
   ReleaseIfLarge(cacheStart);
   ReleaseIfLarge(cache);
+  ReleaseIfLarge(agree);
 }
 
 OmLineJoiner::OmLineJoiner() = default;
@@ -914,7 +949,7 @@ std::int64_t OmLineJoiner::Join(const std::vector<std::int64_t>& lengths,
           bound, static_cast<std::int64_t>(n), excess, rows, widthRestriction, width,
           [&bound](std::int64_t) {
             Bound::Summary best{kNoCandidate, -1};
-            bound.Search(1, 0, best);
+            bound.Search(best);
             return best.id < 0 ? std::pair<std::int32_t, std::int64_t>{-1, 0}
                                : std::pair{best.id, best.value};
           },
