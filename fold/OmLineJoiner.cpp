@@ -793,16 +793,21 @@ OmLineJoiner::Bound::Summary OmLineJoiner::Bound::Search(Summary& best) {
     const std::int64_t lines = count[node];
     if (lines == 0)
       return Summary{kNoCandidate, -1};
-    const std::uint16_t mask = KindsIn(start, lines);
     const Summary* known = nullptr;
     const std::int64_t moved = cacheStart[node] - start;
+    // The kinds are looked up only when needed: a node met where it was last
+    // searched answers without them.
+    std::uint16_t mask = 0;
     if (moved == 0) {
       known = &cache[node];
-    } else if (moved > 0 && (mask >> (near + 1)) == 0) {
+    } else if (moved > 0) {
+      mask = KindsIn(start, lines);
       // Moved by whole periods over positions that repeat: the same joins.
       // A line far back is not on the node's path when it changes, so a node
       // that pairs with one is taken only where it was searched.
-      for (std::int64_t period = 1; period <= static_cast<std::int64_t>(kPhases); ++period) {
+      const bool far = (mask >> (near + 1)) != 0;
+      for (std::int64_t period = 1; !far && period <= static_cast<std::int64_t>(kPhases);
+           ++period) {
         if (moved % period == 0 &&
             agree[static_cast<std::size_t>(period - 1) * n + static_cast<std::size_t>(start)] >=
                 moved + lines - period) {
@@ -821,6 +826,8 @@ OmLineJoiner::Bound::Summary OmLineJoiner::Bound::Search(Summary& best) {
       if (known->value >= best.value)
         return *known;
     }
+    if (moved <= 0)
+      mask = KindsIn(start, lines);
     std::int32_t least = kNoBound;
     const std::int32_t* b = bound.data() + node * kinds;
     for (std::size_t k = 0; k < kinds; ++k) {
