@@ -48,6 +48,85 @@ bool IsStrictlyAscendingIndexList(const std::vector<std::int32_t>& list, std::si
   return true;
 }
 
+// Whether every join of the lines fits in 32 bits (below the largest value,
+// which marks "none"): a joined line is never longer than all lines and
+// blanks together.
+bool JoinsFitIn32Bits(const std::vector<std::int64_t>& lengths) {
+  auto total = static_cast<std::int64_t>(lengths.size());
+  for (const std::int64_t l : lengths) {
+    if (l < 0)
+      return false;
+    total += l;
+    if (total >= std::numeric_limits<std::int32_t>::max())
+      return false;
+  }
+  return true;
+}
+
+// The scan's step: the shortest join of the lines (the earliest among
+// equals), with at the index of the line joined onto; 0 when no pair is a
+// candidate.
+std::int64_t ShortestJoin(const std::vector<std::int64_t>& lengths,
+                          const std::vector<std::int32_t>& breakLines, std::size_t& at) {
+  const std::size_t b = breakLines.size();
+  std::int64_t best = 0;
+  at = 0;
+  std::size_t q = 0;
+  std::int64_t prevLength = 0;
+  for (std::size_t j = 0; j < lengths.size(); ++j) {
+    if (b > 0 && static_cast<std::int64_t>(breakLines[q]) == static_cast<std::int64_t>(j)) {
+      if (q + 1 < b)
+        ++q;
+      continue;
+    }
+    const std::int64_t lj = lengths[j];
+    if (j > 0) {
+      const std::int64_t candidate = prevLength + 1 + lj;
+      if (best == 0 || candidate < best) {
+        best = candidate;
+        at = j - 1;
+      }
+    }
+    prevLength = lj;
+  }
+  return best;
+}
+
+// Lines of the given lengths, linked in order by prev and next (-1 at the
+// ends). Returns the leaves of a tree over them: the least power of two not
+// below their number.
+std::size_t LinkLines(const std::vector<std::int64_t>& lengths, std::vector<std::int64_t>& length,
+                      std::vector<std::int32_t>& prev, std::vector<std::int32_t>& next) {
+  const std::size_t n = lengths.size();
+  length.assign(lengths.begin(), lengths.end());
+  prev.resize(n);
+  next.resize(n);
+  for (std::size_t i = 0; i < n; ++i) {
+    prev[i] = static_cast<std::int32_t>(i) - 1;
+    next[i] = i + 1 < n ? static_cast<std::int32_t>(i + 1) : -1;
+  }
+  std::size_t size = 1;
+  while (size < n)
+    size *= 2;
+  return size;
+}
+
+// The line at a rank, in a tree that counts the lines under each node
+// (leaves at size + line id).
+std::int32_t LineAtRank(const std::vector<std::int32_t>& count, std::size_t size,
+                        std::int64_t rank) {
+  std::size_t node = 1;
+  while (node < size) {
+    if (count[2 * node] > rank) {
+      node = 2 * node;
+    } else {
+      rank -= count[2 * node];
+      node = 2 * node + 1;
+    }
+  }
+  return static_cast<std::int32_t>(node - size);
+}
+
 template <typename T>
 void ReleaseIfLarge(std::vector<T>& v) {
   if (v.capacity() > kKeepEntries)
@@ -369,16 +448,9 @@ bool OmLineJoiner::Cycle::Setup(const std::vector<std::int64_t>& lengths,
   if (breaks.empty())
     return false;
   end = std::int64_t{breaks.back()} + 1;
-  // Keys hold lengths in 32 bits; a joined line is never longer than all
-  // lines and blanks together.
-  std::int64_t total = static_cast<std::int64_t>(n);
-  for (const std::int64_t l : lengths) {
-    if (l < 0)
-      return false;
-    total += l;
-    if (total >= std::numeric_limits<std::int32_t>::max())
-      return false;
-  }
+  // Keys hold lengths in 32 bits.
+  if (!JoinsFitIn32Bits(lengths))
+    return false;
   isBreak.assign(n, 0);
   for (const std::int32_t b : breaks)
     isBreak[static_cast<std::size_t>(b)] = 1;
@@ -429,17 +501,8 @@ bool OmLineJoiner::Cycle::Setup(const std::vector<std::int64_t>& lengths,
   for (std::size_t r = 0; r < period; ++r)
     types[r] = typeAt(first + static_cast<std::int64_t>(r));
 
-  length.assign(lengths.begin(), lengths.end());
-  prev.resize(n);
-  next.resize(n);
+  size = LinkLines(lengths, length, prev, next);
   alive.assign(n, 1);
-  for (std::size_t i = 0; i < n; ++i) {
-    prev[i] = static_cast<std::int32_t>(i) - 1;
-    next[i] = i + 1 < n ? static_cast<std::int32_t>(i + 1) : -1;
-  }
-  size = 1;
-  while (size < n)
-    size *= 2;
   count.assign(2 * size, 0);
   byResidue.assign(2 * size * period, kNone);
   uniform.assign(2 * size, kNone);
@@ -500,16 +563,7 @@ void OmLineJoiner::Cycle::Refresh(std::int32_t id) {
 }
 
 std::int32_t OmLineJoiner::Cycle::LineAt(std::int64_t rank) const {
-  std::size_t node = 1;
-  while (node < size) {
-    if (count[2 * node] > rank) {
-      node = 2 * node;
-    } else {
-      rank -= count[2 * node];
-      node = 2 * node + 1;
-    }
-  }
-  return static_cast<std::int32_t>(node - size);
+  return LineAtRank(count, size, rank);
 }
 
 OmLineJoiner::Cycle::Key OmLineJoiner::Cycle::Query(std::size_t node, std::int64_t start,
@@ -675,16 +729,9 @@ struct OmLineJoiner::Bound {
 bool OmLineJoiner::Bound::Setup(const std::vector<std::int64_t>& lengths,
                                 const std::vector<std::int32_t>& breaks) {
   n = lengths.size();
-  // Bounds are kept in 32 bits; a joined line is never longer than all
-  // lines and blanks together.
-  std::int64_t total = static_cast<std::int64_t>(n);
-  for (const std::int64_t l : lengths) {
-    if (l < 0)
-      return false;
-    total += l;
-    if (total >= kNoBound)
-      return false;
-  }
+  // Bounds are kept in 32 bits.
+  if (!JoinsFitIn32Bits(lengths))
+    return false;
   pairs.resize(n);
   kindAt.assign(n, 0);
   // Mark the break lines, then give every other position its pairing.
@@ -728,16 +775,7 @@ bool OmLineJoiner::Bound::Setup(const std::vector<std::int64_t>& lengths,
       here[p] = static_cast<std::uint16_t>(below[p] | below[p + half]);
   }
 
-  length.assign(lengths.begin(), lengths.end());
-  prev.resize(n);
-  next.resize(n);
-  for (std::size_t i = 0; i < n; ++i) {
-    prev[i] = static_cast<std::int32_t>(i) - 1;
-    next[i] = i + 1 < n ? static_cast<std::int32_t>(i + 1) : -1;
-  }
-  size = 1;
-  while (size < n)
-    size *= 2;
+  size = LinkLines(lengths, length, prev, next);
   count.assign(2 * size, 0);
   bound.assign(2 * size * kinds, kNoBound);
   cacheStart.assign(2 * size, -1);
@@ -776,16 +814,7 @@ void OmLineJoiner::Bound::SetLeaf(std::int32_t id) {
 }
 
 std::int32_t OmLineJoiner::Bound::LineAt(std::int64_t rank) const {
-  std::size_t node = 1;
-  while (node < size) {
-    if (count[2 * node] > rank) {
-      node = 2 * node;
-    } else {
-      rank -= count[2 * node];
-      node = 2 * node + 1;
-    }
-  }
-  return static_cast<std::int32_t>(node - size);
+  return LineAtRank(count, size, rank);
 }
 
 OmLineJoiner::Bound::Summary OmLineJoiner::Bound::Search(Summary& best) {
@@ -938,6 +967,14 @@ std::int64_t OmLineJoiner::Join(const std::vector<std::int64_t>& lengths,
   const bool ascending = n >= 2 && IsStrictlyAscendingIndexList(breakLines, n);
   const bool tryCycle =
       method == Method::Cycle || (method == Method::Auto && !fewLines && manyBreaks);
+  // A restriction that stops the first join leaves the lines as they are:
+  // one pass of the scan tells, before a tree is set up for nothing.
+  std::size_t at = 0;
+  if (widthRestriction != -1 && ascending && (tryCycle || method == Method::Bound) &&
+      ShortestJoin(lengths, breakLines, at) > widthRestriction) {
+    mUsed = Method::Scan;
+    return JoinByScan(lengths, breakLines, rows, widthRestriction, width);
+  }
   if (ascending && tryCycle) {
     if (!mCycle)
       mCycle = std::make_unique<Cycle>();
@@ -1014,26 +1051,8 @@ std::int64_t OmLineJoiner::JoinByScan(const std::vector<std::int64_t>& lengths,
   std::int64_t result = width;
   while (excess > rows) {
     const std::size_t current = mLengths.size();
-    std::int64_t best = 0;
     std::size_t at = 0;
-    std::size_t q = 0;
-    std::int64_t prevLength = 0;
-    for (std::size_t j = 0; j < current; ++j) {
-      if (b > 0 && static_cast<std::int64_t>(breakLines[q]) == static_cast<std::int64_t>(j)) {
-        if (q + 1 < b)
-          ++q;
-        continue;
-      }
-      const std::int64_t lj = mLengths[j];
-      if (j > 0) {
-        const std::int64_t candidate = prevLength + 1 + lj;
-        if (best == 0 || candidate < best) {
-          best = candidate;
-          at = j - 1;
-        }
-      }
-      prevLength = lj;
-    }
+    const std::int64_t best = ShortestJoin(mLengths, breakLines, at);
     // With one line left there is no pair to join (only with rows below 1).
     if (best == 0 && current < 2)
       break;
