@@ -165,9 +165,10 @@ BENCHMARK(BM_OmWinStringFolder_ParagraphsIntoOneRow)
 // every time (a repeating pattern); 0, from 1 to 2 times the gap at random;
 // 2, from 1 to the gap at random; 3, a run of 1 to the gap kept for 2 to 6
 // words and then changed; 4, as 0 with one word in four 5 to 40 letters
-// long; 5, as 0 folded at width 2 under a width restriction of 2 (a word of
-// 3 letters is cut in two), so that joining stops at the first join longer
-// than 2; 6 and 7, as 3 with the run kept for 20 to 120 and for 200 to 2000
+// long; 5, as 0 folded at width 3 under a width restriction of 3, so that
+// joining stops at the first join longer than 3 (here only after most joins;
+// cells whose first join is too long are left as they are at once); 6 and
+// 7, as 3 with the run kept for 20 to 120 and for 200 to 2000
 // words.
 std::string WordsBetweenBlankLines(std::int64_t gap, std::int64_t pattern) {
   std::string text;
@@ -210,13 +211,13 @@ void BM_OmWinStringFolder_WordsBetweenBlankLines(benchmark::State& state) {
     return;
   }
   OmStringFolder::Options options = Options();
-  options.widthRestriction = 2;
+  options.widthRestriction = 3;
   OmWinStringFolder folder(options);
   std::vector<std::string> lines;
   for (auto _ : state) {
     std::unique_ptr<OmFormattedNode> node = folder.MakeNode(text, 1, 1, 0);
     lines.clear();
-    benchmark::DoNotOptimize(folder.SplitString(*node, 2, lines, true));
+    benchmark::DoNotOptimize(folder.SplitString(*node, 3, lines, true));
   }
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
   state.counters["lines"] = static_cast<double>(lines.size());
@@ -231,6 +232,7 @@ BENCHMARK(BM_OmWinStringFolder_WordsBetweenBlankLines)
     ->Args({4, 3})
     ->Args({1, 4})
     ->Args({1, 5})
+    ->Args({4, 5})
     ->Args({2, 6})
     ->Args({4, 6})
     ->Args({4, 7})
