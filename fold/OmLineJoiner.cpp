@@ -665,9 +665,11 @@ void OmLineJoiner::Cycle::Trim() {
 // a leaf is measured exactly. Each node also remembers what the last search
 // learnt of it (its shortest join, or a bound) with the position it started
 // at; a join changes only the nodes on its lines' paths and moves the later
-// ones, so the nodes before it answer at once. The search is exact whatever
-// the pattern; its cost is the number of nodes whose bound falls below the
-// answer, which is small when most lines' bounds are near their joins.
+// ones, so the nodes before it answer at once, and so do later nodes that
+// moved by whole periods over positions whose kinds repeat. The search is
+// exact whatever the pattern; its cost is the number of other nodes whose
+// bound falls below the answer, which is small when most lines' bounds are
+// near their joins.
 struct OmLineJoiner::Bound {
   // What is known of the joins of some lines: the shortest one and its line
   // (the earliest among equals), or with id -1 a bound below all of them;

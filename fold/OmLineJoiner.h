@@ -47,12 +47,14 @@ class OmLineJoiner {
   // Cost, for n lines, J joins and k break lines after a joined pair: Scan
   // takes O(n x J), Queue O((n + J x k) x log n), Cycle O((n + J x p^2) x
   // log n) for break lines repeating with period p (at most 8) after the
-  // first few lines. Bound takes O(n log n) to set up and, for each join,
-  // O(m log n) for the m lines whose bound is below the join (lines before
-  // the last join count only when it came before them) plus O(d log n) for
-  // the d <= 12 lines after it whose bounds change: at worst O(n x J x log
-  // n), but m stays a few dozen for blank lines between words in any mix
-  // measured (see BENCHMARKS.md), so Auto is about O(n log n) on them.
+  // first few lines. Bound takes O(n log n) time and some 300 bytes a line
+  // to set up, and for each join O(v) for the v tree nodes it looks at plus
+  // O(d log n) for the d <= 12 lines after the join whose bounds change. v
+  // is the nodes whose bound is below the join and that neither sit before
+  // the last join nor moved by whole periods of a repeating stretch since
+  // their last search: at worst O(n), but a few dozen to a hundred for
+  // blank lines between words in every mix measured (see BENCHMARKS.md), so
+  // Auto is about O(n log n) on them, not proven so for every input.
   std::int64_t Join(const std::vector<std::int64_t>& lengths,
                     const std::vector<std::int32_t>& breakLines, std::int32_t rows,
                     std::int32_t widthRestriction, std::int64_t width,
