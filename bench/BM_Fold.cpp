@@ -159,17 +159,45 @@ BENCHMARK(BM_OmWinStringFolder_ParagraphsIntoOneRow)
     ->Unit(benchmark::kMillisecond);
 
 // The worst shape for the join: a 64 KiB cell of short words, each followed
-// by `gap` blank lines, folded into one row. Every line break is a break
+// by a run of blank lines, folded into one row. Every line break is a break
 // line that the join passes over, and every join moves the lines after it
-// across them. Arguments: the gap, and whether the gaps repeat exactly (1)
-// or vary from 1 to 2 times the gap (0), which takes the scan.
-std::string WordsBetweenBlankLines(std::int64_t gap, bool regular) {
+// across them. Arguments: a gap, and the pattern of the runs: 1, the gap
+// every time (a repeating pattern); 0, from 1 to 2 times the gap at random;
+// 2, from 1 to the gap at random; 3, a run of 1 to the gap kept for 2 to 6
+// words and then changed; 4, as 0 with one word in four 5 to 40 letters
+// long; 5, as 0 folded at width 3 under a width restriction of 3, so that
+// joining stops at the first join longer than 3 (here only after most joins;
+// cells whose first join is too long are left as they are at once); 6 and
+// 7, as 3 with the run kept for 20 to 120 and for 200 to 2000
+// words.
+std::string WordsBetweenBlankLines(std::int64_t gap, std::int64_t pattern) {
   std::string text;
   std::uint32_t seed = 3;
+  auto next = [&seed](std::int64_t n) {
+    seed = seed * 1103515245u + 12345u;
+    return static_cast<std::int64_t>(seed >> 16) % n;
+  };
+  std::int64_t run = gap;
+  std::int64_t keep = 0;
   while (text.size() < (64u << 10) - 16) {
     seed = seed * 1103515245u + 12345u;
-    text.append(1 + (seed >> 16) % 3, 'w');
-    const std::int64_t breaks = regular ? gap : gap + (seed >> 20) % (gap + 1);
+    std::size_t letters = 1 + (seed >> 16) % 3;
+    std::int64_t breaks = gap;
+    if (pattern == 0 || pattern >= 4)
+      breaks = gap + (seed >> 20) % (gap + 1);
+    if (pattern == 2)
+      breaks = 1 + next(gap);
+    if (pattern == 3 || pattern == 6 || pattern == 7) {
+      if (keep == 0) {
+        run = 1 + next(gap);
+        keep = pattern == 3 ? 2 + next(5) : pattern == 6 ? 20 + next(101) : 200 + next(1801);
+      }
+      --keep;
+      breaks = run;
+    }
+    if (pattern == 4 && next(4) == 0)
+      letters = static_cast<std::size_t>(5 + next(36));
+    text.append(letters, 'w');
     text.append(static_cast<std::size_t>(breaks) + 1, '\n');
   }
   text += "end";
@@ -177,14 +205,37 @@ std::string WordsBetweenBlankLines(std::int64_t gap, bool regular) {
 }
 
 void BM_OmWinStringFolder_WordsBetweenBlankLines(benchmark::State& state) {
-  const std::string text = WordsBetweenBlankLines(state.range(0), state.range(1) != 0);
-  Fold(state, text, 10, 1);
+  const std::string text = WordsBetweenBlankLines(state.range(0), state.range(1));
+  if (state.range(1) != 5) {
+    Fold(state, text, 10, 1);
+    return;
+  }
+  OmStringFolder::Options options = Options();
+  options.widthRestriction = 3;
+  OmWinStringFolder folder(options);
+  std::vector<std::string> lines;
+  for (auto _ : state) {
+    std::unique_ptr<OmFormattedNode> node = folder.MakeNode(text, 1, 1, 0);
+    lines.clear();
+    benchmark::DoNotOptimize(folder.SplitString(*node, 3, lines, true));
+  }
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
+  state.counters["lines"] = static_cast<double>(lines.size());
 }
 BENCHMARK(BM_OmWinStringFolder_WordsBetweenBlankLines)
     ->Args({1, 1})
     ->Args({2, 1})
     ->Args({4, 1})
     ->Args({1, 0})
+    ->Args({4, 0})
+    ->Args({8, 2})
+    ->Args({4, 3})
+    ->Args({1, 4})
+    ->Args({1, 5})
+    ->Args({4, 5})
+    ->Args({2, 6})
+    ->Args({4, 6})
+    ->Args({4, 7})
     ->Unit(benchmark::kMillisecond);
 
 }  // namespace

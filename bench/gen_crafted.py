@@ -15,6 +15,12 @@ Usage: gen_crafted.py NAME [SCALE]  (the document goes to standard output)
   blank-lines     3 x 3 cells of 64 KiB each: short words between blank lines,
                   the worst shape for folding a cell into one row (SCALE is
                   the number of blank lines between words)
+  blank-lines-irregular
+                  the same with SCALE to 2 x SCALE blank lines between words
+                  at random, and words of 1 to 3 letters at random
+  blank-lines-irregular-labels
+                  those nine texts as the labels of nine rows instead, with
+                  a one-letter cell each
 
 SCALE (default 1) divides every leaf count, for smaller documents of the same
 shape.
@@ -34,21 +40,45 @@ def table(dimensions):
             '"cells": [[[%s], 1]]}]}\n' % (", ".join(dimensions), index))
 
 
-def blank_lines(gap):
-    words = []
-    size = 0
-    i = 0
-    while size < 65536 - 16:
-        word = "w" * (1 + i % 3)
-        words.append(word)
-        size += len(word) + 2 * (gap + 1)  # a line feed is two bytes in JSON
-        i += 1
-    cell = '"%s"' % ("\\n" * (gap + 1)).join(words)
-    rows = ", ".join("[%s]" % ", ".join([cell] * 3) for _ in range(3))
+def blank_lines(gap, irregular=False, labels=False):
+    seed = 3
+
+    def draw():
+        nonlocal seed
+        seed = (seed * 1103515245 + 12345) % (1 << 32)
+        return seed
+
+    def cell():
+        words = []
+        size = 0
+        i = 0
+        while size < 65536 - 16:
+            if irregular:
+                r = draw()
+                word = "w" * (1 + (r >> 16) % 3)
+                breaks = gap + (r >> 20) % (gap + 1)
+            else:
+                word = "w" * (1 + i % 3)
+                breaks = gap
+            words.append(word + "\\n" * (breaks + 1))
+            size += len(word) + 2 * (breaks + 1)  # a line feed is two bytes in JSON
+            i += 1
+        words[-1] = words[-1].rstrip("\\n")
+        return '"%s"' % "".join(words)
+
+    if not labels:
+        first = cell()
+        cells = [first] + [cell() if irregular else first for _ in range(8)]
+        rows = ", ".join("[%s]" % ", ".join(cells[3 * r:3 * r + 3]) for r in range(3))
+        return ('{"output": [{"type": "pivot-table", "title": "Folded", "dimensions": ['
+                '{"label": "R", "axis": "row", "categories": ["a", "b", "c"]}, '
+                '{"label": "C", "axis": "column", "categories": ["x", "y", "z"]}], '
+                '"data": [%s]}]}\n' % rows)
+    names = [cell() for _ in range(9)]
     return ('{"output": [{"type": "pivot-table", "title": "Folded", "dimensions": ['
-            '{"label": "R", "axis": "row", "categories": ["a", "b", "c"]}, '
-            '{"label": "C", "axis": "column", "categories": ["x", "y", "z"]}], '
-            '"data": [%s]}]}\n' % rows)
+            '{"label": "R", "axis": "row", "categories": [%s]}, '
+            '{"label": "C", "axis": "column", "categories": ["x"]}], '
+            '"data": [%s]}]}\n' % (", ".join(names), ", ".join(['["v"]'] * 9)))
 
 
 def main():
@@ -58,6 +88,12 @@ def main():
     scale = int(sys.argv[2]) if len(sys.argv) == 3 else 1
     if name == "blank-lines":
         sys.stdout.write(blank_lines(scale))
+        return
+    if name == "blank-lines-irregular":
+        sys.stdout.write(blank_lines(scale, irregular=True))
+        return
+    if name == "blank-lines-irregular-labels":
+        sys.stdout.write(blank_lines(scale, irregular=True, labels=True))
         return
 
     def n(count):

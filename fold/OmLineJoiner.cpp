@@ -1,5 +1,5 @@
 // Joining the shortest neighbouring lines of a folded cell, by a direct scan
-// for a few lines and by a tournament tree of join candidates for many.
+// for a few lines and by trees of join candidates or of their bounds for many.
 #include "fold/OmLineJoiner.h"
 
 #include <algorithm>
@@ -32,6 +32,12 @@ constexpr std::int64_t kMaxPeriod = 8;
 constexpr std::int64_t kCyclePrefix = 2 * kMaxPeriod;
 constexpr std::int64_t kMaxDirect = 512;
 
+// The bound method: the farthest pairing distance that gets a kind of its
+// own (more kinds give tighter bounds but cost each join more).
+constexpr std::int64_t kMaxNear = 12;
+constexpr std::int32_t kNoBound = std::numeric_limits<std::int32_t>::max();
+constexpr std::size_t kPhases = 8;
+
 bool IsStrictlyAscendingIndexList(const std::vector<std::int32_t>& list, std::size_t count) {
   std::int64_t previous = -1;
   for (const std::int32_t index : list) {
@@ -40,6 +46,85 @@ bool IsStrictlyAscendingIndexList(const std::vector<std::int32_t>& list, std::si
     previous = index;
   }
   return true;
+}
+
+// Whether every join of the lines fits in 32 bits (below the largest value,
+// which marks "none"): a joined line is never longer than all lines and
+// blanks together.
+bool JoinsFitIn32Bits(const std::vector<std::int64_t>& lengths) {
+  auto total = static_cast<std::int64_t>(lengths.size());
+  for (const std::int64_t l : lengths) {
+    if (l < 0)
+      return false;
+    total += l;
+    if (total >= std::numeric_limits<std::int32_t>::max())
+      return false;
+  }
+  return true;
+}
+
+// The scan's step: the shortest join of the lines (the earliest among
+// equals), with at the index of the line joined onto; 0 when no pair is a
+// candidate.
+std::int64_t ShortestJoin(const std::vector<std::int64_t>& lengths,
+                          const std::vector<std::int32_t>& breakLines, std::size_t& at) {
+  const std::size_t b = breakLines.size();
+  std::int64_t best = 0;
+  at = 0;
+  std::size_t q = 0;
+  std::int64_t prevLength = 0;
+  for (std::size_t j = 0; j < lengths.size(); ++j) {
+    if (b > 0 && static_cast<std::int64_t>(breakLines[q]) == static_cast<std::int64_t>(j)) {
+      if (q + 1 < b)
+        ++q;
+      continue;
+    }
+    const std::int64_t lj = lengths[j];
+    if (j > 0) {
+      const std::int64_t candidate = prevLength + 1 + lj;
+      if (best == 0 || candidate < best) {
+        best = candidate;
+        at = j - 1;
+      }
+    }
+    prevLength = lj;
+  }
+  return best;
+}
+
+// Lines of the given lengths, linked in order by prev and next (-1 at the
+// ends). Returns the leaves of a tree over them: the least power of two not
+// below their number.
+std::size_t LinkLines(const std::vector<std::int64_t>& lengths, std::vector<std::int64_t>& length,
+                      std::vector<std::int32_t>& prev, std::vector<std::int32_t>& next) {
+  const std::size_t n = lengths.size();
+  length.assign(lengths.begin(), lengths.end());
+  prev.resize(n);
+  next.resize(n);
+  for (std::size_t i = 0; i < n; ++i) {
+    prev[i] = static_cast<std::int32_t>(i) - 1;
+    next[i] = i + 1 < n ? static_cast<std::int32_t>(i + 1) : -1;
+  }
+  std::size_t size = 1;
+  while (size < n)
+    size *= 2;
+  return size;
+}
+
+// The line at a rank, in a tree that counts the lines under each node
+// (leaves at size + line id).
+std::int32_t LineAtRank(const std::vector<std::int32_t>& count, std::size_t size,
+                        std::int64_t rank) {
+  std::size_t node = 1;
+  while (node < size) {
+    if (count[2 * node] > rank) {
+      node = 2 * node;
+    } else {
+      rank -= count[2 * node];
+      node = 2 * node + 1;
+    }
+  }
+  return static_cast<std::int32_t>(node - size);
 }
 
 template <typename T>
@@ -363,16 +448,9 @@ bool OmLineJoiner::Cycle::Setup(const std::vector<std::int64_t>& lengths,
   if (breaks.empty())
     return false;
   end = std::int64_t{breaks.back()} + 1;
-  // Keys hold lengths in 32 bits; a joined line is never longer than all
-  // lines and blanks together.
-  std::int64_t total = static_cast<std::int64_t>(n);
-  for (const std::int64_t l : lengths) {
-    if (l < 0)
-      return false;
-    total += l;
-    if (total >= std::numeric_limits<std::int32_t>::max())
-      return false;
-  }
+  // Keys hold lengths in 32 bits.
+  if (!JoinsFitIn32Bits(lengths))
+    return false;
   isBreak.assign(n, 0);
   for (const std::int32_t b : breaks)
     isBreak[static_cast<std::size_t>(b)] = 1;
@@ -423,17 +501,8 @@ bool OmLineJoiner::Cycle::Setup(const std::vector<std::int64_t>& lengths,
   for (std::size_t r = 0; r < period; ++r)
     types[r] = typeAt(first + static_cast<std::int64_t>(r));
 
-  length.assign(lengths.begin(), lengths.end());
-  prev.resize(n);
-  next.resize(n);
+  size = LinkLines(lengths, length, prev, next);
   alive.assign(n, 1);
-  for (std::size_t i = 0; i < n; ++i) {
-    prev[i] = static_cast<std::int32_t>(i) - 1;
-    next[i] = i + 1 < n ? static_cast<std::int32_t>(i + 1) : -1;
-  }
-  size = 1;
-  while (size < n)
-    size *= 2;
   count.assign(2 * size, 0);
   byResidue.assign(2 * size * period, kNone);
   uniform.assign(2 * size, kNone);
@@ -494,16 +563,7 @@ void OmLineJoiner::Cycle::Refresh(std::int32_t id) {
 }
 
 std::int32_t OmLineJoiner::Cycle::LineAt(std::int64_t rank) const {
-  std::size_t node = 1;
-  while (node < size) {
-    if (count[2 * node] > rank) {
-      node = 2 * node;
-    } else {
-      rank -= count[2 * node];
-      node = 2 * node + 1;
-    }
-  }
-  return static_cast<std::int32_t>(node - size);
+  return LineAtRank(count, size, rank);
 }
 
 OmLineJoiner::Cycle::Key OmLineJoiner::Cycle::Query(std::size_t node, std::int64_t start,
@@ -594,6 +654,298 @@ void OmLineJoiner::Cycle::Trim() {
   ReleaseIfLarge(uniform);
 }
 
+// The bound method, for break lines in any pattern. A tree over the line ids
+// keeps, for every node, a lower bound of the joins its lines can take: per
+// kind of position (paired with the line 1, 2, ... kMaxNear positions back,
+// with nothing before it, or farther back), the shortest such join of its
+// lines, which holds wherever the lines sit. A table of the kinds that occur
+// over any run of positions turns these into a bound for the positions a
+// node holds now. The search walks the nodes in position order and passes
+// over every node whose bound is no shorter than the best join found so far;
+// a leaf is measured exactly. Each node also remembers what the last search
+// learnt of it (its shortest join, or a bound) with the position it started
+// at; a join changes only the nodes on its lines' paths and moves the later
+// ones, so the nodes before it answer at once, and so do later nodes that
+// moved by whole periods over positions whose kinds repeat. The search is
+// exact whatever the pattern; its cost is the number of other nodes whose
+// bound falls below the answer, which is small when most lines' bounds are
+// near their joins.
+struct OmLineJoiner::Bound {
+  // What is known of the joins of some lines: the shortest one and its line
+  // (the earliest among equals), or with id -1 a bound below all of them;
+  // the bound kNoCandidate says there are none.
+  struct Summary {
+    std::int64_t value;
+    std::int32_t id;
+  };
+
+  std::size_t kinds = 0;  // near distances, then "nothing before", then "far"
+  std::int32_t near = 0;
+  std::vector<std::uint16_t> kindAt;   // per position: a bit for its kind, 0 for none
+  std::vector<std::uint16_t> kindsIn;  // level * n + position: the kinds over 2^level positions
+  std::vector<std::uint8_t> floorLog;  // per run length: the level that covers it in two
+  std::vector<std::int32_t> pairs;     // per position: the position it pairs with, or -1
+  std::vector<std::int64_t> length;
+  std::vector<std::int32_t> prev;
+  std::vector<std::int32_t> next;
+  std::size_t n = 0;
+  std::size_t size = 0;  // leaves of the tree, a power of two
+  std::vector<std::int32_t> count;
+  std::vector<std::int32_t> bound;  // node * kinds + kind; kNoBound for none
+  std::vector<std::int64_t> cacheStart;
+  std::vector<Summary> cache;
+  // agree[(period - 1) * n + p] counts the positions from p on whose kinds
+  // equal those a period later (for periods up to kPhases): a node that
+  // moved by whole periods over such positions answers as it did before.
+  std::vector<std::int32_t> agree;
+  std::vector<std::size_t> dirty;
+
+  bool Setup(const std::vector<std::int64_t>& lengths, const std::vector<std::int32_t>& breaks);
+  void SetLeaf(std::int32_t id);
+  // Defined here, like the search's walk, so that the library's calls to
+  // them are direct and can be inlined.
+  void Pull(std::size_t node) {
+    const std::size_t left = 2 * node;
+    count[node] = count[left] + count[left + 1];
+    std::int32_t* b = bound.data() + node * kinds;
+    const std::int32_t* l = bound.data() + left * kinds;
+    const std::int32_t* r = l + kinds;
+    for (std::size_t k = 0; k < kinds; ++k)
+      b[k] = std::min(l[k], r[k]);
+    cacheStart[node] = -1;
+  }
+  std::uint16_t KindsIn(std::int64_t from, std::int64_t lines) const {
+    const auto span = static_cast<std::size_t>(lines);
+    const std::size_t level = floorLog[span];
+    const std::uint16_t* row = kindsIn.data() + level * n;
+    const auto f = static_cast<std::size_t>(from);
+    return static_cast<std::uint16_t>(row[f] | row[f + span - (std::size_t{1} << level)]);
+  }
+  std::int32_t LineAt(std::int64_t rank) const;
+  // Sets best to the earliest shortest join (best.id -1 when there is none).
+  Summary Search(Summary& best);
+  void JoinPair(std::int32_t x, std::int32_t y);
+  void Trim();
+};
+
+bool OmLineJoiner::Bound::Setup(const std::vector<std::int64_t>& lengths,
+                                const std::vector<std::int32_t>& breaks) {
+  n = lengths.size();
+  // Bounds are kept in 32 bits.
+  if (!JoinsFitIn32Bits(lengths))
+    return false;
+  pairs.resize(n);
+  kindAt.assign(n, 0);
+  // Mark the break lines, then give every other position its pairing.
+  for (const std::int32_t b : breaks)
+    kindAt[static_cast<std::size_t>(b)] = 1;
+  std::int32_t last = -1;
+  std::int64_t farthest = 1;
+  for (std::size_t p = 0; p < n; ++p) {
+    pairs[p] = last;
+    if (kindAt[p] == 0) {
+      if (last >= 0)
+        farthest = std::max<std::int64_t>(farthest, static_cast<std::int64_t>(p) - last);
+      last = static_cast<std::int32_t>(p);
+    }
+  }
+  near = static_cast<std::int32_t>(std::min(farthest, kMaxNear));
+  kinds = static_cast<std::size_t>(near) + 2;
+  for (std::size_t p = 0; p < n; ++p) {
+    if (kindAt[p] != 0 || p == 0) {
+      kindAt[p] = 0;
+      continue;
+    }
+    const std::int64_t distance = pairs[p] < 0 ? 0 : static_cast<std::int64_t>(p) - pairs[p];
+    const std::int64_t kind = distance == 0 ? near : distance <= near ? distance - 1 : near + 1;
+    kindAt[p] = static_cast<std::uint16_t>(1u << kind);
+  }
+  // The kinds over every run of 2^level positions.
+  std::size_t levels = 1;
+  while ((std::size_t{1} << levels) <= n)
+    ++levels;
+  kindsIn.resize(levels * n);
+  std::copy(kindAt.begin(), kindAt.end(), kindsIn.begin());
+  floorLog.assign(n + 1, 0);
+  for (std::size_t span = 2; span <= n; ++span)
+    floorLog[span] = static_cast<std::uint8_t>(floorLog[span / 2] + 1);
+  for (std::size_t level = 1; level < levels; ++level) {
+    const std::size_t half = std::size_t{1} << (level - 1);
+    const std::uint16_t* below = kindsIn.data() + (level - 1) * n;
+    std::uint16_t* here = kindsIn.data() + level * n;
+    for (std::size_t p = 0; p + 2 * half <= n; ++p)
+      here[p] = static_cast<std::uint16_t>(below[p] | below[p + half]);
+  }
+
+  size = LinkLines(lengths, length, prev, next);
+  count.assign(2 * size, 0);
+  bound.assign(2 * size * kinds, kNoBound);
+  cacheStart.assign(2 * size, -1);
+  cache.resize(2 * size);
+  agree.assign(kPhases * n, 0);
+  for (std::size_t period = 1; period <= kPhases; ++period) {
+    std::int32_t* row = agree.data() + (period - 1) * n;
+    for (std::size_t p = n; p-- > 0;) {
+      if (p + period < n && kindAt[p] == kindAt[p + period])
+        row[p] = p + 1 < n ? row[p + 1] + 1 : 1;
+    }
+  }
+  for (std::size_t i = 0; i < n; ++i) {
+    count[size + i] = 1;
+    SetLeaf(static_cast<std::int32_t>(i));
+  }
+  for (std::size_t node = size - 1; node >= 1; --node)
+    Pull(node);
+  return true;
+}
+
+void OmLineJoiner::Bound::SetLeaf(std::int32_t id) {
+  const std::size_t leaf = size + static_cast<std::size_t>(id);
+  std::int32_t* b = bound.data() + leaf * kinds;
+  const std::int64_t own = length[static_cast<std::size_t>(id)];
+  std::int32_t with = id;
+  for (std::int32_t d = 0; d < near; ++d) {
+    with = with < 0 ? -1 : prev[static_cast<std::size_t>(with)];
+    b[d] = with < 0 ? kNoBound
+                    : static_cast<std::int32_t>(length[static_cast<std::size_t>(with)] + 1 + own);
+  }
+  // Nothing before adds 0; a line farther back at least 0.
+  b[near] = static_cast<std::int32_t>(1 + own);
+  b[near + 1] = b[near];
+  cacheStart[leaf] = -1;
+}
+
+std::int32_t OmLineJoiner::Bound::LineAt(std::int64_t rank) const {
+  return LineAtRank(count, size, rank);
+}
+
+OmLineJoiner::Bound::Summary OmLineJoiner::Bound::Search(Summary& best) {
+  auto walk = [this, &best](auto& self, std::size_t node, std::int64_t start) -> Summary {
+    const std::int64_t lines = count[node];
+    if (lines == 0)
+      return Summary{kNoCandidate, -1};
+    const Summary* known = nullptr;
+    const std::int64_t moved = cacheStart[node] - start;
+    // The kinds are looked up only when needed: a node met where it was last
+    // searched answers without them.
+    std::uint16_t mask = 0;
+    if (moved == 0) {
+      known = &cache[node];
+    } else if (moved > 0) {
+      mask = KindsIn(start, lines);
+      // Moved by whole periods over positions that repeat: the same joins.
+      // A line far back is not on the node's path when it changes, so a node
+      // that pairs with one is taken only where it was searched.
+      const bool far = (mask >> (near + 1)) != 0;
+      for (std::int64_t period = 1; !far && period <= static_cast<std::int64_t>(kPhases);
+           ++period) {
+        if (moved % period == 0 &&
+            agree[static_cast<std::size_t>(period - 1) * n + static_cast<std::size_t>(start)] >=
+                moved + lines - period) {
+          cacheStart[node] = start;
+          known = &cache[node];
+          break;
+        }
+      }
+    }
+    if (known) {
+      if (known->id >= 0 || known->value == kNoCandidate) {
+        if (known->value < best.value)
+          best = *known;
+        return *known;
+      }
+      if (known->value >= best.value)
+        return *known;
+    }
+    if (moved <= 0)
+      mask = KindsIn(start, lines);
+    std::int32_t least = kNoBound;
+    const std::int32_t* b = bound.data() + node * kinds;
+    for (std::size_t k = 0; k < kinds; ++k) {
+      if ((mask >> k) & 1u)
+        least = std::min(least, b[k]);
+    }
+    const std::int64_t lower = least == kNoBound ? kNoCandidate : least;
+    if (lower >= best.value)
+      return Summary{lower, -1};
+    Summary found{kNoCandidate, -1};
+    if (node >= size) {
+      const auto id = static_cast<std::int32_t>(node - size);
+      const auto p = static_cast<std::size_t>(start);
+      std::int64_t value = lower;
+      if (kindAt[p] == (1u << (near + 1))) {
+        value = length[static_cast<std::size_t>(LineAt(pairs[p]))] + 1 +
+                length[static_cast<std::size_t>(id)];
+      }
+      found = Summary{value, id};
+      if (value < best.value)
+        best = found;
+    } else {
+      const Summary left = self(self, 2 * node, start);
+      const Summary right = self(self, 2 * node + 1, start + count[2 * node]);
+      const bool leftExact = left.id >= 0 || left.value == kNoCandidate;
+      const bool rightExact = right.id >= 0 || right.value == kNoCandidate;
+      // The earlier line wins a tie; a bound on one side settles the node only
+      // when it cannot beat the exact answer of the other.
+      if (leftExact && right.value >= left.value)
+        found = left;
+      else if (rightExact && right.value < left.value)
+        found = right;
+      else
+        found = Summary{std::min(left.value, right.value), -1};
+    }
+    cacheStart[node] = start;
+    cache[node] = found;
+    return found;
+  };
+  return walk(walk, 1, 0);
+}
+
+void OmLineJoiner::Bound::JoinPair(std::int32_t x, std::int32_t y) {
+  const std::int32_t after = Splice(length, prev, next, x, y);
+  const std::size_t gone = size + static_cast<std::size_t>(y);
+  count[gone] = 0;
+  std::fill_n(bound.begin() + static_cast<std::ptrdiff_t>(gone * kinds), kinds, kNoBound);
+  cacheStart[gone] = -1;
+  SetLeaf(x);
+  dirty.clear();
+  dirty.push_back(size + static_cast<std::size_t>(x));
+  dirty.push_back(gone);
+  // The lines that pair with x at most `near` lines back.
+  std::int32_t id = after;
+  for (std::int32_t k = 0; k < near && id >= 0; ++k) {
+    SetLeaf(id);
+    dirty.push_back(size + static_cast<std::size_t>(id));
+    id = next[static_cast<std::size_t>(id)];
+  }
+  // Up the tree a level at a time; the nodes are in ascending order.
+  while (dirty.front() > 1) {
+    std::size_t kept = 0;
+    for (const std::size_t node : dirty) {
+      if (kept == 0 || dirty[kept - 1] != node / 2)
+        dirty[kept++] = node / 2;
+    }
+    dirty.resize(kept);
+    for (const std::size_t node : dirty)
+      Pull(node);
+  }
+}
+
+void OmLineJoiner::Bound::Trim() {
+  ReleaseIfLarge(kindAt);
+  ReleaseIfLarge(kindsIn);
+  ReleaseIfLarge(floorLog);
+  ReleaseIfLarge(pairs);
+  ReleaseIfLarge(length);
+  ReleaseIfLarge(prev);
+  ReleaseIfLarge(next);
+  ReleaseIfLarge(count);
+  ReleaseIfLarge(bound);
+  ReleaseIfLarge(cacheStart);
+  ReleaseIfLarge(cache);
+  ReleaseIfLarge(agree);
+}
+
 OmLineJoiner::OmLineJoiner() = default;
 OmLineJoiner::~OmLineJoiner() = default;
 
@@ -617,6 +969,14 @@ std::int64_t OmLineJoiner::Join(const std::vector<std::int64_t>& lengths,
   const bool ascending = n >= 2 && IsStrictlyAscendingIndexList(breakLines, n);
   const bool tryCycle =
       method == Method::Cycle || (method == Method::Auto && !fewLines && manyBreaks);
+  // A restriction that stops the first join leaves the lines as they are:
+  // one pass of the scan tells, before a tree is set up for nothing.
+  std::size_t at = 0;
+  if (widthRestriction != -1 && ascending && (tryCycle || method == Method::Bound) &&
+      ShortestJoin(lengths, breakLines, at) > widthRestriction) {
+    mUsed = Method::Scan;
+    return JoinByScan(lengths, breakLines, rows, widthRestriction, width);
+  }
   if (ascending && tryCycle) {
     if (!mCycle)
       mCycle = std::make_unique<Cycle>();
@@ -625,7 +985,25 @@ std::int64_t OmLineJoiner::Join(const std::vector<std::int64_t>& lengths,
       return JoinByCycle(rows, widthRestriction, width, excess);
     }
   }
+  if (ascending && (method == Method::Bound || (tryCycle && method == Method::Auto))) {
+    if (!mBound)
+      mBound = std::make_unique<Bound>();
+    Bound& bound = *mBound;
+    if (bound.Setup(lengths, breakLines)) {
+      mUsed = Method::Bound;
+      return JoinLines(
+          bound, static_cast<std::int64_t>(n), excess, rows, widthRestriction, width,
+          [&bound](std::int64_t) {
+            Bound::Summary best{kNoCandidate, -1};
+            bound.Search(best);
+            return best.id < 0 ? std::pair<std::int32_t, std::int64_t>{-1, 0}
+                               : std::pair{best.id, best.value};
+          },
+          mStarts, mLengths);
+    }
+  }
   const bool useScan = method == Method::Scan || method == Method::Cycle ||
+                       method == Method::Bound ||
                        (method == Method::Auto && (fewLines || manyBreaks)) || !ascending;
   if (useScan) {
     mUsed = Method::Scan;
@@ -675,26 +1053,8 @@ std::int64_t OmLineJoiner::JoinByScan(const std::vector<std::int64_t>& lengths,
   std::int64_t result = width;
   while (excess > rows) {
     const std::size_t current = mLengths.size();
-    std::int64_t best = 0;
     std::size_t at = 0;
-    std::size_t q = 0;
-    std::int64_t prevLength = 0;
-    for (std::size_t j = 0; j < current; ++j) {
-      if (b > 0 && static_cast<std::int64_t>(breakLines[q]) == static_cast<std::int64_t>(j)) {
-        if (q + 1 < b)
-          ++q;
-        continue;
-      }
-      const std::int64_t lj = mLengths[j];
-      if (j > 0) {
-        const std::int64_t candidate = prevLength + 1 + lj;
-        if (best == 0 || candidate < best) {
-          best = candidate;
-          at = j - 1;
-        }
-      }
-      prevLength = lj;
-    }
+    const std::int64_t best = ShortestJoin(mLengths, breakLines, at);
     // With one line left there is no pair to join (only with rows below 1).
     if (best == 0 && current < 2)
       break;
@@ -716,4 +1076,6 @@ void OmLineJoiner::Trim() {
     mQueue->Trim();
   if (mCycle)
     mCycle->Trim();
+  if (mBound)
+    mBound->Trim();
 }

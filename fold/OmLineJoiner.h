@@ -15,12 +15,14 @@ class OmLineJoiner {
   // How the shortest pair is found. Scan walks all lines for every join;
   // Queue keeps the candidates in a tournament tree; Cycle keeps them in a
   // tree that knows, for each way the lines can sit on a repeating pattern
-  // of break lines, the shortest join (see the .cpp). All give the same
-  // result. Auto takes Queue for many lines with few break lines among them,
-  // Cycle for many break lines that repeat with a short period (blank lines
-  // between words, the worst shape for the others), and Scan otherwise.
-  // Cycle falls back to Scan where it does not apply.
-  enum class Method { Auto, Scan, Queue, Cycle };
+  // of break lines, the shortest join; Bound searches a tree of lower bounds
+  // of the joins, good wherever the lines sit, and passes over the lines
+  // that cannot beat the best join found (see the .cpp). All give the same
+  // result. Auto takes Scan for a few lines, Queue for many lines with few
+  // break lines among them, Cycle for many break lines that repeat with a
+  // short period, and Bound for many break lines in any other pattern.
+  // Cycle and Bound fall back to Scan where they do not apply.
+  enum class Method { Auto, Scan, Queue, Cycle, Bound };
 
   OmLineJoiner();
   ~OmLineJoiner();
@@ -45,8 +47,14 @@ class OmLineJoiner {
   // Cost, for n lines, J joins and k break lines after a joined pair: Scan
   // takes O(n x J), Queue O((n + J x k) x log n), Cycle O((n + J x p^2) x
   // log n) for break lines repeating with period p (at most 8) after the
-  // first few lines; so Auto is about O(n log n) without break lines or
-  // with regular ones, and at worst O(n x J) with many irregular ones.
+  // first few lines. Bound takes O(n log n) time and some 300 bytes a line
+  // to set up, and for each join O(v) for the v tree nodes it looks at plus
+  // O(d log n) for the d <= 12 lines after the join whose bounds change. v
+  // is the nodes whose bound is below the join and that neither sit before
+  // the last join nor moved by whole periods of a repeating stretch since
+  // their last search: at worst O(n), but a few dozen to a hundred for
+  // blank lines between words in every mix measured (see BENCHMARKS.md), so
+  // Auto is about O(n log n) on them, not proven so for every input.
   std::int64_t Join(const std::vector<std::int64_t>& lengths,
                     const std::vector<std::int32_t>& breakLines, std::int32_t rows,
                     std::int32_t widthRestriction, std::int64_t width,
@@ -68,6 +76,7 @@ class OmLineJoiner {
  private:
   struct Queue;
   struct Cycle;
+  struct Bound;
 
   std::int64_t JoinByCycle(std::int32_t rows, std::int32_t widthRestriction, std::int64_t width,
                            std::int64_t excess);
@@ -80,4 +89,5 @@ class OmLineJoiner {
   Method mUsed = Method::Auto;
   std::unique_ptr<Queue> mQueue;
   std::unique_ptr<Cycle> mCycle;
+  std::unique_ptr<Bound> mBound;
 };

@@ -1,5 +1,6 @@
-// The line joiner: its tie and break-line rules, and the tree method against
-// the direct scan on generated lines, from few break lines to long runs.
+// The line joiner: its tie and break-line rules, and the tree methods against
+// the direct scan on generated lines, from few break lines to long runs, in
+// repeating and in irregular patterns.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -27,7 +28,7 @@ Outcome JoinWith(Method method, const Lengths& lengths, const Indices& breaks, s
 
 TEST(OmLineJoiner, JoinsShortestPairEarliestFirstWithBreakLineQuirks) {
   // Cycle needs a longer pattern; on these it answers as the scan does.
-  for (const Method method : {Method::Scan, Method::Queue, Method::Cycle}) {
+  for (const Method method : {Method::Scan, Method::Queue, Method::Cycle, Method::Bound}) {
     // Joins of 6, 4, 5: the middle first; then 8 and 8, the earlier wins.
     EXPECT_EQ(JoinWith(method, {3, 2, 1, 3}, {}, 2, -1), (Outcome{8, {0, 3}, {8, 3}}));
     // The restriction stops at the first join longer than it.
@@ -69,8 +70,10 @@ TEST(OmLineJoiner, TreeAgreesWithScanOnGeneratedLines) {
       std::swap(breaks.front(), breaks.back());
     const auto rows = static_cast<std::int32_t>(next(7)) - 1;
     const std::int32_t restriction = restrictions[next(7)];
-    ASSERT_EQ(JoinWith(Method::Queue, lengths, breaks, rows, restriction),
-              JoinWith(Method::Scan, lengths, breaks, rows, restriction))
+    const Outcome scan = JoinWith(Method::Scan, lengths, breaks, rows, restriction);
+    ASSERT_EQ(JoinWith(Method::Queue, lengths, breaks, rows, restriction), scan)
+        << "round " << round;
+    ASSERT_EQ(JoinWith(Method::Bound, lengths, breaks, rows, restriction), scan)
         << "round " << round;
   }
 }
@@ -110,8 +113,11 @@ TEST(OmLineJoiner, CycleAgreesWithScanOnRepeatingBreakLines) {
       line(next(4) == 0);
     const auto rows = static_cast<std::int32_t>(next(5)) - 1;
     const std::int32_t restriction = restrictions[next(7)];
-    ASSERT_EQ(JoinWith(Method::Cycle, lengths, breaks, rows, restriction),
-              JoinWith(Method::Scan, lengths, breaks, rows, restriction))
+    const Outcome scan = JoinWith(Method::Scan, lengths, breaks, rows, restriction);
+    ASSERT_EQ(JoinWith(Method::Cycle, lengths, breaks, rows, restriction), scan)
+        << "round " << round;
+    // The bound method reuses what it learnt of lines that moved by a period.
+    ASSERT_EQ(JoinWith(Method::Bound, lengths, breaks, rows, restriction), scan)
         << "round " << round;
     OmLineJoiner joiner;
     joiner.Join(lengths, breaks, rows, restriction, 99, Method::Auto);
@@ -119,6 +125,56 @@ TEST(OmLineJoiner, CycleAgreesWithScanOnRepeatingBreakLines) {
   }
   // Most patterns are short enough and repeat often enough for the method.
   EXPECT_GT(cycles, 700);
+}
+
+// Words between runs of break lines that follow no pattern: runs of 1 to 2,
+// or 1 to 8, or some 20 long, a run length kept for a few words and then
+// changed, and words of up to 40 letters among short ones and empty ones.
+// The bound method takes these, whatever the pattern, and agrees with the
+// scan.
+TEST(OmLineJoiner, BoundAgreesWithScanOnIrregularBreakLines) {
+  std::uint32_t seed = 11;
+  auto next = [&seed](std::uint32_t n) {
+    seed = seed * 1103515245u + 12345u;
+    return (seed >> 16) % n;
+  };
+  const std::int32_t restrictions[] = {-1, -1, -1, 2, 5, 12, 60};
+  int bound = 0;
+  for (int round = 0; round < 1200; ++round) {
+    Lengths lengths;
+    Indices breaks;
+    const std::uint32_t shape = next(4);
+    const std::uint32_t words = 20 + next(round % 10 == 0 ? 600 : 80);
+    std::uint32_t run = 1;
+    for (std::uint32_t w = 0; w < words; ++w) {
+      const std::uint32_t size = next(8);
+      lengths.push_back(size == 0 ? 0 : size < 6 || shape != 3 ? size % 4 : 5 + next(36));
+      if (shape == 0)
+        run = 1 + next(2);
+      else if (shape == 1)
+        run = 1 + next(8);
+      else if (shape == 2 && next(4) == 0)
+        run = 1 + next(4);
+      else if (shape == 3)
+        run = next(3) == 0 ? 20 + next(5) : next(3);
+      for (std::uint32_t b = 0; b < run; ++b) {
+        breaks.push_back(static_cast<std::int32_t>(lengths.size()));
+        lengths.push_back(0);
+      }
+    }
+    lengths.push_back(1 + next(3));
+    const auto rows = static_cast<std::int32_t>(next(round % 3 == 0 ? 40 : 4));
+    const std::int32_t restriction = restrictions[next(7)];
+    const Outcome scan = JoinWith(Method::Scan, lengths, breaks, rows, restriction);
+    ASSERT_EQ(JoinWith(Method::Bound, lengths, breaks, rows, restriction), scan)
+        << "round " << round;
+    OmLineJoiner joiner;
+    const std::int64_t width = joiner.Join(lengths, breaks, rows, restriction, 99, Method::Auto);
+    ASSERT_EQ((Outcome{width, joiner.Starts(), joiner.Lengths()}), scan) << "round " << round;
+    bound += joiner.Used() == Method::Bound ? 1 : 0;
+  }
+  // Every round that joins and has no short repeating pattern.
+  EXPECT_GT(bound, 800);
 }
 
 }  // namespace
