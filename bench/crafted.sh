@@ -21,11 +21,12 @@ cmake --build "$build" --target omtext_cli -j "$(nproc)" >/dev/null
 data="$build/crafted"
 mkdir -p "$data"
 
-printf '%-12s %-45s %4s %10s %8s %8s %8s %s\n' document options exit output_MB wall_s MB/s peak_MB note
-for doc in wide-sparse tall-sparse layer-sparse many-layers big-layers huge-tab blank-lines; do
+printf '%-29s %-34s %4s %10s %8s %8s %8s %s\n' document options exit output_MB wall_s MB/s peak_MB note
+for doc in wide-sparse tall-sparse layer-sparse many-layers big-layers huge-tab blank-lines \
+    blank-lines-irregular blank-lines-irregular-labels; do
   case $doc in
     huge-tab) options="--show-empty --tab-separated" ;;
-    blank-lines) options="" ;;
+    blank-lines*) options="" ;;
     *) options="--show-empty" ;;
   esac
   input="$data/$doc-$scale.json"
@@ -49,7 +50,7 @@ for doc in wide-sparse tall-sparse layer-sparse many-layers big-layers huge-tab 
         note = w > 1 || k > 500 * 1024 ? "over 1 s or 500 MB" : (s != 0 ? "stopped" : "")
       else
         note = s != 0 ? "refused" : (rate < t && mb >= 100 ? "below target" : "")
-      printf "%-12s %-45s %4d %10.1f %8.2f %8.1f %8.1f %s\n", d, o, s, mb, w, rate, k / 1024, note
+      printf "%-29s %-34s %4d %10.1f %8.2f %8.1f %8.1f %s\n", d, o, s, mb, w, rate, k / 1024, note
     }'
   done
 done
