@@ -1,6 +1,7 @@
 // The formatted layout where plain renderings cannot show it: exact narrowing
-// cuts, odd widths, the kept filling quirks, batched folding, short pages and
-// empty layers. Expected matrices are worked out by hand from the layout rules.
+// cuts, odd widths, the kept filling quirks, batched folding, short pages,
+// empty layers and narrowing in terminal columns. Expected matrices are
+// worked out by hand from the layout rules.
 
 #include "PivotLayerTest.h"
 #include "fold/OmWinStringFolder.h"
@@ -252,6 +253,31 @@ TEST_F(FormatTest, RowsWithoutColumnsSpanTheEmptyHeadingColumn) {
   table->SetText({0}, "1");
   table->SetText({1}, "2");
   EXPECT_EQ(Matrix(Planned()), (Lines{"|_|_|_|", "|a|x|1|", "|___|_|", "|b  |2|", "|___|_|"}));
+}
+
+// In terminal columns. Rules and blank continuation lines of wide
+// characters, and the alignment of whole tables, are the kept renderings'.
+
+TEST_F(FormatTest, ARuleOfNoWidthStillEnds) {
+  // A zero-width space as the rule: each repetition counts as one position.
+  options.DisplayWidth(OmDisplayWidth::Columns);
+  options.RowSeparator("\xE2\x80\x8B");
+  table = Grid({"ab"}, {"c"}, {{"1"}});
+  const Lines lines = Matrix(Planned());
+  ASSERT_FALSE(lines.empty());
+  EXPECT_EQ(lines.front(), "|\xE2\x80\x8B\xE2\x80\x8B|\xE2\x80\x8B|");
+}
+
+TEST_F(FormatTest, NarrowingNeverLeavesAWideCharacterWithoutRoom) {
+  // Narrowed to the average of one, the column of wide characters keeps two
+  // columns; the ASCII column keeps the one it was given.
+  options.DisplayWidth(OmDisplayWidth::Columns);
+  options.RowSeparator("");
+  options.MaxLineWidth(1);
+  table = Grid({"a"}, {"東京", "xyz"}, {{"東", "xy"}});
+  Data& d = Planned();
+  EXPECT_EQ(d.mColumnWidths, (std::vector<std::int32_t>{1, 2, 1}));
+  EXPECT_EQ(Matrix(d), (Lines{"| |東|x|", "| |京|y|", "| |  |z|", "|a|東|x|", "| |  |y|"}));
 }
 
 }  // namespace
