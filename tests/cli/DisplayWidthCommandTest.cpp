@@ -24,31 +24,10 @@ using Result = omtext::testing::CommandResult;
 
 const std::string kCities = std::string(OMTEXT_EXAMPLES) + "/cities.json";
 
-// Sets an environment variable for the commands a test runs, and restores
-// what was there.
-class EnvironmentScope {
- public:
-  EnvironmentScope(const char* name, const char* value) : mName(name) {
-    if (const char* old = std::getenv(name))
-      mOld = old;
-    if (value != nullptr) {
-      ::setenv(name, value, 1);
-    } else {
-      ::unsetenv(name);
-    }
-  }
-  ~EnvironmentScope() {
-    if (mOld.empty()) {
-      ::unsetenv(mName);
-    } else {
-      ::setenv(mName, mOld.c_str(), 1);
-    }
-  }
-
- private:
-  const char* mName;
-  std::string mOld;
-};
+// Sets COLUMNS for the commands a test runs; nullptr unsets it.
+void SetColumns(const char* value) {
+  value != nullptr ? ::setenv("COLUMNS", value, 1) : ::unsetenv("COLUMNS");
+}
 
 class WidthCommand : public omtext::testing::Scratch<> {
  protected:
@@ -86,31 +65,23 @@ class WidthCommand : public omtext::testing::Scratch<> {
     }
     std::string text;
     char buffer[4096];
-    for (;;) {
-      const ssize_t got = ::read(terminal, buffer, sizeof buffer);
-      if (got > 0) {
+    // Up to the end of output: EIO once the command has closed the terminal.
+    for (ssize_t got;
+         (got = ::read(terminal, buffer, sizeof buffer)) > 0 || (got < 0 && errno == EINTR);) {
+      if (got > 0)
         text.append(buffer, static_cast<std::size_t>(got));
-      } else if (got < 0 && errno == EINTR) {
-        continue;
-      } else {
-        break;  // end of output: EIO once the command has closed the terminal
-      }
     }
     ::close(terminal);
     int status = 0;
     ::waitpid(child, &status, 0);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    std::string out;
-    for (const char c : text) {
-      if (c != '\r')
-        out += c;
-    }
-    return out;
+    text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+    return text;
   }
 };
 
 TEST_F(WidthCommand, AutoTakesTheTerminalsWidthFirst) {
-  const EnvironmentScope columns("COLUMNS", "100");
+  SetColumns("100");
   const std::string expected = Render({"--width", "40"});
   ASSERT_NE(expected, Render({}));
   const std::optional<std::string> out = RenderOnTerminal({"--width", "auto"}, 40);
@@ -122,17 +93,15 @@ TEST_F(WidthCommand, AutoTakesTheTerminalsWidthFirst) {
 }
 
 TEST_F(WidthCommand, AutoWithoutTerminalTakesColumnsElseNoLimit) {
-  {
-    const EnvironmentScope columns("COLUMNS", "40");
-    EXPECT_EQ(Render({"--width", "auto"}), Render({"--width", "40"}));
-    // A later --width replaces auto, and auto a number.
-    EXPECT_EQ(Render({"--width", "auto", "--width", "50"}), Render({"--width", "50"}));
-    EXPECT_EQ(Render({"--width", "50", "--width", "auto"}), Render({"--width", "40"}));
-  }
+  SetColumns("40");
+  EXPECT_EQ(Render({"--width", "auto"}), Render({"--width", "40"}));
+  // A later --width replaces auto, and auto a number.
+  EXPECT_EQ(Render({"--width", "auto", "--width", "50"}), Render({"--width", "50"}));
+  EXPECT_EQ(Render({"--width", "50", "--width", "auto"}), Render({"--width", "40"}));
   const std::string unlimited = Render({});
   for (const char* value :
        {static_cast<const char*>(nullptr), "", "0", "-40", "40x", "abc", "99999999999"}) {
-    const EnvironmentScope columns("COLUMNS", value);
+    SetColumns(value);
     EXPECT_EQ(Render({"--width", "auto"}), unlimited) << (value ? value : "unset");
   }
 }

@@ -134,9 +134,7 @@ class StoppedRun : public omtext::testing::Scratch<> {
 TEST_F(StoppedRun, MaxOutputAllowsExactlyItsSize) {
   const std::string kilobyte = Heading(1024);
   EXPECT_EQ(Run({"--max-output", "1k"}, kilobyte).out.size(), 1024u);
-  EXPECT_EQ(Run({"--max-output", "1024"}, kilobyte).status, 0);
   EXPECT_EQ(Run({"--max-output=0"}, R"({"output": []})").status, 0);
-  EXPECT_EQ(Run({"--max-output", "1G"}, kilobyte).status, 0);
 
   Result result = Run({"--max-output", "1023"}, kilobyte);
   EXPECT_EQ(result.status, 1);
@@ -144,11 +142,7 @@ TEST_F(StoppedRun, MaxOutputAllowsExactlyItsSize) {
   EXPECT_EQ(result.err,
             "omtext: -: the text is longer than the --max-output limit of 1023 bytes; only the "
             "first 1023 bytes were written\n");
-  result = Run({"--max-output", "0"}, kilobyte);
-  EXPECT_EQ(result.out, "");
-  EXPECT_EQ(result.err,
-            "omtext: -: the text is longer than the --max-output limit of 0 bytes; only the first "
-            "0 bytes were written\n");
+  EXPECT_EQ(Run({"--max-output", "0"}, kilobyte).out, "");
   // One piece of text larger than the command's buffer is cut at the limit.
   result = Run({"--max-output", "2M"}, Heading(3 << 20));
   EXPECT_EQ(result.status, 1);

@@ -176,17 +176,6 @@ TEST_F(TreeExport, OtherExceptionsPropagateWithOutputKept) {
   EXPECT_EQ(out.str(), "kept\n");
 }
 
-// The command sets every flag itself, so its renderings do not show these.
-TEST(OmTextExportOptions, Defaults) {
-  const OmTextExportOptions o;
-  EXPECT_EQ(o.NumLinesPerPage(), -1);
-  EXPECT_EQ(
-      (std::vector<bool>{o.HideEmptyRowsAndColumns(), o.RowDimensionLabelsInCorner(),
-                         o.KeepFootNotesAndCaption(), o.ExportAllLayers(), o.AlphabeticFootNotes(),
-                         o.ShowUnselected(), o.TabSeparated(), o.InsertPageBreak(), o.ShowNotes()}),
-      (std::vector<bool>{true, true, true, true, true, true, false, false, false}));
-}
-
 class PivotTableVisit : public ::testing::Test {
  protected:
   // Tab-separated, so every body line is known; there the page rule still
@@ -313,13 +302,8 @@ class PivotTableCounts : public PivotTableVisit {
   }
 };
 
-TEST_F(PivotTableCounts, GridIsPlannedFromTheHeadingCounts) {
-  // Heading rows + table rows (at least one) by heading columns + data
-  // columns (at least one); negative counts count as none.
-  const OmLayerGrid grid = OmPivotTableTxtExport::PlanGrid(2, 5, 1, 3);
-  EXPECT_EQ(grid.textRows, 7);
-  EXPECT_EQ(grid.columns, 4);
-  EXPECT_EQ(grid.Positions(), 28);
+TEST_F(PivotTableCounts, GridOfNoOrNegativeCountsIsOneCellAndHugeOnesSaturate) {
+  // Table rows and data columns count at least one; negative counts none.
   EXPECT_EQ(OmPivotTableTxtExport::PlanGrid(2, 0, 0, 0).Positions(), 3);
   EXPECT_EQ(OmPivotTableTxtExport::PlanGrid(-4, -1, -1, -9).Positions(), 1);
   constexpr std::int64_t kHuge = std::int64_t{1} << 62;

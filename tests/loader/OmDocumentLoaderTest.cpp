@@ -1,7 +1,8 @@
 // Loading output documents: the parts and tables built, independence from
 // key order, the dense data form, and the rejections the command's bad-input
 // corpus cannot reach (values held until a later key gives them meaning,
-// reads across the reader's chunks).
+// reads and string checks across the reader's chunks, bad sequences that
+// take line feeds).
 #include "loader/OmDocumentLoader.h"
 
 #include <gtest/gtest.h>
@@ -23,12 +24,13 @@ OmOutputTree Load(const std::string& text) {
   return OmDocumentLoader::Load(in);
 }
 
-// "LINE:COLUMN: MESSAGE" of the rejection, or "accepted".
-std::string Rejection(const std::string& text) {
+// "LINE:COLUMN: MESSAGE" of the rejection (only MESSAGE when !placed), or
+// "accepted".
+std::string Rejection(const std::string& text, bool placed = true) {
   try {
     Load(text);
   } catch (const OmDocumentError& error) {
-    return error.what();
+    return placed ? error.what() : error.Message();
   }
   return "accepted";
 }
@@ -101,6 +103,34 @@ TEST(OmDocumentLoader, ReadsAcrossChunkBoundaries) {
     text += line;
   text += "  {\"type\": \"heading\", \"text\": 5}]}";
   EXPECT_EQ(Rejection(text), "5:31: expected a string for \"text\", found a number");
+}
+
+// A decoded string is checked only when its text in the document was longer,
+// which must hold across refills and after a byte order mark.
+TEST(OmDocumentLoader, LoneSurrogatesAreFoundAcrossChunks) {
+  const std::string lone = "the string is not valid UTF-8 (an escape encodes a lone surrogate)";
+  for (const std::string bom : {"", "\xEF\xBB\xBF"}) {
+    const std::string head = bom + R"({"output": [{"type": "text", "lines": [")";
+    // The escape starts a few bytes before, at and after the 64 KiB mark.
+    for (std::size_t at = 65530; at <= 65540; ++at) {
+      const std::string pad(at - head.size(), 'x');
+      EXPECT_EQ(Rejection(head + pad + R"(\udc00"]}]})", false), lone) << at;
+      EXPECT_EQ(Rejection(head + pad + R"(\u00e9"]}]})"), "accepted") << at;
+      EXPECT_EQ(
+          Rejection(bom + R"({"output": [{"type": "chart", ")" + pad + R"(\udc00": 1}]})", false),
+          lone)
+          << at;
+    }
+  }
+}
+
+// The encoding check takes a multibyte sequence's continuation bytes before
+// it judges them, line feeds included, and the reported position has always
+// counted those lines.
+TEST(OmDocumentLoader, BadSequencesCountTheLineFeedsTheyTake) {
+  const std::string message = ": invalid JSON: invalid encoding in string";
+  EXPECT_EQ(Rejection("{\"output\": [\"ab\xD5\n\"]}"), "2:1" + message);
+  EXPECT_EQ(Rejection("{\"output\": [\"ab\xF0\n\n\n\"]}"), "4:1" + message);
 }
 
 TEST(PivotTableLoading, KeysMayComeInAnyOrder) {

@@ -1,20 +1,11 @@
 // One layer's export: tab-separated layers without heading or table rows, the
-// span sums' kept oddities, cell texts with their markers, and the heading
-// and footer lines with their counts and page-break tests.
+// span sums' kept oddities, and the heading and footer lines with their
+// counts and page-break tests. Cell texts with their footnote and bracketed
+// markers are pinned by the kept renderings.
 #include "PivotLayerTest.h"
 #include "host/output/OmText.h"
 
 namespace {
-
-std::unique_ptr<OmStringCell> Cell(const std::string& text, std::vector<std::int16_t> notes,
-                                   std::vector<std::string> markers = {}) {
-  auto cell = std::make_unique<OmStringCell>(text);
-  for (std::int16_t n : notes)
-    cell->AddFootnote(n);
-  for (std::string& m : markers)
-    cell->AddMarker(m);
-  return cell;
-}
 
 class OmPivotTableTxtExportTest : public PivotLayerTest {
  protected:
@@ -55,22 +46,6 @@ TEST_F(OmPivotTableTxtExportTest, SpanSumsKeepTheCornersMinusOneAndSaturate) {
   Data& plain = Make();
   plain.mRowHeights = {2147483647};
   EXPECT_EQ(plain.GetNumberOfRowsAvailableInCorner({}, 0), 0);
-}
-
-TEST_F(OmPivotTableTxtExportTest, CellTextsCarryFootnoteAndBracketedMarkers) {
-  for (const char* note : {"zero", "one", "two", "three"})
-    table->AddFootnote(note);
-  // Markers are handed out in order of first use, in the cell's order.
-  Data& d = Make();
-  EXPECT_EQ(d.GetCellText(Cell("m<sup>2</sup>", {}).get()), "m[2]");
-  EXPECT_EQ(d.GetCellText(Cell("A", {3, 1}).get()), "A(a,b)");
-  EXPECT_EQ(d.GetCellText(Cell("B", {1, 0, 2}, {"x", "y"}).get()), "B(b,c,d)[x,y]");
-  EXPECT_EQ(d.mFootnoter.Note(0), "three");
-  // Without footnotes kept: no marker list and nothing handed out.
-  options.KeepFootNotesAndCaption(false);
-  Data& off = Make();
-  EXPECT_EQ(off.GetCellText(Cell("A", {3}, {"x"}).get()), "A[x]");
-  EXPECT_EQ(off.mFootnoter.Note(0), "zero");
 }
 
 TEST_F(OmPivotTableTxtExportTest, LayerHeadingLinesAndTheirPageBreak) {
