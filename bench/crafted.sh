@@ -47,7 +47,7 @@ for doc in wide-sparse tall-sparse layer-sparse many-layers big-layers huge-tab 
         -v k="$kb" -v t="$target" -v limited="$limit" 'BEGIN {
       mb = b / 1e6; rate = w > 0 ? mb / w : 0
       if (limited != "")
-        note = w > 1 || k > 500 * 1024 ? "over 1 s or 500 MB" : (s != 0 ? "stopped" : "")
+        note = w > 1 || k > 500 * 1024 ? "over 1 s or 500 MB" : (s == 0 ? "" : (b == 0 ? "refused" : "stopped"))
       else
         note = s != 0 ? "refused" : (rate < t && mb >= 100 ? "below target" : "")
       printf "%-29s %-34s %4d %10.1f %8.2f %8.1f %8.1f %s\n", d, o, s, mb, w, rate, k / 1024, note
