@@ -135,16 +135,22 @@ TEST(OmDisplayLayerHeading, StandsOnTheCurrentLeavesBeforeTheFirstLayerAndAfterT
   EXPECT_FALSE(layer.NextLayer());
 }
 
+// Two nested row dimensions of n categories each, named prefix and number.
+void NestedRows(OmPivotTable& table, int n, const std::string& outerPrefix,
+                const std::string& innerPrefix) {
+  OmDimension& outer = table.AddDimension(OmAxis::Row, "Outer");
+  OmDimension& inner = table.AddDimension(OmAxis::Row, "Inner");
+  for (int i = 0; i < n; ++i) {
+    outer.AddCategory(outerPrefix + std::to_string(i));
+    inner.AddCategory(innerPrefix + std::to_string(i));
+  }
+}
+
 TEST(OmDisplayRowHeading, ManyMoreCombinationsThanCellsAreFoundInNestedOrder) {
   // 200 x 200 row combinations for a few cells: too many for a bitmap, so
   // the rows with cells are found by sorting, a row with two cells once.
   OmPivotTable table;
-  OmDimension& outer = table.AddDimension(OmAxis::Row, "Outer");
-  OmDimension& inner = table.AddDimension(OmAxis::Row, "Inner");
-  for (int i = 0; i < 200; ++i) {
-    outer.AddCategory("o" + std::to_string(i));
-    inner.AddCategory("i" + std::to_string(i));
-  }
+  NestedRows(table, 200, "o", "i");
   OmDimension& column = table.AddDimension(OmAxis::Column, "C");
   column.AddCategory("a");
   column.AddCategory("b");
@@ -172,12 +178,7 @@ TEST(OmDisplayRowHeading, ManyMoreCombinationsThanCellsAreFoundInNestedOrder) {
   EXPECT_EQ(rows.RowOf(Index{7, 4, 0}.data()), -1);
   for (const bool hide : {true, false}) {
     OmPivotTable small;
-    OmDimension& a = small.AddDimension(OmAxis::Row, "A");
-    OmDimension& b = small.AddDimension(OmAxis::Row, "B");
-    for (int i = 0; i < 5; ++i) {
-      a.AddCategory("a" + std::to_string(i));
-      b.AddCategory("b" + std::to_string(i));
-    }
+    NestedRows(small, 5, "a", "b");
     for (const Index& index : std::vector<Index>{{1, 4}, {3, 0}, {4, 4}})
       small.SetText(index, "x");
     OmDisplayLayerHeading smallLayer(small, hide);
