@@ -862,7 +862,7 @@ OmLineJoiner::Bound::Summary OmLineJoiner::Bound::Search(Summary& best) {
     std::int32_t least = kNoBound;
     const std::int32_t* b = bound.data() + node * kinds;
     for (std::size_t k = 0; k < kinds; ++k) {
-      if ((mask >> k) & 1u)
+      if (((static_cast<unsigned>(mask) >> k) & 1u) != 0)
         least = std::min(least, b[k]);
     }
     const std::int64_t lower = least == kNoBound ? kNoCandidate : least;
