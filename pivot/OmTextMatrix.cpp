@@ -328,6 +328,9 @@ void OmTextMatrix::AppendLine(std::size_t line, std::string& out) const {
   char* to = &out[start];
   for (std::size_t c = 0; c < mColumns; ++c) {
     const std::string_view text = Text(LoadRef(slot + c * step));
+    // An empty piece has no bytes to copy from, not even a pointer.
+    if (text.empty())
+      continue;
     std::memcpy(to, text.data(), text.size());
     to += text.size();
   }
