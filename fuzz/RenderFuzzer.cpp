@@ -72,11 +72,14 @@ bool SmallEnough(OmOutputTree& tree) {
     const auto* table = dynamic_cast<const OmPivotTable*>(node.Value());
     if (table == nullptr)
       continue;
-    // Rows and columns of headings count as well as the leaves.
+    // Rows and columns of headings count as well as the leaves; a layer
+    // adds no heading positions, only another grid of them.
     std::int64_t positions = 1;
     for (std::int32_t d = 0; d < table->NDimensions(); ++d) {
       const OmDimension& dimension = table->Dimension(d);
-      positions *= std::int64_t{dimension.NLeaves()} + dimension.Depth() + 2;
+      positions *= dimension.Axis() == OmAxis::Layer
+                       ? std::max<std::int64_t>(dimension.NLeaves(), 1)
+                       : std::int64_t{dimension.NLeaves()} + dimension.Depth() + 2;
       if (positions > kMaxPositions)
         return false;
     }
