@@ -220,11 +220,6 @@ std::string_view OmTextMatrix::Piece(std::size_t line, std::size_t column) const
   return slot != nullptr ? Text(LoadRef(slot)) : std::string_view();
 }
 
-bool OmTextMatrix::IsEmpty(std::size_t line, std::size_t column) const {
-  const unsigned char* slot = Slot(line, column);
-  return slot == nullptr || LoadRef(slot) == 0;
-}
-
 std::size_t OmTextMatrix::PieceSize(std::size_t line, std::size_t column) const {
   return Piece(line, column).size();
 }

@@ -36,7 +36,6 @@ class OmTextMatrix {
   // The piece at (line, column); empty outside the matrix. The view stays
   // valid until the matrix is resized or destroyed, whatever else changes.
   std::string_view Piece(std::size_t line, std::size_t column) const;
-  bool IsEmpty(std::size_t line, std::size_t column) const;
   // The byte length of the piece at (line, column); 0 outside the matrix.
   std::size_t PieceSize(std::size_t line, std::size_t column) const;
 
