@@ -15,6 +15,17 @@ OmFormattedNode::OmFormattedNode(std::string text, std::int32_t columns, std::in
 
 OmFormattedNode::~OmFormattedNode() = default;
 
+void OmFormattedNode::Assign(std::string_view text, std::int32_t columns, std::int32_t rows,
+                             std::int32_t extraWidth, std::int32_t length) {
+  mText.assign(text.data(), text.size());
+  mLength = length;
+  mColumns = columns;
+  mRows = rows;
+  mNewLines = 0;
+  mExtraWidth = extraWidth;
+  mFoldPoints.clear();
+}
+
 bool OmFormattedNode::IsEmpty() const {
   return mText.empty();
 }

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 class OmFormattedNode {
@@ -38,6 +39,12 @@ class OmFormattedNode {
   virtual std::vector<std::int32_t>& FoldPoints();
   // The text in the host's multibyte encoding. Writable, like FoldPoints().
   virtual std::string& String();
+
+  // Stores the values as the constructor does, keeping the node's storage,
+  // and clears the fold points and the new-lines count: a caller that makes
+  // many short-lived nodes may reuse one.
+  void Assign(std::string_view text, std::int32_t columns, std::int32_t rows,
+              std::int32_t extraWidth, std::int32_t length);
 
   // The display length passed to the constructor, which the folder measured
   // on the text before any trimming.

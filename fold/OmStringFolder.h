@@ -58,6 +58,20 @@ class OmStringFolder {
     (void)minimum;
     return false;
   }
+  // For text that MeasureUnfolded accepts at rows and width: appends to line
+  // the first line that SplitString(node, width, lines, true) makes for the
+  // text's node (the text padded and closed), sets padTo to how wide the
+  // blank lines under it are padded, and returns true. Otherwise (and by
+  // default) returns false and appends nothing.
+  virtual bool PadUnfolded(const std::string& text, std::int32_t rows, std::int32_t width,
+                           std::string& line, std::size_t& padTo) {
+    (void)text;
+    (void)rows;
+    (void)width;
+    (void)line;
+    (void)padTo;
+    return false;
+  }
   // Word-wraps the node's text for a first column of width display positions
   // and appends the lines to lines; with pad, each line is filled out with
   // blanks to the cell's width and closed by the column separator. Returns

@@ -389,6 +389,34 @@ std::int32_t OmWinStringFolder::GetMinimumColumnWidth(OmFormattedNode& node, std
 
 bool OmWinStringFolder::MeasureUnfolded(const std::string& text, std::int32_t rows,
                                         std::int32_t width, std::int32_t& minimum) {
+  std::int64_t room = 0;
+  std::int64_t shown = 0;
+  if (!mData->Unfolded(text, rows, width, room, shown))
+    return false;
+  minimum = ClampToInt32(std::min(shown, kInt32Max));
+  return true;
+}
+
+bool OmWinStringFolder::PadUnfolded(const std::string& text, std::int32_t rows,
+                                    std::int32_t width, std::string& line, std::size_t& padTo) {
+  std::int64_t room = 0;
+  std::int64_t shown = 0;
+  if (!mData->Unfolded(text, rows, width, room, shown))
+    return false;
+  // As FoldsToItself() and PadAndClose() make the line of the text's node.
+  const std::int64_t full = ClampToInt32(room);
+  padTo = full > 0 ? static_cast<std::size_t>(full) : 0;
+  const auto padded = static_cast<std::size_t>(shown);
+  line.append(text);
+  if (padded < padTo)
+    line.append(padTo - padded, ' ');
+  line.append(mData->columnSeparator);
+  return true;
+}
+
+bool OmWinStringFolder::Data::Unfolded(const std::string& text, std::int32_t rows,
+                                       std::int32_t width, std::int64_t& room,
+                                       std::int64_t& shown) const {
   const std::size_t size = text.size();
   if (rows < 1 || size == 0)
     return false;
@@ -398,16 +426,12 @@ bool OmWinStringFolder::MeasureUnfolded(const std::string& text, std::int32_t ro
     if (c == ' ' || IsLineBreak(c))
       return false;
   }
-  const Data& data = *mData;
-  std::int64_t w = width;
-  if (data.widthRestriction != -1)
-    w = std::min<std::int64_t>(w, data.widthRestriction);
-  const std::int64_t shown = data.measure.CountsColumns() ? ColumnWidths::Of(text.data(), size)
-                                                          : ByteWidths::Of(text.data(), size);
-  if (data.widthRestriction != -1 && shown > w)
-    return false;
-  minimum = ClampToInt32(std::min(shown, kInt32Max));
-  return true;
+  room = width;
+  if (widthRestriction != -1)
+    room = std::min<std::int64_t>(room, widthRestriction);
+  shown = measure.CountsColumns() ? ColumnWidths::Of(text.data(), size)
+                                  : ByteWidths::Of(text.data(), size);
+  return widthRestriction == -1 || shown <= room;
 }
 
 std::int32_t OmWinStringFolder::SplitString(OmFormattedNode& node, std::int32_t width,

@@ -50,6 +50,8 @@ class OmWinStringFolder : public OmStringFolder {
   // Wrapping is linear in the text. Joining n lines back into fewer rows
   // costs about n log n, but up to n squared when more than one line in 64
   // is an empty line from a line break (see OmLineJoiner).
+  bool PadUnfolded(const std::string& text, std::int32_t rows, std::int32_t width,
+                   std::string& line, std::size_t& padTo) override;
   std::int32_t SplitString(OmFormattedNode& node, std::int32_t width,
                            std::vector<std::string>& lines, bool pad) override;
 

@@ -69,6 +69,11 @@ struct OmWinStringFolder::Data {
   // the working storage.
   bool FoldsToItself(OmFormattedNode& node, std::int32_t width, std::int64_t& w,
                      std::int64_t& shown) const;
+  // Whether text, in a one-column cell of rows lines, would make a node that
+  // FoldsToItself() at width; then stores that width in room and the text's
+  // display width in shown.
+  bool Unfolded(const std::string& text, std::int32_t rows, std::int32_t width, std::int64_t& room,
+                std::int64_t& shown) const;
   // Releases working storage that a huge cell made grow.
   void TrimStorage();
 

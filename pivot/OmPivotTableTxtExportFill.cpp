@@ -9,6 +9,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "fold/OmWinStringFolder.h"
@@ -164,6 +165,12 @@ void OmPivotTableTxtExport::Data::FillBand(NodeList& nodes, std::size_t index, s
     if (!OmTextMatrix::IsEmptyAt(spot))
       return;
   }
+  if (nodes[index].get_deleter().spare != nullptr &&
+      FillPlainNode(node, first, width, column, scratch)) {
+    FillRowSeparator(nodes, static_cast<std::int32_t>(line - scratch.separator),
+                     static_cast<std::int32_t>(index), column, &scratch);
+    return;
+  }
   // The shared blank node (one row) folds to the same lines every time at a
   // width, and a blank of one line in a table column takes the text the
   // first one stored.
@@ -203,6 +210,31 @@ void OmPivotTableTxtExport::Data::FillBand(NodeList& nodes, std::size_t index, s
     scratch.blankId = OmTextMatrix::IdAt(mMatrix.SpotOf(first, matrixColumn));
   FillRowSeparator(nodes, static_cast<std::int32_t>(line - scratch.separator),
                    static_cast<std::int32_t>(index), column, &scratch);
+}
+
+bool OmPivotTableTxtExport::Data::FillPlainNode(OmFormattedNode& node, std::size_t first,
+                                                std::int32_t width, std::int32_t column,
+                                                FoldScratch& scratch) {
+  // The first column also draws the table's left edge.
+  std::string& piece = scratch.piece;
+  const std::string_view edge =
+      column == 0 ? std::string_view(scratch.columnSeparator) : std::string_view();
+  piece.assign(edge);
+  std::size_t padTo = 0;
+  if (!mStringFolder->PadUnfolded(node.String(), node.NRows(), width, piece, padTo))
+    return false;
+  const auto matrixColumn = static_cast<std::size_t>(column);
+  for (std::int32_t j = 0;;) {
+    if (column == 0) {
+      mMatrix.SetPiece(first + static_cast<std::size_t>(j), 0, piece);
+    } else {
+      mMatrix.AppendToPiece(first + static_cast<std::size_t>(j), matrixColumn, piece);
+    }
+    if (++j >= node.NRows())
+      return true;
+    // The lines under the text are blank, padded and closed alike.
+    piece.assign(edge).append(padTo, ' ').append(scratch.columnSeparator);
+  }
 }
 
 void OmPivotTableTxtExport::Data::FillRowSeparator(NodeList& nodes, std::int32_t line,

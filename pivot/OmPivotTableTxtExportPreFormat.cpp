@@ -188,11 +188,19 @@ void OmPivotTableTxtExport::Data::PreFormatTableCells(std::int32_t col,
           return static_cast<std::int64_t>(key & 0xFFFFFFFFu) < row;
         });
   }
+  const std::int32_t planned = mColumnWidths[static_cast<std::size_t>(col)];
   auto lookUp = [&](std::int32_t r) {
     mRowHeading.Fill(cellIndex, r);
     if (const OmCellText* cell = table.Cell(cellIndex)) {
       const std::int32_t lines = mRowHeights[static_cast<std::size_t>(headRows + r)];
-      AddMeasuredNode(col, GetCellText(cell), 1, lines, 0, width, nodes);
+      std::string text = GetCellText(cell);
+      std::int32_t length = 0;
+      if (nodes != nullptr && planned != 0 &&
+          mStringFolder->MeasureUnfolded(text, lines, planned, length)) {
+        nodes->push_back(PlainNode(text, lines, length));
+      } else {
+        AddMeasuredNode(col, std::move(text), 1, lines, 0, width, nodes);
+      }
       return true;
     }
     return false;
@@ -223,6 +231,20 @@ void OmPivotTableTxtExport::Data::PreFormatTableCells(std::int32_t col,
     if (nodes != nullptr)
       nodes->push_back(SharedNode(true));
   }
+}
+
+OmPivotTableTxtExport::Data::NodePtr OmPivotTableTxtExport::Data::PlainNode(
+    const std::string& text, std::int32_t rows, std::int32_t length) {
+  if (mSpareNodes.empty()) {
+    if (mSpareNodes.capacity() <= mPlainNodes.size())
+      mSpareNodes.reserve(2 * mPlainNodes.size() + 16);
+    mPlainNodes.push_back(std::make_unique<OmFormattedNode>());
+    mSpareNodes.push_back(mPlainNodes.back().get());
+  }
+  OmFormattedNode* node = mSpareNodes.back();
+  mSpareNodes.pop_back();
+  node->Assign(text, 1, rows, 0, length);
+  return NodePtr(node, NodeRelease(&mSpareNodes));
 }
 
 OmPivotTableTxtExport::Data::NodePtr OmPivotTableTxtExport::Data::SharedNode(bool blank) {

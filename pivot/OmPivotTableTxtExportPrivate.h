@@ -44,11 +44,18 @@ struct OmPivotTableTxtExport::Data {
     NodeRelease() = default;
     NodeRelease(std::default_delete<OmFormattedNode>) {}  // NOLINT: implicit on purpose
     explicit NodeRelease(bool owning) : owns(owning) {}
+    explicit NodeRelease(std::vector<OmFormattedNode*>* spareList) : owns(false), spare(spareList) {}
     void operator()(OmFormattedNode* node) const {
-      if (owns)
+      if (spare != nullptr) {
+        // Within its capacity, which PlainNode keeps for every plain node.
+        spare->push_back(node);
+      } else if (owns) {
         delete node;
+      }
     }
     bool owns = true;
+    // For a plain node (see PlainNode), the list of spare ones it goes back to.
+    std::vector<OmFormattedNode*>* spare = nullptr;
   };
   using NodePtr = std::unique_ptr<OmFormattedNode, NodeRelease>;
   // The formatted nodes of one matrix column, top to bottom.
@@ -97,6 +104,15 @@ struct OmPivotTableTxtExport::Data {
   // Counting columns, the widest character of each column's one-column
   // cells, found while measuring: no column is narrowed below it.
   std::vector<std::int64_t> mWidestCharacters;
+
+  // The nodes of plain cells: a one-column data cell whose text has no fold
+  // point and stays one line in its planned column. They are reused, so that
+  // a column of a million such cells makes only a batch's worth of nodes, and
+  // filled without folding. mPlainNodes owns them all; mSpareNodes lists
+  // those not in use and has room for all of them.
+  std::vector<std::unique_ptr<OmFormattedNode>> mPlainNodes;
+  std::vector<OmFormattedNode*> mSpareNodes;
+  NodePtr PlainNode(const std::string& text, std::int32_t rows, std::int32_t length);
 
   // Band-at-a-time layout (OmPivotTableTxtExportStream.cpp). A long layer
   // whose column widths are all planned before filling is laid out and
@@ -245,6 +261,10 @@ struct OmPivotTableTxtExport::Data {
   // draws the rule above it.
   void FillBand(NodeList& nodes, std::size_t index, std::int32_t band, std::int64_t line,
                 std::int32_t width, std::int32_t column, bool tableColumn, FoldScratch& scratch);
+  // Writes a plain node's lines from line first of a column as folding it
+  // would; false, writing nothing, when it does not stay one line at width.
+  bool FillPlainNode(OmFormattedNode& node, std::size_t first, std::int32_t width,
+                     std::int32_t column, FoldScratch& scratch);
   // Draws the rule at line of column: the rule of nodes[band], or for the
   // matrix's last line the bottom rule of the last node before it with text.
   void FillRowSeparator(NodeList& nodes, std::int32_t line, std::int32_t band, std::int32_t column,
