@@ -397,8 +397,8 @@ bool OmWinStringFolder::MeasureUnfolded(const std::string& text, std::int32_t ro
   return true;
 }
 
-bool OmWinStringFolder::PadUnfolded(const std::string& text, std::int32_t rows,
-                                    std::int32_t width, std::string& line, std::size_t& padTo) {
+bool OmWinStringFolder::PadUnfolded(const std::string& text, std::int32_t rows, std::int32_t width,
+                                    std::string& line, std::size_t& padTo) {
   std::int64_t room = 0;
   std::int64_t shown = 0;
   if (!mData->Unfolded(text, rows, width, room, shown))

@@ -233,8 +233,9 @@ void OmPivotTableTxtExport::Data::PreFormatTableCells(std::int32_t col,
   }
 }
 
-OmPivotTableTxtExport::Data::NodePtr OmPivotTableTxtExport::Data::PlainNode(
-    const std::string& text, std::int32_t rows, std::int32_t length) {
+OmPivotTableTxtExport::Data::NodePtr OmPivotTableTxtExport::Data::PlainNode(const std::string& text,
+                                                                            std::int32_t rows,
+                                                                            std::int32_t length) {
   if (mSpareNodes.empty()) {
     if (mSpareNodes.capacity() <= mPlainNodes.size())
       mSpareNodes.reserve(2 * mPlainNodes.size() + 16);

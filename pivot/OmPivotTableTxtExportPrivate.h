@@ -44,7 +44,8 @@ struct OmPivotTableTxtExport::Data {
     NodeRelease() = default;
     NodeRelease(std::default_delete<OmFormattedNode>) {}  // NOLINT: implicit on purpose
     explicit NodeRelease(bool owning) : owns(owning) {}
-    explicit NodeRelease(std::vector<OmFormattedNode*>* spareList) : owns(false), spare(spareList) {}
+    explicit NodeRelease(std::vector<OmFormattedNode*>* spareList)
+        : owns(false), spare(spareList) {}
     void operator()(OmFormattedNode* node) const {
       if (spare != nullptr) {
         // Within its capacity, which PlainNode keeps for every plain node.
