@@ -3,7 +3,7 @@
 // fold gives. A fold point past the end of the text is ignored by the fold
 // but keeps the node off the shortcut, so the two paths can be compared on
 // the same text. Measuring a text without a node, where the folder offers
-// it, gives the same minimum width.
+// it, gives the same minimum width, and padding it gives the same lines.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -15,6 +15,8 @@
 #include "fold/OmWinStringFolder.h"
 
 namespace {
+
+using Lines = std::vector<std::string>;
 
 struct Result {
   std::vector<std::string> lines;
@@ -64,10 +66,25 @@ TEST(OmWinStringFolderFastPath, SameAsTheFullFold) {
                   EXPECT_EQ(fast.count, slow.count);
                   EXPECT_EQ(fast.minimum, slow.minimum);
                   EXPECT_EQ(fast.newLines, slow.newLines);
-                  // Measuring without a node, where the folder offers it.
+                  // Measuring without a node, where the folder offers it,
+                  // and padding the same text straight into a line.
                   std::int32_t minimum = 0;
-                  if (columns == 1 && folder.MeasureUnfolded(text, rows, width, minimum)) {
+                  const bool unfolded =
+                      columns == 1 && folder.MeasureUnfolded(text, rows, width, minimum);
+                  if (unfolded) {
                     EXPECT_EQ(minimum, slow.minimum);
+                  }
+                  std::string line = "<";
+                  std::size_t padTo = 0;
+                  if (columns == 1 && pad) {
+                    ASSERT_EQ(folder.PadUnfolded(text, rows, width, line, padTo), unfolded);
+                  }
+                  if (columns == 1 && pad && unfolded) {
+                    Lines padded = {line.substr(1)};
+                    padded.resize(slow.lines.size(), std::string(padTo, ' ') + separator);
+                    EXPECT_EQ(padded, slow.lines);
+                  } else {
+                    EXPECT_EQ(line, "<");
                   }
                   ++compared;
                 }

@@ -131,6 +131,21 @@ TEST_F(FormatTest, DataColumnKeepsTextAlreadyAtTheStartOfABand) {
     EXPECT_EQ(d.mMatrix.Piece(i, 1), pieces[i]) << i;
 }
 
+TEST_F(FormatTest, OneLineCellsFillTheirBandsAndTheLeftEdgeWithoutFolding) {
+  // Without row labels the first data column draws the left edge; the band
+  // is two lines high, so one-line cells continue blank below their text.
+  Flat(*table, OmAxis::Column, "C", {"First", "Second", "Third"}, false);
+  table->SetText({0}, "a");
+  table->SetText({1}, "two lines");
+  table->SetText({2}, "1.50");
+  options.MaxLineWidth(20);
+  Data& d = Planned();
+  EXPECT_FALSE(d.mPlainNodes.empty());
+  EXPECT_EQ(Matrix(d),
+            (Lines{"|_____|______|_____|", "|First|Second|Third|", "|_____|______|_____|",
+                   "|a    |two   |1.50 |", "|     |lines |     |", "|_____|______|_____|"}));
+}
+
 TEST_F(FormatTest, BottomRuleTakesItsWidthFromTheLastBandWithText) {
   table = Grid({"a", "b"}, {"p", "q"}, {{"1", "22"}, {"3", ""}});
   EXPECT_EQ(Matrix(Planned()),
