@@ -19,6 +19,11 @@ std::string Data::GetCellText(const OmCellText* cell) {
   if (cell == nullptr)
     return std::string();
   std::string text = cell->GetText();
+  // Most cells have no footnotes, markers or markup: their text is final.
+  if (cell->Footnotes().empty() && cell->getMarkers().empty() &&
+      text.find('<') == std::string::npos) {
+    return text;
+  }
   if (mOptions.KeepFootNotesAndCaption()) {
     std::string marker;
     if (GetFootnoteMarker(marker, *cell) != 0)
