@@ -22,24 +22,11 @@ constexpr std::uint64_t kLengthMask = (std::uint64_t{1} << kOffsetShift) - 1;
 constexpr std::uint64_t kOffsetMask = (std::uint64_t{1} << (kBlockShift - kOffsetShift)) - 1;
 constexpr std::size_t kMaxBlocks = std::size_t{1} << (63 - kBlockShift);
 
-constexpr std::size_t kRefBytes = 5;
 constexpr std::uint64_t kLocatedFlag = std::uint64_t{1} << 39;
 constexpr int kRefOffsetShift = 6;
 constexpr int kRefBlockShift = 26;
 constexpr std::uint64_t kRefLengthMask = (std::uint64_t{1} << kRefOffsetShift) - 1;
 constexpr std::uint64_t kRefBlocks = std::uint64_t{1} << (39 - kRefBlockShift);
-
-std::uint64_t LoadRef(const unsigned char* slot) {
-  std::uint64_t ref = 0;
-  for (std::size_t i = 0; i < kRefBytes; ++i)
-    ref |= std::uint64_t{slot[i]} << (8 * i);
-  return ref;
-}
-
-void StoreRef(unsigned char* slot, std::uint64_t ref) {
-  for (std::size_t i = 0; i < kRefBytes; ++i)
-    slot[i] = static_cast<unsigned char>(ref >> (8 * i));
-}
 
 // Blocks start small, so that a small layer costs little, and double up to
 // the largest size an offset can address.
@@ -248,19 +235,6 @@ void OmTextMatrix::AppendToPiece(std::size_t line, std::size_t column, std::stri
 void OmTextMatrix::ClearPiece(std::size_t line, std::size_t column) {
   if (unsigned char* slot = Slot(line, column))
     StoreRef(slot, 0);
-}
-
-bool OmTextMatrix::IsEmptyAt(Spot spot) {
-  return spot == nullptr || LoadRef(spot) == 0;
-}
-
-OmTextMatrix::PieceId OmTextMatrix::IdAt(Spot spot) {
-  return spot != nullptr ? LoadRef(spot) : 0;
-}
-
-void OmTextMatrix::SetPieceIdAt(Spot spot, PieceId id) {
-  if (spot != nullptr)
-    StoreRef(spot, id);
 }
 
 void OmTextMatrix::MoveGap(std::size_t to) {

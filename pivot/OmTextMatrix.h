@@ -54,9 +54,12 @@ class OmTextMatrix {
   // is resized.
   using Spot = unsigned char*;
   Spot SpotOf(std::size_t line, std::size_t column) { return Slot(line, column); }
-  static bool IsEmptyAt(Spot spot);
-  static PieceId IdAt(Spot spot);
-  static void SetPieceIdAt(Spot spot, PieceId id);
+  static bool IsEmptyAt(Spot spot) { return spot == nullptr || LoadRef(spot) == 0; }
+  static PieceId IdAt(Spot spot) { return spot != nullptr ? LoadRef(spot) : 0; }
+  static void SetPieceIdAt(Spot spot, PieceId id) {
+    if (spot != nullptr)
+      StoreRef(spot, id);
+  }
 
   // Inserts count lines of empty pieces before line at; an at past the end
   // appends them. Throws std::bad_alloc beyond 2^32 - 1 lines in all.
@@ -73,6 +76,21 @@ class OmTextMatrix {
   // A piece's reference (40 bits, see the .cpp) and a text location.
   using Ref = std::uint64_t;
   using Location = std::uint64_t;
+  // A reference is kept in five bytes, low byte first. Written out byte by
+  // byte so that the compiler makes one load or store of each, in any byte
+  // order; here, so that callers of the Spot functions inline them.
+  static constexpr std::size_t kRefBytes = 5;
+  static Ref LoadRef(const unsigned char* slot) {
+    return Ref{slot[0]} | Ref{slot[1]} << 8 | Ref{slot[2]} << 16 | Ref{slot[3]} << 24 |
+           Ref{slot[4]} << 32;
+  }
+  static void StoreRef(unsigned char* slot, Ref ref) {
+    slot[0] = static_cast<unsigned char>(ref);
+    slot[1] = static_cast<unsigned char>(ref >> 8);
+    slot[2] = static_cast<unsigned char>(ref >> 16);
+    slot[3] = static_cast<unsigned char>(ref >> 24);
+    slot[4] = static_cast<unsigned char>(ref >> 32);
+  }
 
   unsigned char* Slot(std::size_t line, std::size_t column);
   const unsigned char* Slot(std::size_t line, std::size_t column) const;
