@@ -28,11 +28,11 @@ class BlockTextCell final : public OmCellText {
 // beside them, and a length byte is enough here.
 constexpr std::size_t kMaxBlockText = 255;
 
-constexpr std::size_t TextRecordBytes(std::size_t size) {
-  return RoundToUnit(sizeof(BlockTextCell) + 1 + size);
+constexpr std::uint32_t TextRecordBytes(std::size_t size) {
+  return static_cast<std::uint32_t>(RoundToUnit(sizeof(BlockTextCell) + 1 + size));
 }
 
-constexpr std::size_t kNumberRecordBytes = RoundToUnit(sizeof(OmNumberCell));
+constexpr auto kNumberRecordBytes = static_cast<std::uint32_t>(RoundToUnit(sizeof(OmNumberCell)));
 
 static_assert(alignof(OmNumberCell) <= kUnit && alignof(BlockTextCell) <= kUnit,
               "cells must fit the blocks' 8-byte units");
@@ -54,59 +54,62 @@ std::size_t DestroyRecord(unsigned char* record, bool text) {
 OmCellArena::OmCellArena() = default;
 
 OmCellArena::~OmCellArena() {
+  NoteUsed(kNumbers);
+  NoteUsed(kTexts);
   for (std::size_t b = 0; b < mBlocks.size(); ++b) {
     unsigned char* block = mBlocks[b].get();
     const Fill fill = mFills[b];
     for (std::size_t at = b == 0 ? kUnit : 0; at < fill.used;)
-      at += DestroyRecord(block + at, fill.kind == Kind::Texts);
+      at += DestroyRecord(block + at, fill.kind == kTexts);
   }
 }
 
-OmCellArena::Ref OmCellArena::Reserve(Kind kind, std::size_t bytes, unsigned char*& record) {
-  std::int64_t& open = mOpen[static_cast<int>(kind)];
-  if (open < 0 || mFills[static_cast<std::size_t>(open)].used + bytes > kBlockBytes) {
-    // References to blocks past this many would reach the adopted cells'.
-    if (mBlocks.size() >= (kAdopted >> kUnitsPerBlockLog2))
-      throw std::bad_alloc();
-    std::unique_ptr<unsigned char[]> block(new unsigned char[kBlockBytes]);
-    // The first unit of the first block holds no cell, so that no cell's
-    // reference is 0.
-    mFills.push_back(Fill{mBlocks.empty() ? static_cast<std::uint32_t>(kUnit) : 0, kind});
-    try {
-      mBlocks.push_back(std::move(block));
-    } catch (...) {
-      mFills.pop_back();
-      throw;
-    }
-    open = static_cast<std::int64_t>(mBlocks.size() - 1);
+void OmCellArena::NoteUsed(Kind kind) {
+  const Cursor& cursor = mCursors[kind];
+  if (cursor.next != nullptr)
+    mFills[cursor.block].used = static_cast<std::uint32_t>(kBlockBytes) - cursor.room;
+}
+
+void OmCellArena::StartBlock(Kind kind) {
+  // References to blocks past this many would reach the adopted cells'.
+  if (mBlocks.size() >= (kAdopted >> kUnitsPerBlockLog2))
+    throw std::bad_alloc();
+  std::unique_ptr<unsigned char[]> block(new unsigned char[kBlockBytes]);
+  // The first unit of the first block holds no cell, so that no cell's
+  // reference is 0.
+  const auto start = static_cast<std::uint32_t>(mBlocks.empty() ? kUnit : 0);
+  mFills.push_back(Fill{start, kind});
+  try {
+    mBlocks.push_back(std::move(block));
+  } catch (...) {
+    mFills.pop_back();
+    throw;
   }
-  const auto b = static_cast<std::size_t>(open);
-  Fill& fill = mFills[b];
-  record = mBlocks[b].get() + fill.used;
-  const auto ref = static_cast<Ref>(b << kUnitsPerBlockLog2 | fill.used >> kUnitLog2);
-  fill.used += static_cast<std::uint32_t>(bytes);
-  return ref;
+  NoteUsed(kind);
+  Cursor& cursor = mCursors[kind];
+  cursor.block = mBlocks.size() - 1;
+  cursor.next = mBlocks.back().get() + start;
+  cursor.room = static_cast<std::uint32_t>(kBlockBytes) - start;
+  cursor.ref = static_cast<Ref>(cursor.block << kUnitsPerBlockLog2 | start >> kUnitLog2);
 }
 
 OmCellArena::Ref OmCellArena::AddNumber(double value) {
-  unsigned char* record = nullptr;
-  const Ref ref = Reserve(Kind::Numbers, kNumberRecordBytes, record);
-  ::new (record) OmNumberCell(value);
+  Ref ref = 0;
+  ::new (Take(kNumbers, kNumberRecordBytes, ref)) OmNumberCell(value);
   return ref;
 }
 
 OmCellArena::Ref OmCellArena::AddNumber(double value, int decimals) {
-  unsigned char* record = nullptr;
-  const Ref ref = Reserve(Kind::Numbers, kNumberRecordBytes, record);
-  ::new (record) OmNumberCell(value, decimals);
+  Ref ref = 0;
+  ::new (Take(kNumbers, kNumberRecordBytes, ref)) OmNumberCell(value, decimals);
   return ref;
 }
 
-OmCellArena::Ref OmCellArena::AddText(std::string text) {
+OmCellArena::Ref OmCellArena::AddText(std::string&& text) {
   if (text.size() > kMaxBlockText)
     return Adopt(std::make_unique<OmStringCell>(std::move(text)));
-  unsigned char* record = nullptr;
-  const Ref ref = Reserve(Kind::Texts, TextRecordBytes(text.size()), record);
+  Ref ref = 0;
+  unsigned char* record = Take(kTexts, TextRecordBytes(text.size()), ref);
   ::new (record) BlockTextCell();
   record[sizeof(BlockTextCell)] = static_cast<unsigned char>(text.size());
   std::memcpy(record + sizeof(BlockTextCell) + 1, text.data(), text.size());
@@ -128,10 +131,12 @@ void OmCellArena::RemoveLast(Ref ref) {
     return;
   }
   const std::size_t b = ref >> kUnitsPerBlockLog2;
-  const auto at = static_cast<std::uint32_t>((ref & kUnitMask) << kUnitLog2);
-  Fill& fill = mFills[b];
-  const std::size_t bytes = DestroyRecord(mBlocks[b].get() + at, fill.kind == Kind::Texts);
-  assert(at + bytes == fill.used);
-  static_cast<void>(bytes);
-  fill.used = at;
+  Cursor& cursor = mCursors[mFills[b].kind];
+  assert(cursor.block == b);
+  const auto bytes = static_cast<std::uint32_t>(
+      DestroyRecord(mBlocks[b].get() + ((ref & kUnitMask) << kUnitLog2), mFills[b].kind == kTexts));
+  assert(cursor.ref - ref == bytes >> kUnitLog2);
+  cursor.next -= bytes;
+  cursor.room += bytes;
+  cursor.ref = ref;
 }

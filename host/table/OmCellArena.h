@@ -25,10 +25,10 @@ class OmCellArena {
 
   // Each makes (or takes) a cell and returns its reference. They throw
   // std::bad_alloc when memory or references run out; the arena is then
-  // unchanged.
+  // unchanged (AddText and Adopt may have taken their argument).
   Ref AddNumber(double value);
   Ref AddNumber(double value, int decimals);
-  Ref AddText(std::string text);
+  Ref AddText(std::string&& text);
   Ref Adopt(std::unique_ptr<OmCellText> cell);
   // Destroys the cell added last, whose reference is ref: a cell the store
   // refused leaves no trace.
@@ -54,20 +54,42 @@ class OmCellArena {
   static constexpr Ref kUnitMask = (Ref{1} << kUnitsPerBlockLog2) - 1;
   static constexpr Ref kAdopted = Ref{1} << 31;
 
-  enum class Kind : std::uint8_t { Numbers, Texts };
-  struct Fill {
-    std::uint32_t used = 0;
-    Kind kind = Kind::Numbers;
+  enum Kind { kNumbers, kTexts, kKinds };
+  // Where the next record of a kind goes in the block it is filling.
+  struct Cursor {
+    unsigned char* next = nullptr;
+    std::uint32_t room = 0;
+    std::size_t block = 0;
+    Ref ref = 0;
   };
 
-  // Room for bytes more bytes in the open block of kind: the record's
-  // reference and address. Throws std::bad_alloc, changing nothing.
-  Ref Reserve(Kind kind, std::size_t bytes, unsigned char*& record);
+  // Room for bytes (a multiple of the unit, at most a block) in the block
+  // kind is filling: the record's address, and its reference in ref.
+  unsigned char* Take(Kind kind, std::uint32_t bytes, Ref& ref) {
+    Cursor& cursor = mCursors[kind];
+    if (cursor.room < bytes)
+      StartBlock(kind);
+    unsigned char* record = cursor.next;
+    ref = cursor.ref;
+    cursor.next += bytes;
+    cursor.room -= bytes;
+    cursor.ref += bytes >> kUnitLog2;
+    return record;
+  }
+  // Gives kind a new block. Throws std::bad_alloc, changing nothing.
+  void StartBlock(Kind kind);
+  // Records in mFills how far the block kind is filling is filled.
+  void NoteUsed(Kind kind);
+
+  struct Fill {
+    std::uint32_t used;
+    Kind kind;
+  };
 
   std::vector<std::unique_ptr<unsigned char[]>> mBlocks;
-  // Parallel to mBlocks: how far each is filled and with what.
+  // Parallel to mBlocks: how far each is filled (for the blocks being
+  // filled, as of their last NoteUsed) and with which kind.
   std::vector<Fill> mFills;
-  // The block each kind is filling, or -1.
-  std::int64_t mOpen[2] = {-1, -1};
+  Cursor mCursors[kKinds];
   std::vector<std::unique_ptr<OmCellText>> mAdopted;
 };
