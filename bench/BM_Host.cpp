@@ -1,8 +1,13 @@
 // The host's pivot-table model at scale: building a table of a million
-// cells, looking its cells up, and constructing the headings of each layer
-// as an exporter does. Run with --benchmark_filter to pick a size; each
-// benchmark reports cells or rows per second.
+// cells (and the heap it takes a cell), looking its cells up, and
+// constructing the headings of each layer as an exporter does. Run with
+// --benchmark_filter to pick a size; each benchmark reports cells or rows
+// per second.
 #include <benchmark/benchmark.h>
+
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
 
 #include <memory>
 #include <string>
@@ -18,10 +23,21 @@ namespace {
 constexpr std::int32_t kColumns = 10;
 constexpr std::int32_t kInner = 100;
 
+// The bytes the heap holds; 0 where the C library does not say.
+double HeapBytes() {
+#if defined(__GLIBC__)
+  const struct mallinfo2 info = mallinfo2();
+  return static_cast<double>(info.uordblks + info.hblkhd);
+#else
+  return 0;
+#endif
+}
+
 // rows row combinations (an outer dimension of rows / 100 leaves, an inner
 // one of 100 leaves in 10 groups), 10 columns and two layers: the first
-// layer full, the second with every tenth row.
-std::unique_ptr<OmPivotTable> BuildTable(std::int32_t rows) {
+// layer full, the second with every tenth row. The cells are numbers with
+// one decimal, or short texts such as "5504.5".
+std::unique_ptr<OmPivotTable> BuildTable(std::int32_t rows, bool texts = false) {
   auto table = std::make_unique<OmPivotTable>();
   table->SetTitle("Benchmark");
   OmDimension& layer = table->AddDimension(OmAxis::Layer, "Wave");
@@ -47,7 +63,10 @@ std::unique_ptr<OmPivotTable> BuildTable(std::int32_t rows) {
         continue;
       for (std::int32_t c = 0; c < kColumns; ++c) {
         index = {l, r / kInner, r % kInner, c};
-        table->SetNumber(index, r * 0.5 + c, 1);
+        if (texts)
+          table->SetText(index, std::to_string((r * 7 + c) % 10000) + ".5");
+        else
+          table->SetNumber(index, r * 0.5 + c, 1);
       }
     }
   }
@@ -57,15 +76,22 @@ std::unique_ptr<OmPivotTable> BuildTable(std::int32_t rows) {
 void BM_OmPivotTable_Build(benchmark::State& state) {
   const auto rows = static_cast<std::int32_t>(state.range(0));
   std::int64_t cells = 0;
+  double bytes = 0;
   for (auto _ : state) {
-    auto table = BuildTable(rows);
+    const double before = HeapBytes();
+    auto table = BuildTable(rows, state.range(1) != 0);
+    bytes = HeapBytes() - before;
     cells = table->NCells();
     benchmark::DoNotOptimize(table.get());
   }
   state.SetItemsProcessed(state.iterations() * cells);
   state.counters["cells"] = static_cast<double>(cells);
+  state.counters["heap_bytes_per_cell"] = bytes / static_cast<double>(cells);
 }
-BENCHMARK(BM_OmPivotTable_Build)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_OmPivotTable_Build)
+    ->ArgsProduct({{10000, 100000}, {0, 1}})
+    ->ArgNames({"rows", "texts"})
+    ->Unit(benchmark::kMillisecond);
 
 void BM_OmPivotTable_Cell(benchmark::State& state) {
   const auto rows = static_cast<std::int32_t>(state.range(0));

@@ -40,7 +40,7 @@ bool IsDenseEnough(std::uint64_t cells, std::uint64_t span) {
 
 struct Slot {
   std::uint64_t key;
-  const OmCellText* cell;
+  OmCellStore::Ref cell;
 };
 
 }  // namespace
@@ -51,34 +51,34 @@ class OmCellStore::Layer {
   explicit Layer(const Shape& shape) : mShape(shape) {
     if (shape.linear && (shape.span <= kSmallSpan || (shape.span <= kHintedSpan &&
                                                       IsDenseEnough(shape.expected, shape.span)))) {
-      mDense.assign(static_cast<std::size_t>(shape.span), nullptr);
+      mDense.assign(static_cast<std::size_t>(shape.span), 0);
       mMode = Mode::Dense;
     } else if (!shape.linear) {
       mMode = Mode::Wide;
     }
   }
 
-  const OmCellText* Find(const std::int32_t* index) const {
+  Ref Find(const std::int32_t* index) const {
     switch (mMode) {
       case Mode::Dense:
         return mDense[static_cast<std::size_t>(Key(index))];
       case Mode::Sparse: {
         const Slot& slot = mSparse[Probe(Key(index))];
-        return slot.key == kEmptyKey ? nullptr : slot.cell;
+        return slot.key == kEmptyKey ? 0 : slot.cell;
       }
       case Mode::Wide: {
         const auto it = mWide.find(WideKey(index));
-        return it == mWide.end() ? nullptr : it->second;
+        return it == mWide.end() ? 0 : it->second;
       }
     }
-    return nullptr;
+    return 0;
   }
 
-  bool Insert(const std::int32_t* index, const OmCellText* cell) {
+  bool Insert(const std::int32_t* index, Ref cell) {
     switch (mMode) {
       case Mode::Dense: {
-        const OmCellText*& slot = mDense[static_cast<std::size_t>(Key(index))];
-        if (slot != nullptr)
+        Ref& slot = mDense[static_cast<std::size_t>(Key(index))];
+        if (slot != 0)
           return false;
         slot = cell;
         ++mCount;
@@ -119,9 +119,9 @@ class OmCellStore::Layer {
         // Walk the slots in order, counting the positions like an odometer.
         for (std::size_t i = 0; i < n; ++i)
           index[dims[i]] = 0;
-        for (const OmCellText* cell : mDense) {
-          if (cell != nullptr)
-            visit(context, index, *cell);
+        for (const Ref cell : mDense) {
+          if (cell != 0)
+            visit(context, index, cell);
           for (std::size_t i = n; i > 0; --i) {
             if (++index[dims[i - 1]] < mShape.sizes[i - 1])
               break;
@@ -140,7 +140,7 @@ class OmCellStore::Layer {
             index[dims[i - 1]] = static_cast<std::int32_t>(key % size);
             key /= size;
           }
-          visit(context, index, *slot.cell);
+          visit(context, index, slot.cell);
         }
         break;
       case Mode::Wide:
@@ -149,7 +149,7 @@ class OmCellStore::Layer {
             std::memcpy(&index[dims[i]], key.data() + i * sizeof(std::int32_t),
                         sizeof(std::int32_t));
           }
-          visit(context, index, *cell);
+          visit(context, index, cell);
         }
         break;
     }
@@ -185,7 +185,7 @@ class OmCellStore::Layer {
   }
 
   void Rehash(std::size_t capacity) {
-    std::vector<Slot> old(capacity, Slot{kEmptyKey, nullptr});
+    std::vector<Slot> old(capacity, Slot{kEmptyKey, 0});
     old.swap(mSparse);
     int bits = 0;
     while ((std::size_t{1} << bits) < capacity)
@@ -198,7 +198,7 @@ class OmCellStore::Layer {
   }
 
   void MakeDense() {
-    std::vector<const OmCellText*> dense(static_cast<std::size_t>(mShape.span), nullptr);
+    std::vector<Ref> dense(static_cast<std::size_t>(mShape.span), 0);
     for (const Slot& slot : mSparse) {
       if (slot.key != kEmptyKey)
         dense[static_cast<std::size_t>(slot.key)] = slot.cell;
@@ -211,10 +211,10 @@ class OmCellStore::Layer {
   const Shape& mShape;
   Mode mMode = Mode::Sparse;
   std::size_t mCount = 0;
-  std::vector<const OmCellText*> mDense;
-  std::vector<Slot> mSparse = std::vector<Slot>(16, Slot{kEmptyKey, nullptr});
+  std::vector<Ref> mDense;
+  std::vector<Slot> mSparse = std::vector<Slot>(16, Slot{kEmptyKey, 0});
   int mShift = 60;
-  std::unordered_map<std::string, const OmCellText*> mWide;
+  std::unordered_map<std::string, Ref> mWide;
 };
 
 OmCellStore::OmCellStore(const std::vector<std::int32_t>& sizes, const std::vector<bool>& layer)
@@ -292,12 +292,12 @@ OmCellStore::Layer* OmCellStore::FindLayer(const std::int32_t* index) const {
   return mLastLayer;
 }
 
-const OmCellText* OmCellStore::Find(const std::int32_t* index) const {
+OmCellStore::Ref OmCellStore::Find(const std::int32_t* index) const {
   const Layer* layer = FindLayer(index);
-  return layer == nullptr ? nullptr : layer->Find(index);
+  return layer == nullptr ? 0 : layer->Find(index);
 }
 
-bool OmCellStore::Insert(const std::int32_t* index, const OmCellText* cell) {
+bool OmCellStore::Insert(const std::int32_t* index, Ref cell) {
   if (mLayerDims.empty() && !mSingle)
     mSingle = std::make_unique<Layer>(*mShape);
   Layer* layer = FindLayer(index);

@@ -2,8 +2,9 @@
 // grouped by layer (the positions of the layer dimensions), so that the
 // cells of one layer can be visited without looking at the others; within a
 // layer they sit in a dense array of slots when the layer is filled densely
-// enough and in an open-addressing hash table otherwise. The store does not
-// own the cells. Not thread-safe: lookups remember the last layer used.
+// enough and in an open-addressing hash table otherwise. The store keeps the
+// cells' 32-bit references, 4 bytes a dense slot, and not the cells. Not
+// thread-safe: lookups remember the last layer used.
 #pragma once
 
 #include <cstdint>
@@ -11,8 +12,6 @@
 #include <string>
 #include <unordered_map>
 #include <vector>
-
-class OmCellText;
 
 class OmCellStore {
  public:
@@ -23,13 +22,16 @@ class OmCellStore {
   OmCellStore& operator=(const OmCellStore&) = delete;
   ~OmCellStore();
 
-  // The cell at index, or null. index holds one in-range entry per
-  // dimension; the caller checks that.
-  const OmCellText* Find(const std::int32_t* index) const;
-  // Stores cell at index (checked as for Find) and returns true; returns
-  // false and stores nothing when the index holds a cell already. Throws
-  // std::bad_alloc when memory runs out; the store is then unchanged.
-  bool Insert(const std::int32_t* index, const OmCellText* cell);
+  // Names a cell; 0 names none.
+  using Ref = std::uint32_t;
+
+  // The reference of the cell at index, or 0. index holds one in-range
+  // entry per dimension; the caller checks that.
+  Ref Find(const std::int32_t* index) const;
+  // Stores cell (not 0) at index (checked as for Find) and returns true;
+  // returns false and stores nothing when the index holds a cell already.
+  // Throws std::bad_alloc when memory runs out; the store is then unchanged.
+  bool Insert(const std::int32_t* index, Ref cell);
   // Says that about cells cells are coming, spread evenly over the layers:
   // layers made from now on that this would fill densely enough start as
   // arrays.
@@ -45,7 +47,7 @@ class OmCellStore {
   // dimensions' entries are read), or for every cell when layerIndex is
   // null. index is a full index, valid during the call only. Cells are
   // visited in no particular order.
-  using Visit = void (*)(const void* context, const std::int32_t* index, const OmCellText& cell);
+  using Visit = void (*)(const void* context, const std::int32_t* index, Ref cell);
   void ForEach(const std::int32_t* layerIndex, Visit visit, const void* context) const;
 
   // How the dimensions of a layer are laid out; shared by all layers.

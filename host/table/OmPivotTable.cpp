@@ -1,12 +1,11 @@
 // Pivot tables.
 #include "host/table/OmPivotTable.h"
 
-#include <deque>
 #include <stdexcept>
-#include <type_traits>
 #include <utility>
 
 #include "host/output/OmText.h"
+#include "host/table/OmCellArena.h"
 #include "host/table/OmCellStore.h"
 
 struct OmPivotTable::Data {
@@ -19,12 +18,8 @@ struct OmPivotTable::Data {
   std::vector<std::int32_t> axes[3];
   // Leaf counts, fixed when the first cell is stored.
   std::vector<std::int32_t> sizes;
-  // Cells made by SetNumber and SetText sit in blocks, a few hundred bytes
-  // at a time, without a heap block per cell; SetCell's cells are kept as
-  // given. The store only points at them.
-  std::deque<OmNumberCell> numbers;
-  std::deque<OmStringCell> texts;
-  std::vector<std::unique_ptr<OmCellText>> owned;
+  // All cells; the store keeps their references.
+  OmCellArena cells;
   std::unique_ptr<OmCellStore> store;
   std::int64_t expected = 0;
 };
@@ -150,7 +145,7 @@ OmPivotTable::IndexStatus OmPivotTable::CheckIndex(const std::vector<std::int32_
       return IndexStatus::OutOfRange;
     }
   }
-  if (mData->store && mData->store->Find(index.data()) != nullptr)
+  if (mData->store && mData->store->Find(index.data()) != 0)
     return IndexStatus::Used;
   return IndexStatus::Valid;
 }
@@ -171,63 +166,41 @@ void OmPivotTable::Freeze() {
     dimension->mFrozen = true;
 }
 
-template <class Cell, class... Args>
-Cell& OmPivotTable::Emplace(const std::vector<std::int32_t>& index, Args&&... args) {
+template <class Make>
+OmCellText& OmPivotTable::Store(const std::vector<std::int32_t>& index, Make make) {
   Require(CheckIndex(index));
   Freeze();
-  if constexpr (std::is_same_v<Cell, OmNumberCell>) {
-    mData->numbers.emplace_back(std::forward<Args>(args)...);
-  } else {
-    mData->texts.emplace_back(std::forward<Args>(args)...);
-  }
-  Cell& cell = [this]() -> Cell& {
-    if constexpr (std::is_same_v<Cell, OmNumberCell>) {
-      return mData->numbers.back();
-    } else {
-      return mData->texts.back();
-    }
-  }();
+  const OmCellArena::Ref ref = make(mData->cells);
   try {
-    mData->store->Insert(index.data(), &cell);
+    mData->store->Insert(index.data(), ref);
   } catch (...) {
-    if constexpr (std::is_same_v<Cell, OmNumberCell>) {
-      mData->numbers.pop_back();
-    } else {
-      mData->texts.pop_back();
-    }
+    mData->cells.RemoveLast(ref);
     throw;
   }
-  return cell;
+  return mData->cells.At(ref);
 }
 
 OmCellText& OmPivotTable::SetCell(const std::vector<std::int32_t>& index,
                                   std::unique_ptr<OmCellText> cell) {
   if (!cell)
     throw std::invalid_argument("a null cell cannot be stored");
-  Require(CheckIndex(index));
-  Freeze();
-  mData->owned.push_back(std::move(cell));
-  OmCellText& stored = *mData->owned.back();
-  try {
-    mData->store->Insert(index.data(), &stored);
-  } catch (...) {
-    mData->owned.pop_back();
-    throw;
-  }
-  return stored;
+  return Store(index, [&cell](OmCellArena& cells) { return cells.Adopt(std::move(cell)); });
 }
 
+// The arena makes these cells as OmNumberCells.
 OmNumberCell& OmPivotTable::SetNumber(const std::vector<std::int32_t>& index, double value) {
-  return Emplace<OmNumberCell>(index, value);
+  return static_cast<OmNumberCell&>(
+      Store(index, [value](OmCellArena& cells) { return cells.AddNumber(value); }));
 }
 
 OmNumberCell& OmPivotTable::SetNumber(const std::vector<std::int32_t>& index, double value,
                                       int decimals) {
-  return Emplace<OmNumberCell>(index, value, decimals);
+  return static_cast<OmNumberCell&>(Store(
+      index, [value, decimals](OmCellArena& cells) { return cells.AddNumber(value, decimals); }));
 }
 
-OmStringCell& OmPivotTable::SetText(const std::vector<std::int32_t>& index, std::string text) {
-  return Emplace<OmStringCell>(index, std::move(text));
+OmCellText& OmPivotTable::SetText(const std::vector<std::int32_t>& index, std::string text) {
+  return Store(index, [&text](OmCellArena& cells) { return cells.AddText(std::move(text)); });
 }
 
 void OmPivotTable::ExpectCells(std::int64_t count) {
@@ -243,7 +216,8 @@ const OmCellText* OmPivotTable::Cell(const std::vector<std::int32_t>& index) con
     if (index[i] < 0 || index[i] >= mData->sizes[i])
       return nullptr;
   }
-  return mData->store->Find(index.data());
+  const OmCellStore::Ref ref = mData->store->Find(index.data());
+  return ref == 0 ? nullptr : &mData->cells.At(ref);
 }
 
 std::int64_t OmPivotTable::NCells() const {
@@ -262,12 +236,15 @@ void OmPivotTable::ForEachCellInLayer(
   if (!mData->store || layerIndex.size() != mData->sizes.size())
     return;
   using Visit = std::function<void(const std::int32_t*, const OmCellText&)>;
+  using Context = std::pair<const Visit*, const OmCellArena*>;
+  const Context both{&visit, &mData->cells};
   mData->store->ForEach(
       layerIndex.data(),
-      [](const void* context, const std::int32_t* index, const OmCellText& cell) {
-        (*static_cast<const Visit*>(context))(index, cell);
+      [](const void* context, const std::int32_t* index, OmCellStore::Ref cell) {
+        const auto* found = static_cast<const Context*>(context);
+        (*found->first)(index, found->second->At(cell));
       },
-      &visit);
+      &both);
 }
 
 std::vector<std::int32_t> OmPivotTable::SizeVector() const {

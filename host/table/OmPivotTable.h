@@ -86,11 +86,12 @@ class OmPivotTable : public OmOutputPart {
   // then destroyed and the table is unchanged.
   OmCellText& SetCell(const std::vector<std::int32_t>& index, std::unique_ptr<OmCellText> cell);
   // Compact forms for the common cells, kept in the table's own blocks:
-  // a number shown with %.15g, a number with decimals (%.*f) and a text.
-  // They throw as SetCell does.
+  // a number shown with %.15g, a number with decimals (%.*f) and a text
+  // (which GetText gives back as it was). They throw as SetCell does, and
+  // std::bad_alloc when memory runs out, leaving the table unchanged.
   OmNumberCell& SetNumber(const std::vector<std::int32_t>& index, double value);
   OmNumberCell& SetNumber(const std::vector<std::int32_t>& index, double value, int decimals);
-  OmStringCell& SetText(const std::vector<std::int32_t>& index, std::string text);
+  OmCellText& SetText(const std::vector<std::int32_t>& index, std::string text);
   // Says that about count cells are coming, spread evenly over the layers,
   // so that a densely filled table gets its final layout from the first
   // cell rather than growing into it. Only a hint: any number may follow.
@@ -122,8 +123,9 @@ class OmPivotTable : public OmOutputPart {
   struct Data;
   // Fixes the dimensions and makes the cell store on first use.
   void Freeze();
-  template <class Cell, class... Args>
-  Cell& Emplace(const std::vector<std::int32_t>& index, Args&&... args);
+  // Checks index, makes a cell with make(arena) and stores it.
+  template <class Make>
+  OmCellText& Store(const std::vector<std::int32_t>& index, Make make);
 
   std::unique_ptr<Data> mData;
 };
