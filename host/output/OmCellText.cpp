@@ -45,20 +45,38 @@ char* FormatFixedShort(double value, int decimals, char* out) {
     if (rest > half || (rest == half && (whole & 1U) != 0))
       ++whole;
   }  // else the scaled value is below 2^63 / 2^64, which rounds to 0
+  // The digits, from the last, two at a time, then zeros up to one more
+  // than the decimals.
+  static constexpr char kPairs[] =
+      "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+      "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+      "8081828384858687888990919293949596979899";
   char digits[24];
-  int count = 0;
-  do {
-    digits[count++] = static_cast<char>('0' + whole % 10);
-    whole /= 10;
-  } while (whole != 0 || count <= decimals);
+  char* first = digits + sizeof digits;
+  while (whole >= 100) {
+    const std::uint64_t pair = whole % 100;
+    whole /= 100;
+    first -= 2;
+    std::memcpy(first, kPairs + 2 * pair, 2);
+  }
+  if (whole >= 10) {
+    first -= 2;
+    std::memcpy(first, kPairs + 2 * whole, 2);
+  } else {
+    *--first = static_cast<char>('0' + whole);
+  }
+  while (digits + sizeof digits - first <= decimals)
+    *--first = '0';
+  const auto count = static_cast<std::size_t>(digits + sizeof digits - first);
+  const auto fraction = static_cast<std::size_t>(decimals);
   if ((bits >> 63) != 0)
     *out++ = '-';
-  while (count > decimals)
-    *out++ = digits[--count];
-  if (decimals > 0) {
+  std::memcpy(out, first, count - fraction);
+  out += count - fraction;
+  if (fraction > 0) {
     *out++ = '.';
-    while (count > 0)
-      *out++ = digits[--count];
+    std::memcpy(out, first + count - fraction, fraction);
+    out += fraction;
   }
   return out;
 }
