@@ -78,6 +78,9 @@ struct ParsedCell {
 };
 
 void AddExtras(OmCellText& cell, ParsedCell& parsed) {
+  // Most cells have neither, and this runs for every cell.
+  if (parsed.footnotes.empty() && parsed.markers.empty())
+    return;
   for (std::int16_t number : parsed.footnotes)
     cell.AddFootnote(number);
   for (std::string& marker : parsed.markers)
@@ -744,13 +747,14 @@ class DataListFrame : public Frame, public CellSink {
   }
   void OnString(std::string_view text, Position at) override {
     Enter(at, true);
-    mScratch.SetText(text, at);
-    mBody.StoreDense(mScratch);
+    // A bare text or number has no footnotes or markers: it is stored as it
+    // is, without filling a cell record first.
+    CheckCellText(text, at);
+    mBody.Table().SetText(mBody.DenseIndex(), std::string(text));
   }
   void OnNumber(std::string_view raw, Position at) override {
     Enter(at, true);
-    mScratch.SetNumber(raw, at);
-    mBody.StoreDense(mScratch);
+    mBody.Table().SetNumber(mBody.DenseIndex(), ParseDouble(raw, at));
   }
   void OnNull(Position at) override { Enter(at, true); }
   void TakeCell(ParsedCell& cell) override { mBody.StoreDense(cell); }
@@ -786,7 +790,6 @@ class DataListFrame : public Frame, public CellSink {
   std::int32_t mLeaves;
   bool mInnermost;
   std::int32_t mCount = 0;
-  ParsedCell mScratch;
   std::unique_ptr<DataListFrame> mChild;
 };
 
