@@ -196,45 +196,42 @@ void OmPivotTableTxtExport::Data::FillBand(NodeList& nodes, std::size_t index, s
   }
   const std::vector<std::string>& lines = blank ? scratch.blankLines : scratch.lines;
   InsertExtraRows(band, static_cast<std::int32_t>(line), column, count, node.NRows());
-  for (std::size_t j = 0; j < lines.size(); ++j) {
-    if (column == 0) {
-      // The first column also draws the table's left edge.
-      scratch.piece.assign(scratch.columnSeparator);
-      scratch.piece.append(lines[j]);
-      mMatrix.SetPiece(first + j, 0, scratch.piece);
-    } else {
-      mMatrix.AppendToPiece(first + j, matrixColumn, lines[j]);
-    }
-  }
+  for (std::size_t j = 0; j < lines.size(); ++j)
+    PutCellLine(first + j, column, lines[j], scratch);
   if (oneLineBlank)
     scratch.blankId = OmTextMatrix::IdAt(mMatrix.SpotOf(first, matrixColumn));
   FillRowSeparator(nodes, static_cast<std::int32_t>(line - scratch.separator),
                    static_cast<std::int32_t>(index), column, &scratch);
 }
 
+void OmPivotTableTxtExport::Data::PutCellLine(std::size_t line, std::int32_t column,
+                                              std::string_view text, FoldScratch& scratch) {
+  if (column == 0) {
+    // The first column also draws the table's left edge.
+    scratch.piece.assign(scratch.columnSeparator);
+    scratch.piece.append(text);
+    mMatrix.SetPiece(line, 0, scratch.piece);
+  } else {
+    mMatrix.AppendToPiece(line, static_cast<std::size_t>(column), text);
+  }
+}
+
 bool OmPivotTableTxtExport::Data::FillPlainNode(OmFormattedNode& node, std::size_t first,
                                                 std::int32_t width, std::int32_t column,
                                                 FoldScratch& scratch) {
-  // The first column also draws the table's left edge.
-  std::string& piece = scratch.piece;
-  const std::string_view edge =
-      column == 0 ? std::string_view(scratch.columnSeparator) : std::string_view();
-  piece.assign(edge);
+  std::string& text = scratch.plainLine;
+  text.clear();
   std::size_t padTo = 0;
-  if (!mStringFolder->PadUnfolded(node.String(), node.NRows(), width, piece, padTo))
+  if (!mStringFolder->PadUnfolded(node.String(), node.NRows(), width, text, padTo))
     return false;
-  const auto matrixColumn = static_cast<std::size_t>(column);
-  for (std::int32_t j = 0;;) {
-    if (column == 0) {
-      mMatrix.SetPiece(first + static_cast<std::size_t>(j), 0, piece);
-    } else {
-      mMatrix.AppendToPiece(first + static_cast<std::size_t>(j), matrixColumn, piece);
-    }
-    if (++j >= node.NRows())
-      return true;
+  PutCellLine(first, column, text, scratch);
+  if (node.NRows() > 1) {
     // The lines under the text are blank, padded and closed alike.
-    piece.assign(edge).append(padTo, ' ').append(scratch.columnSeparator);
+    text.assign(padTo, ' ').append(scratch.columnSeparator);
+    for (std::int32_t j = 1; j < node.NRows(); ++j)
+      PutCellLine(first + static_cast<std::size_t>(j), column, text, scratch);
   }
+  return true;
 }
 
 void OmPivotTableTxtExport::Data::FillRowSeparator(NodeList& nodes, std::int32_t line,

@@ -12,6 +12,7 @@
 #include <iosfwd>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -237,6 +238,8 @@ struct OmPivotTableTxtExport::Data {
         : columnSeparator(std::move(separatorText)), separator(separatorFlag) {}
     std::vector<std::string> lines;
     std::string piece;
+    // The line of a plain node (see FillPlainNode).
+    std::string plainLine;
     std::string columnSeparator;
     std::int32_t separator = 0;  // SeparatorFlag()
     // The shared blank node folded at blankWidth: the same lines each time.
@@ -262,6 +265,11 @@ struct OmPivotTableTxtExport::Data {
   // draws the rule above it.
   void FillBand(NodeList& nodes, std::size_t index, std::int32_t band, std::int64_t line,
                 std::int32_t width, std::int32_t column, bool tableColumn, FoldScratch& scratch);
+  // Puts one folded, padded and closed line of a cell at line of column:
+  // appended to the column's piece, or in the first column after the
+  // table's left edge.
+  void PutCellLine(std::size_t line, std::int32_t column, std::string_view text,
+                   FoldScratch& scratch);
   // Writes a plain node's lines from line first of a column as folding it
   // would; false, writing nothing, when it does not stay one line at width.
   bool FillPlainNode(OmFormattedNode& node, std::size_t first, std::int32_t width,
