@@ -2,12 +2,10 @@
 // Exit status 0 on success; 1 for a bad document, a failed read or write, a
 // part replaced for lack of memory or text past --max-output; 2 for a usage
 // error.
-#include <sys/stat.h>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstring>
-#include <fstream>
 #include <iostream>
 #include <system_error>
 #include <vector>
@@ -58,14 +56,7 @@ double SecondsSince(std::chrono::steady_clock::time_point start) {
 OmOutputTree LoadInput(const std::string& input) {
   if (input == "-")
     return OmDocumentLoader::Load(std::cin);
-  struct stat info {};
-  if (::stat(input.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
-    throw std::system_error(EISDIR, std::generic_category());
-  }
-  std::ifstream file(input, std::ios::binary);
-  if (!file)
-    throw std::system_error(errno, std::generic_category());
-  return OmDocumentLoader::Load(file);
+  return OmDocumentLoader::LoadFile(input);
 }
 
 // Destination mode: the command plays the host's output management and

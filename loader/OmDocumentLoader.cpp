@@ -5,13 +5,18 @@
 
 #include <rapidjson/error/en.h>
 #include <rapidjson/reader.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <cstring>
+#include <fstream>
 #include <istream>
+#include <limits>
 #include <optional>
+#include <system_error>
 #include <utility>
 
 #include "host/output/OmHeading.h"
@@ -20,6 +25,7 @@
 #include "host/output/OmTitledPart.h"
 #include "host/platform/OmMessageText.h"
 #include "loader/OmDocumentLoaderPrivate.h"
+#include "loader/OmMappedText.h"
 #include "loader/OmPivotTableLoader.h"
 
 OmDocumentError::OmDocumentError(std::int64_t line, std::int64_t column, const std::string& message)
@@ -145,9 +151,63 @@ class TrackingStream {
   std::size_t mTokenOffset = 0;
 };
 
+// The reader's input when the whole document is in memory and known to be
+// valid UTF-8 without NUL bytes: the reader is then told not to check the
+// encoding, and a byte is taken without a test of the end, since a NUL byte
+// follows the text. Positions only ever appear in errors, and a document
+// with an error is read again as a stream to report it, so none are kept.
+class MappedStream {
+ public:
+  using Ch = char;
+
+  explicit MappedStream(OmMappedText& text) : mText(&text), mBegin(text.Data()), mCurrent(mBegin) {}
+
+  Ch Peek() const { return *mCurrent; }
+  Ch Take() { return *mCurrent++; }
+  std::size_t Tell() const { return static_cast<std::size_t>(mCurrent - mBegin); }
+
+  Ch* PutBegin() { return nullptr; }
+  void Put(Ch) {}
+  void Flush() {}
+  std::size_t PutEnd(Ch*) { return 0; }
+
+  // Besides noting where a token starts, gives back the text well behind
+  // it now and then: no token reaches back that far, and the loader keeps
+  // copies of everything it holds.
+  void SkipWhitespace() {
+    while (IsSpace(Peek()))
+      ++mCurrent;
+    mTokenOffset = Tell();
+    if (mTokenOffset >= mNextRelease) {
+      mText->Release(mTokenOffset - kReleaseLag);
+      mNextRelease = mTokenOffset + kReleaseLag;
+    }
+  }
+  Position Token() const { return Position{}; }
+  bool StringHadEscape(std::size_t length) const { return Tell() - mTokenOffset != length + 2; }
+
+ private:
+  static constexpr std::size_t kReleaseLag = std::size_t{1} << 20;
+
+  static bool IsSpace(Ch c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
+
+  OmMappedText* mText;
+  const char* mBegin;
+  const char* mCurrent;
+  std::size_t mTokenOffset = 0;
+  std::size_t mNextRelease = 2 * kReleaseLag;
+};
+
+// How deep lists and objects may nest in a document read in place, where
+// the reader recurses; real documents stay far below it.
+constexpr int kMaxInPlaceDepth = 256;
+
 // Found by argument-dependent lookup, in preference to the reader's own
 // template, which would go through Peek and Take a byte at a time.
 void SkipWhitespace(TrackingStream& stream) {
+  stream.SkipWhitespace();
+}
+void SkipWhitespace(MappedStream& stream) {
   stream.SkipWhitespace();
 }
 
@@ -167,9 +227,13 @@ void CheckDecodedUtf8(std::string_view text, Position at) {
 constexpr std::size_t kMaxStringBytes = std::size_t{1} << 24;
 
 // Turns the reader's events, with their positions, into dispatcher calls.
+template <typename Stream>
 class SaxHandler {
  public:
-  SaxHandler(TrackingStream& stream, Frame& root) : mStream(stream), mDispatcher(root) {}
+  // depthLimit: how deep lists and objects may nest before the handler
+  // stops the reader, which then reports a parse error.
+  SaxHandler(Stream& stream, Frame& root, int depthLimit = std::numeric_limits<int>::max())
+      : mStream(stream), mDispatcher(root), mDepthLeft(depthLimit) {}
 
   bool Null() {
     mDispatcher.Null(Next());
@@ -203,18 +267,24 @@ class SaxHandler {
     return true;
   }
   bool StartObject() {
+    if (--mDepthLeft < 0)
+      return false;
     mDispatcher.StartObject(Next());
     return true;
   }
   bool StartArray() {
+    if (--mDepthLeft < 0)
+      return false;
     mDispatcher.StartArray(Next());
     return true;
   }
   bool EndObject(rapidjson::SizeType) {
+    ++mDepthLeft;
     mDispatcher.End(Next());
     return true;
   }
   bool EndArray(rapidjson::SizeType) {
+    ++mDepthLeft;
     mDispatcher.End(Next());
     return true;
   }
@@ -229,8 +299,9 @@ class SaxHandler {
   // The position of the token just reported.
   Position Next() const { return mStream.Token(); }
 
-  TrackingStream& mStream;
+  Stream& mStream;
   Dispatcher mDispatcher;
+  int mDepthLeft;
 };
 
 // Parts may nest this deep, counting top-level parts as 1; deeper trees are
@@ -602,7 +673,7 @@ OmOutputTree OmDocumentLoader::Load(std::istream& in) {
   OmOutputTree result;
   TrackingStream stream(in);
   RootFrame root(result);
-  SaxHandler handler(stream, root);
+  SaxHandler<TrackingStream> handler(stream, root);
   rapidjson::Reader reader;
   constexpr unsigned kFlags = rapidjson::kParseIterativeFlag |
                               rapidjson::kParseValidateEncodingFlag |
@@ -621,4 +692,35 @@ OmOutputTree OmDocumentLoader::Load(std::istream& in) {
     Fail(stream.At(parsed.Offset()), ReaderMessage(parsed.Code()));
   }
   return result;
+}
+
+OmOutputTree OmDocumentLoader::LoadFile(const std::string& path) {
+  using namespace omtext::loader;
+  {
+    OmMappedText text(path);
+    if (text.Data() != nullptr && text.IsPlainUtf8()) {
+      // Any failure here, a document error or running out of memory, is
+      // left to the stream reading below, which says exactly what and where.
+      // The reader recurses here, faster than its iterative mode, and the
+      // depth limit keeps that recursion shallow.
+      try {
+        OmOutputTree result;
+        MappedStream stream(text);
+        RootFrame root(result);
+        SaxHandler<MappedStream> handler(stream, root, kMaxInPlaceDepth);
+        rapidjson::Reader reader;
+        constexpr unsigned kFlags = rapidjson::kParseNumbersAsStringsFlag;
+        if (!reader.Parse<kFlags>(stream, handler).IsError())
+          return result;
+      } catch (...) {
+      }
+    }
+  }
+  struct stat info {};
+  if (::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode))
+    throw std::system_error(EISDIR, std::generic_category());
+  std::ifstream file(path, std::ios::binary);
+  if (!file)
+    throw std::system_error(errno, std::generic_category());
+  return Load(file);
 }

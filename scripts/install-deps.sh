@@ -4,7 +4,7 @@
 set -eu
 # The Python module: headers, pybind11, and what its tests and packaging use.
 python="python3 python3-dev pybind11-dev python3-numpy python3-pandas python3-pytest python3-setuptools python3-wheel python3-pip python3-venv"
-packages="cmake make g++ libgtest-dev libgmock-dev libbenchmark-dev rapidjson-dev libutf8proc-dev $python $*"
+packages="cmake make g++ libgtest-dev libgmock-dev libbenchmark-dev rapidjson-dev libsimdjson-dev libutf8proc-dev $python $*"
 missing=""
 for p in $packages; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing="$missing $p"

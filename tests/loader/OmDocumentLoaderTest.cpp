@@ -7,11 +7,17 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <random>
 #include <sstream>
+#include <system_error>
 
 #include "host/output/OmCellText.h"
 #include "host/output/OmHeading.h"
@@ -24,15 +30,43 @@ OmOutputTree Load(const std::string& text) {
   return OmDocumentLoader::Load(in);
 }
 
-// "LINE:COLUMN: MESSAGE" of the rejection (only MESSAGE when !placed), or
-// "accepted".
-std::string Rejection(const std::string& text, bool placed = true) {
+// A file holding text, removed again at the end of the test.
+class TextFile {
+ public:
+  explicit TextFile(const std::string& text)
+      : mPath(testing::TempDir() + "loader-" + std::to_string(::getpid()) + "-" +
+              std::to_string(sCount++) + ".json") {
+    std::ofstream(mPath, std::ios::binary) << text;
+  }
+  TextFile(const TextFile&) = delete;
+  TextFile& operator=(const TextFile&) = delete;
+  ~TextFile() { std::remove(mPath.c_str()); }
+  const std::string& Path() const { return mPath; }
+
+ private:
+  static inline int sCount = 0;
+  std::string mPath;
+};
+
+template <typename LoadText>
+std::string RejectionBy(LoadText load, bool placed) {
   try {
-    Load(text);
+    load();
   } catch (const OmDocumentError& error) {
     return placed ? error.what() : error.Message();
   }
   return "accepted";
+}
+
+// "LINE:COLUMN: MESSAGE" of the rejection (only MESSAGE when !placed), or
+// "accepted". A named file is read another way than a stream, in place;
+// every document must get the same verdict both ways.
+std::string Rejection(const std::string& text, bool placed = true) {
+  const std::string streamed = RejectionBy([&text] { Load(text); }, placed);
+  const TextFile file(text);
+  EXPECT_EQ(RejectionBy([&file] { OmDocumentLoader::LoadFile(file.Path()); }, placed), streamed)
+      << "read from a file";
+  return streamed;
 }
 
 // The rejection expected for a document in which a backtick marks where the
@@ -82,6 +116,46 @@ TEST(OmDocumentLoader, EscapesAreDecodedAndAByteOrderMarkIsNoColumn) {
             std::string("a\xC3\xA9\t\"\0b", 7));
   EXPECT_EQ(Rejection("\xEF\xBB\xBF{\"output\": 1}"),
             "1:12: expected a list of parts for \"output\", found a number");
+}
+
+// A named file is read in place, up to a NUL byte that the loader puts
+// after its end; whatever it cannot read that way it reads as a stream.
+TEST(OmDocumentLoader, NamedFilesLoadAsStreamsDo) {
+  // Documents ending on and around a page boundary.
+  const std::string head = R"({"output": [{"type": "heading", "text": ")";
+  for (const std::size_t size :
+       {std::size_t{4095}, std::size_t{4096}, std::size_t{4097}, std::size_t{8192}}) {
+    const std::string text = head + std::string(size - head.size() - 4, 'x') + "\"}]}";
+    ASSERT_EQ(text.size(), size);
+    const TextFile file(text);
+    OmOutputTree tree = OmDocumentLoader::LoadFile(file.Path());
+    EXPECT_EQ(static_cast<OmHeading*>(tree.Begin().Value())->Text().GetText(),
+              std::string(size - head.size() - 4, 'x'));
+    EXPECT_NE(Rejection(text.substr(0, size - 1)), "accepted");
+  }
+  // A NUL byte after the document, bad UTF-8 in a valid one, and nesting
+  // too deep for reading in place.
+  EXPECT_EQ(Rejection(std::string("{\"output\": []}\0 ", 16), false),
+            "the document holds a NUL byte");
+  EXPECT_EQ(Rejection(R"({"output": [{"type": "heading", "text": "a)"
+                      "\xC3"
+                      R"("}]})",
+                      false),
+            "invalid JSON: invalid encoding in string");
+  std::string deep = R"({"label": "R", "axis": "row", "categories": [)";
+  for (int i = 0; i < 300; ++i)
+    deep += R"({"group": "g", "categories": [)";
+  deep += "\"leaf\"";
+  for (int i = 0; i <= 300; ++i)
+    deep += "]}";
+  EXPECT_EQ(Rejection(Table(R"("dimensions": [)" + deep + "]")), "accepted");
+
+  try {
+    OmDocumentLoader::LoadFile(testing::TempDir() + "no-such-document.json");
+    ADD_FAILURE() << "a missing file loaded";
+  } catch (const std::system_error& error) {
+    EXPECT_EQ(error.code().value(), ENOENT);
+  }
 }
 
 TEST(OmDocumentLoader, KeysBeforeTheTypeAreCheckedAtTheirOwnPosition) {
