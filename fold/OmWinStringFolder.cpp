@@ -420,18 +420,32 @@ bool OmWinStringFolder::Data::Unfolded(const std::string& text, std::int32_t row
   const std::size_t size = text.size();
   if (rows < 1 || size == 0)
     return false;
-  // Any blank or line break may be a fold point (or a trailing blank to
-  // trim); a text without one has none, whatever its encoding.
-  for (const char c : text) {
-    if (c == ' ' || IsLineBreak(c))
+  // Any blank or line break may be a fold point. Words parted by single
+  // blanks, with none at either end, are joined back as they stood when
+  // the whole text fits; any other blank or a line break takes the fold.
+  bool blanks = false;
+  for (std::size_t i = 0; i < size; ++i) {
+    // Blanks and line breaks both sort at or below ' ': one test passes the
+    // rest.
+    const char c = text[i];
+    if (static_cast<unsigned char>(c) > ' ')
+      continue;
+    if (IsLineBreak(c))
       return false;
+    if (c == ' ') {
+      if (i == 0 || i + 1 == size || text[i + 1] == ' ')
+        return false;
+      blanks = true;
+    }
   }
   room = width;
   if (widthRestriction != -1)
     room = std::min<std::int64_t>(room, widthRestriction);
   shown = measure.CountsColumns() ? ColumnWidths::Of(text.data(), size)
                                   : ByteWidths::Of(text.data(), size);
-  return widthRestriction == -1 || shown <= room;
+  // A single word overflows a column without a restriction; words that do
+  // not fit are folded.
+  return (widthRestriction == -1 && !blanks) || shown <= room;
 }
 
 std::int32_t OmWinStringFolder::SplitString(OmFormattedNode& node, std::int32_t width,

@@ -108,6 +108,7 @@ void OmPivotTableTxtExport::Data::PreFormatRowHeadRows(std::int32_t col, std::in
                                                        std::int32_t endRow, std::int32_t& width,
                                                        NodeList* nodes) {
   const OmNodeColumn& column = mRowHeadColumns[static_cast<std::size_t>(col)];
+  const std::int32_t planned = mColumnWidths[static_cast<std::size_t>(col)];
   for (std::int32_t r = std::max(firstRow, 0); r < endRow; ++r) {
     if (!IsRowHeadingCellPrinted(col, r)) {
       if (nodes != nullptr)
@@ -125,7 +126,16 @@ void OmPivotTableTxtExport::Data::PreFormatRowHeadRows(std::int32_t col, std::in
     std::int32_t extra = 0;
     const std::int32_t columns = GetNumberOfColumnsAvailableInRowHead(col, r, extra);
     const std::int32_t lines = GetNumberOfRowsAvailableInRowHead(col, r);
-    AddMeasuredNode(col, GetCellText(label), columns, lines, extra, width, nodes);
+    std::string text = GetCellText(label);
+    // A label of one column that stays one line in its planned column takes
+    // a plain node, as a data cell does.
+    std::int32_t length = 0;
+    if (nodes != nullptr && planned != 0 && columns == 1 && extra == 0 &&
+        mStringFolder->MeasureUnfolded(text, lines, planned, length)) {
+      nodes->push_back(PlainNode(text, lines, length));
+    } else {
+      AddMeasuredNode(col, std::move(text), columns, lines, extra, width, nodes);
+    }
   }
 }
 

@@ -1,9 +1,10 @@
 // The folder's shortcut for the common cell (one column, no extra width, no
 // fold points, folding to itself on one line) gives exactly what the full
-// fold gives. A fold point past the end of the text is ignored by the fold
-// but keeps the node off the shortcut, so the two paths can be compared on
-// the same text. Measuring a text without a node, where the folder offers
-// it, gives the same minimum width, and padding it gives the same lines.
+// fold gives; so does measuring and padding a text without a node, offered
+// also for words parted by single blanks that fit. A fold point past the end of the text is ignored
+// by the fold but keeps the node off the shortcut, so the two paths can be compared on the same
+// text. Measuring a text without a node, where the folder offers it, gives the same minimum width,
+// and padding it gives the same lines.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -41,7 +42,9 @@ Result FoldBoth(OmWinStringFolder& folder, const std::string& text, std::int32_t
 
 TEST(OmWinStringFolderFastPath, SameAsTheFullFold) {
   const std::vector<std::string> texts = {"x",        " ",      "12345.67",  "-0.5",
-                                          "abcdefgh", "日本語", "e\xCC\x81", "a"};
+                                          "abcdefgh", "日本語", "e\xCC\x81", "a",
+                                          "ab cd",    "a b c",  "Item 37",   "a  b",
+                                          " ab",      "ab ",    "日本 語",   "e\xCC\x81 \xCC\x81x"};
   int compared = 0;
   for (const OmDisplayWidth measure : {OmDisplayWidth::Bytes, OmDisplayWidth::Columns}) {
     for (const std::string& separator : {std::string("|"), std::string(" | "), std::string()}) {
