@@ -29,9 +29,10 @@ class OmWinStringFolder : public OmStringFolder {
   std::int32_t GetStringLength(std::string text) override;
   // See OmStringFolder. Computed in 64 bits and clamped into 32.
   std::int32_t GetMinimumColumnWidth(OmFormattedNode& node, std::int32_t width) override;
-  // See OmStringFolder: true for a text of no blank, line feed or carriage
-  // return (so of no fold points) that fits the room or whose width is not
-  // restricted.
+  // See OmStringFolder: true for a text of no line feed or carriage return
+  // whose blanks, if any, stand singly between words, and that fits the
+  // room; a text without blanks is also taken when its width is not
+  // restricted, since a single word overflows rather than folds.
   bool MeasureUnfolded(const std::string& text, std::int32_t rows, std::int32_t width,
                        std::int32_t& minimum) override;
   // See OmStringFolder. A word wider than the cell is widened up to the
