@@ -1,8 +1,9 @@
 // Fuzz target of the document loader: arbitrary bytes as a document. A
 // document is either loaded or rejected with an OmDocumentError whose
 // position lies inside the text and whose message is one line of UTF-8, as
-// the command prints it; anything else (a crash, a sanitizer report, another
-// exception, a hang) is a finding.
+// the command prints it, and reading it in place gives the same verdict as
+// reading it as a stream; anything else (a crash, a sanitizer report,
+// another exception, a hang) is a finding.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -50,10 +51,22 @@ bool IsUtf8(const std::string& text) {
   return true;
 }
 
+// The verdict on text read in place, which must match the stream's:
+// "accepted" or the error as the command prints it.
+std::string InPlaceVerdict(const std::string& text) {
+  try {
+    OmDocumentLoader::LoadString(text);
+  } catch (const OmDocumentError& error) {
+    return error.what();
+  }
+  return "accepted";
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string text(reinterpret_cast<const char*>(data), size);
+  const std::string inPlace = InPlaceVerdict(text);
   std::istringstream in(text);
   try {
     OmOutputTree tree = OmDocumentLoader::Load(in);
@@ -64,7 +77,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       ++nodes;
     }
     (void)nodes;
+    if (inPlace != "accepted")
+      std::abort();
   } catch (const OmDocumentError& error) {
+    if (inPlace != error.what())
+      std::abort();
     // Lines and columns count from 1; the error may point one past the
     // last byte (a truncated document) but not further.
     if (error.Line() < 1 || error.Column() < 1)

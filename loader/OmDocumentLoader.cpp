@@ -16,6 +16,7 @@
 #include <istream>
 #include <limits>
 #include <optional>
+#include <sstream>
 #include <system_error>
 #include <utility>
 
@@ -160,7 +161,10 @@ class MappedStream {
  public:
   using Ch = char;
 
-  explicit MappedStream(OmMappedText& text) : mText(&text), mBegin(text.Data()), mCurrent(mBegin) {}
+  // text must be followed by a NUL byte. Pages of mapped behind the reader
+  // are given back as it goes; mapped may be null.
+  MappedStream(const char* text, OmMappedText* mapped)
+      : mText(mapped), mBegin(text), mCurrent(text) {}
 
   Ch Peek() const { return *mCurrent; }
   Ch Take() { return *mCurrent++; }
@@ -178,7 +182,7 @@ class MappedStream {
     while (IsSpace(Peek()))
       ++mCurrent;
     mTokenOffset = Tell();
-    if (mTokenOffset >= mNextRelease) {
+    if (mTokenOffset >= mNextRelease && mText != nullptr) {
       mText->Release(mTokenOffset - kReleaseLag);
       mNextRelease = mTokenOffset + kReleaseLag;
     }
@@ -655,6 +659,27 @@ class RootFrame : public Frame {
   std::unique_ptr<DocumentFrame> mDocument;
 };
 
+// Reads a document in place: text (size bytes, followed by a NUL byte) must
+// be valid UTF-8 without NUL bytes. Returns nothing on any failure, a
+// document error or running out of memory alike; the caller then reads the
+// document as a stream, which says exactly what and where. The reader
+// recurses here, faster than its iterative mode, and the depth limit keeps
+// that recursion shallow.
+std::optional<OmOutputTree> ReadInPlace(const char* text, OmMappedText* mapped) {
+  try {
+    OmOutputTree result;
+    MappedStream stream(text, mapped);
+    RootFrame root(result);
+    SaxHandler<MappedStream> handler(stream, root, kMaxInPlaceDepth);
+    rapidjson::Reader reader;
+    constexpr unsigned kFlags = rapidjson::kParseNumbersAsStringsFlag;
+    if (!reader.Parse<kFlags>(stream, handler).IsError())
+      return result;
+  } catch (...) {
+  }
+  return std::nullopt;
+}
+
 std::string ReaderMessage(rapidjson::ParseErrorCode code) {
   std::string message = rapidjson::GetParseError_En(code);
   if (!message.empty() && message.back() == '.')
@@ -694,26 +719,23 @@ OmOutputTree OmDocumentLoader::Load(std::istream& in) {
   return result;
 }
 
+OmOutputTree OmDocumentLoader::LoadString(const std::string& text) {
+  using namespace omtext::loader;
+  if (!text.empty() && IsPlainUtf8(text.data(), text.size())) {
+    if (std::optional<OmOutputTree> tree = ReadInPlace(text.c_str(), nullptr))
+      return std::move(*tree);
+  }
+  std::istringstream in(text);
+  return Load(in);
+}
+
 OmOutputTree OmDocumentLoader::LoadFile(const std::string& path) {
   using namespace omtext::loader;
   {
     OmMappedText text(path);
     if (text.Data() != nullptr && text.IsPlainUtf8()) {
-      // Any failure here, a document error or running out of memory, is
-      // left to the stream reading below, which says exactly what and where.
-      // The reader recurses here, faster than its iterative mode, and the
-      // depth limit keeps that recursion shallow.
-      try {
-        OmOutputTree result;
-        MappedStream stream(text);
-        RootFrame root(result);
-        SaxHandler<MappedStream> handler(stream, root, kMaxInPlaceDepth);
-        rapidjson::Reader reader;
-        constexpr unsigned kFlags = rapidjson::kParseNumbersAsStringsFlag;
-        if (!reader.Parse<kFlags>(stream, handler).IsError())
-          return result;
-      } catch (...) {
-      }
+      if (std::optional<OmOutputTree> tree = ReadInPlace(text.Data(), &text))
+        return std::move(*tree);
     }
   }
   struct stat info {};

@@ -34,6 +34,10 @@ void Drop(char* map, std::size_t begin, std::size_t end) {
 
 }  // namespace
 
+bool IsPlainUtf8(const char* text, std::size_t size) {
+  return std::memchr(text, '\0', size) == nullptr && simdjson::validate_utf8(text, size);
+}
+
 OmMappedText::OmMappedText(const std::string& path) {
   const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0)
@@ -74,9 +78,7 @@ bool OmMappedText::IsPlainUtf8() {
       --end;
     if (end == at)
       return false;
-    const std::size_t length = end - at;
-    const bool plain = std::memchr(mData + at, '\0', length) == nullptr &&
-                       simdjson::validate_utf8(mData + at, length);
+    const bool plain = loader::IsPlainUtf8(mData + at, end - at);
     Drop(mMap, at, end);
     if (!plain)
       return false;

@@ -9,6 +9,10 @@
 
 namespace omtext::loader {
 
+// Whether size bytes of text are valid UTF-8 without NUL bytes, the text a
+// document must be to be read in place.
+bool IsPlainUtf8(const char* text, std::size_t size);
+
 class OmMappedText {
  public:
   // Maps the file at path. Returns an empty mapping (Data() null) when the

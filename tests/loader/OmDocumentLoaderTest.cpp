@@ -59,10 +59,12 @@ std::string RejectionBy(LoadText load, bool placed) {
 }
 
 // "LINE:COLUMN: MESSAGE" of the rejection (only MESSAGE when !placed), or
-// "accepted". A named file is read another way than a stream, in place;
-// every document must get the same verdict both ways.
+// "accepted". A string or a named file is read another way than a stream,
+// in place; every document must get the same verdict all three ways.
 std::string Rejection(const std::string& text, bool placed = true) {
   const std::string streamed = RejectionBy([&text] { Load(text); }, placed);
+  EXPECT_EQ(RejectionBy([&text] { OmDocumentLoader::LoadString(text); }, placed), streamed)
+      << "read from a string";
   const TextFile file(text);
   EXPECT_EQ(RejectionBy([&file] { OmDocumentLoader::LoadFile(file.Path()); }, placed), streamed)
       << "read from a file";
