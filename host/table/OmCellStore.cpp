@@ -107,6 +107,27 @@ class OmCellStore::Layer {
     return false;
   }
 
+  // Where a cell for index goes: used when it holds one, and the slot when
+  // the layer is an array.
+  void Locate(const std::int32_t* index, Place& place) {
+    switch (mMode) {
+      case Mode::Dense:
+        place.slot = &mDense[static_cast<std::size_t>(Key(index))];
+        place.used = *place.slot != 0;
+        return;
+      case Mode::Sparse:
+        place.used = mSparse[Probe(Key(index))].key != kEmptyKey;
+        return;
+      case Mode::Wide:
+        place.used = mWide.find(WideKey(index)) != mWide.end();
+        return;
+    }
+  }
+  // Counts a cell written straight into a slot that Locate gave.
+  void CountFilledSlot() { ++mCount; }
+  // The slots when the layer is an array, else null.
+  const Ref* DenseSlots() const { return mMode == Mode::Dense ? mDense.data() : nullptr; }
+
   std::size_t Count() const { return mCount; }
 
   // Visits every cell; index is the full index whose layer entries the
@@ -292,6 +313,10 @@ OmCellStore::Layer* OmCellStore::FindLayer(const std::int32_t* index) const {
   return mLastLayer;
 }
 
+OmCellStore::Ref OmCellStore::FindInLayer(const Layer* layer, const std::int32_t* index) {
+  return layer->Find(index);
+}
+
 OmCellStore::Ref OmCellStore::Find(const std::int32_t* index) const {
   const Layer* layer = FindLayer(index);
   return layer == nullptr ? 0 : layer->Find(index);
@@ -310,6 +335,36 @@ bool OmCellStore::Insert(const std::int32_t* index, Ref cell) {
     return false;
   ++mCount;
   return true;
+}
+
+OmCellStore::Place OmCellStore::Locate(const std::int32_t* index) {
+  Place place;
+  place.layer = FindLayer(index);
+  if (place.layer != nullptr)
+    place.layer->Locate(index, place);
+  return place;
+}
+
+void OmCellStore::Put(const Place& place, const std::int32_t* index, Ref cell) {
+  if (place.slot == nullptr) {
+    Insert(index, cell);
+    return;
+  }
+  *place.slot = cell;
+  place.layer->CountFilledSlot();
+  ++mCount;
+}
+
+OmCellStore::View OmCellStore::LayerView(const std::int32_t* layerIndex) const {
+  View view;
+  view.mLayer = FindLayer(layerIndex);
+  if (view.mLayer != nullptr) {
+    view.mDense = view.mLayer->DenseSlots();
+    view.mDims = mShape->dims.data();
+    view.mStrides = mShape->strides.data();
+    view.mNDims = mShape->dims.size();
+  }
+  return view;
 }
 
 std::int64_t OmCellStore::CountInLayer(const std::int32_t* layerIndex) const {

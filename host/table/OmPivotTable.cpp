@@ -133,18 +133,29 @@ const std::vector<std::int32_t>& OmPivotTable::AxisDimensions(OmAxis axis) const
   return mData->axes[static_cast<int>(axis)];
 }
 
-OmPivotTable::IndexStatus OmPivotTable::CheckIndex(const std::vector<std::int32_t>& index,
+OmPivotTable::IndexStatus OmPivotTable::CheckRange(const std::vector<std::int32_t>& index,
                                                    std::int32_t* badEntry) const {
-  if (index.size() != mData->dimensions.size())
+  const std::size_t n = mData->dimensions.size();
+  if (index.size() != n)
     return IndexStatus::WrongLength;
-  for (std::size_t i = 0; i < index.size(); ++i) {
-    const std::int32_t leaves = mData->store ? mData->sizes[i] : mData->dimensions[i]->NLeaves();
-    if (index[i] < 0 || index[i] >= leaves) {
+  const std::int32_t* entries = index.data();
+  const std::int32_t* sizes = mData->sizes.data();
+  for (std::size_t i = 0; i < n; ++i) {
+    const std::int32_t leaves = mData->store ? sizes[i] : mData->dimensions[i]->NLeaves();
+    if (entries[i] < 0 || entries[i] >= leaves) {
       if (badEntry != nullptr)
         *badEntry = static_cast<std::int32_t>(i);
       return IndexStatus::OutOfRange;
     }
   }
+  return IndexStatus::Valid;
+}
+
+OmPivotTable::IndexStatus OmPivotTable::CheckIndex(const std::vector<std::int32_t>& index,
+                                                   std::int32_t* badEntry) const {
+  const IndexStatus status = CheckRange(index, badEntry);
+  if (status != IndexStatus::Valid)
+    return status;
   if (mData->store && mData->store->Find(index.data()) != 0)
     return IndexStatus::Used;
   return IndexStatus::Valid;
@@ -168,11 +179,17 @@ void OmPivotTable::Freeze() {
 
 template <class Make>
 OmCellText& OmPivotTable::Store(const std::vector<std::int32_t>& index, Make make) {
-  Require(CheckIndex(index));
+  Require(CheckRange(index, nullptr));
   Freeze();
+  // One lookup both refuses a used index, before any cell is made, and
+  // finds the slot the new cell goes into.
+  OmCellStore& store = *mData->store;
+  const OmCellStore::Place place = store.Locate(index.data());
+  if (place.used)
+    Require(IndexStatus::Used);
   const OmCellArena::Ref ref = make(mData->cells);
   try {
-    mData->store->Insert(index.data(), ref);
+    store.Put(place, index.data(), ref);
   } catch (...) {
     mData->cells.RemoveLast(ref);
     throw;
@@ -210,12 +227,8 @@ void OmPivotTable::ExpectCells(std::int64_t count) {
 }
 
 const OmCellText* OmPivotTable::Cell(const std::vector<std::int32_t>& index) const {
-  if (!mData->store || index.size() != mData->sizes.size())
+  if (!mData->store || CheckRange(index, nullptr) != IndexStatus::Valid)
     return nullptr;
-  for (std::size_t i = 0; i < index.size(); ++i) {
-    if (index[i] < 0 || index[i] >= mData->sizes[i])
-      return nullptr;
-  }
   const OmCellStore::Ref ref = mData->store->Find(index.data());
   return ref == 0 ? nullptr : &mData->cells.At(ref);
 }
@@ -245,6 +258,45 @@ void OmPivotTable::ForEachCellInLayer(
         (*found->first)(index, found->second->At(cell));
       },
       &both);
+}
+
+void OmPivotTable::ForEachIndexInLayer(const std::vector<std::int32_t>& layerIndex,
+                                       VisitIndex visit, void* context) const {
+  if (!mData->store || layerIndex.size() != mData->sizes.size())
+    return;
+  using Context = std::pair<VisitIndex, void*>;
+  const Context both{visit, context};
+  mData->store->ForEach(
+      layerIndex.data(),
+      [](const void* passed, const std::int32_t* index, OmCellStore::Ref) {
+        const auto* found = static_cast<const Context*>(passed);
+        found->first(found->second, index);
+      },
+      &both);
+}
+
+struct OmPivotTable::LayerCells::Rep {
+  OmCellStore::View view;
+  const OmCellArena* cells = nullptr;
+};
+
+OmPivotTable::LayerCells::LayerCells(std::unique_ptr<Rep> rep) : mRep(std::move(rep)) {}
+OmPivotTable::LayerCells::LayerCells(LayerCells&&) noexcept = default;
+OmPivotTable::LayerCells& OmPivotTable::LayerCells::operator=(LayerCells&&) noexcept = default;
+OmPivotTable::LayerCells::~LayerCells() = default;
+
+const OmCellText* OmPivotTable::LayerCells::At(const std::int32_t* index) const {
+  const OmCellStore::Ref ref = mRep->view.Find(index);
+  return ref == 0 ? nullptr : &mRep->cells->At(ref);
+}
+
+OmPivotTable::LayerCells OmPivotTable::CellsInLayer(
+    const std::vector<std::int32_t>& layerIndex) const {
+  auto rep = std::make_unique<LayerCells::Rep>();
+  rep->cells = &mData->cells;
+  if (mData->store && layerIndex.size() == mData->sizes.size())
+    rep->view = mData->store->LayerView(layerIndex.data());
+  return LayerCells(std::move(rep));
 }
 
 std::vector<std::int32_t> OmPivotTable::SizeVector() const {
