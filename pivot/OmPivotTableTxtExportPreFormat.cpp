@@ -178,7 +178,6 @@ void OmPivotTableTxtExport::Data::PreFormatTableCells(std::int32_t col,
                                                       std::int32_t& width, NodeList* nodes) {
   const std::int32_t headRows = std::max(mColumnHeading.NRows(), 0);
   const std::int32_t rows = mRowHeading.NRows();
-  const OmPivotTable& table = mLayerHeading.Table();
   const std::uint64_t* occupied = nullptr;
   const std::uint64_t* occupiedEnd = nullptr;
   const bool sparse = rows > 0 && OccupiedRows(col - mRowHeading.NColumns(), occupied, occupiedEnd);
@@ -191,7 +190,7 @@ void OmPivotTableTxtExport::Data::PreFormatTableCells(std::int32_t col,
   const std::int32_t planned = mColumnWidths[static_cast<std::size_t>(col)];
   auto lookUp = [&](std::int32_t r) {
     mRowHeading.Fill(cellIndex, r);
-    if (const OmCellText* cell = table.Cell(cellIndex)) {
+    if (const OmCellText* cell = mLayerCells.At(cellIndex.data())) {
       const std::int32_t lines = mRowHeights[static_cast<std::size_t>(headRows + r)];
       std::string text = GetCellText(cell);
       std::int32_t length = 0;
@@ -266,14 +265,18 @@ bool OmPivotTableTxtExport::Data::OccupiedRows(std::int32_t dataColumn, const st
     mLayerHeading.Fill(layerIndex);
     if (positions >= mSparsePositions &&
         table.NCellsInLayer(layerIndex) <= positions / kPositionsPerCell) {
-      table.ForEachCellInLayer(layerIndex, [this](const std::int32_t* index, const OmCellText&) {
-        const std::int32_t row = mRowHeading.RowOf(index);
-        const std::int32_t column = mColumnHeading.ColumnOf(index);
-        if (row >= 0 && column >= 0) {
-          mOccupied.push_back(static_cast<std::uint64_t>(column) << 32 |
-                              static_cast<std::uint64_t>(row));
-        }
-      });
+      table.ForEachIndexInLayer(
+          layerIndex,
+          [](void* context, const std::int32_t* index) {
+            Data& data = *static_cast<Data*>(context);
+            const std::int32_t row = data.mRowHeading.RowOf(index);
+            const std::int32_t column = data.mColumnHeading.ColumnOf(index);
+            if (row >= 0 && column >= 0) {
+              data.mOccupied.push_back(static_cast<std::uint64_t>(column) << 32 |
+                                       static_cast<std::uint64_t>(row));
+            }
+          },
+          this);
       std::sort(mOccupied.begin(), mOccupied.end());
       mSparse = true;
     }

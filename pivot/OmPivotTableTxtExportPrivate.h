@@ -86,6 +86,9 @@ struct OmPivotTableTxtExport::Data {
   std::unique_ptr<OmTextPage> mOwnPage;
   OmTextPage& mPage;
   OmDisplayLayerHeading& mLayerHeading;
+  // The cells of the layer, looked up by full index without checks: the
+  // headings give only in-range positions.
+  OmPivotTable::LayerCells mLayerCells;
   OmDisplayColumnHeading mColumnHeading;
   OmDisplayRowHeading mRowHeading;
   const OmTextExportOptions& mOptions;
@@ -321,10 +324,20 @@ struct OmPivotTableTxtExport::Data {
 
   // Tab-separated printing (OmPivotTableTxtExportTab.cpp).
   void TabExport();
-  void PrintCells(std::vector<std::int32_t>& index);
+  // Appends the data fields of the row whose positions index holds to line,
+  // then writes line. columnEntries holds, for each data column in turn, its
+  // positions of the column dimensions.
+  void PrintCells(std::vector<std::int32_t>& index, const std::vector<std::int32_t>& columnEntries,
+                  std::string& line);
 
   // Cell texts, layer headings and footnotes (OmPivotTableTxtExportText.cpp).
   std::string GetCellText(const OmCellText* cell);
+  // Appends what GetCellText gives to out, without a string of its own for
+  // the common cell.
+  void AppendCellText(std::string& out, const OmCellText* cell);
+  // Adds the footnote list, replaced markup and bracketed markers of cell to
+  // text, which holds the cell's text.
+  void DecorateCellText(std::string& text, const OmCellText& cell);
   std::int32_t GetFootnoteMarker(std::string& out, const OmCellText& cell);
   void CreateLayerHeadingFootnotes();
   void PrintFootnotes();

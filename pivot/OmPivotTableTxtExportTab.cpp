@@ -4,7 +4,6 @@
 // Each line is built in one buffer and written at once; the headings hand
 // out their node columns by reference, so the export is linear in its size.
 #include <cstdint>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -27,7 +26,7 @@ void Data::TabExport() {
       const std::vector<const OmCellText*>& corner = mRowHeading.CornerText();
       for (std::int32_t c = 0; c < headingColumns; ++c) {
         const auto at = static_cast<std::size_t>(c);
-        line += GetCellText(at < corner.size() ? corner[at] : nullptr);
+        AppendCellText(line, at < corner.size() ? corner[at] : nullptr);
         line += '\t';
       }
     }
@@ -36,7 +35,7 @@ void Data::TabExport() {
       const OmDimensionTree::ConstNode* node = level[i];
       if (node != nullptr && (i == 0 || !SkipNodesInColumnHead(r, static_cast<std::int32_t>(i),
                                                                static_cast<std::int32_t>(i) - 1))) {
-        line += GetCellText(node->Label());
+        AppendCellText(line, node->Label());
       }
       if (i + 1 < level.size())
         line += '\t';
@@ -44,12 +43,27 @@ void Data::TabExport() {
     mPage.WriteUncounted(line);
   }
 
-  std::vector<std::int32_t> index = mLayerHeading.Table().SizeVector();
+  const OmPivotTable& table = mLayerHeading.Table();
+  std::vector<std::int32_t> index = table.SizeVector();
   mLayerHeading.Fill(index);
+  // The column positions of every data column, read from the heading once
+  // rather than once per cell.
+  const std::vector<std::int32_t>& columnDims = table.AxisDimensions(OmAxis::Column);
+  std::vector<std::int32_t> columnEntries;
+  const std::int32_t dataColumns = mColumnHeading.NColumns();
+  columnEntries.reserve(static_cast<std::size_t>(dataColumns < 0 ? 0 : dataColumns) *
+                        columnDims.size());
+  std::vector<std::int32_t> columnIndex = index;
+  for (std::int32_t c = 0; c < dataColumns; ++c) {
+    mColumnHeading.Fill(columnIndex, c);
+    for (const std::int32_t d : columnDims)
+      columnEntries.push_back(columnIndex[static_cast<std::size_t>(d)]);
+  }
   const std::int32_t rows = mRowHeading.NRows();
   if (rows == 0) {
     // Without row dimensions the table has one row and no row labels.
-    PrintCells(index);
+    line.clear();
+    PrintCells(index, columnEntries, line);
     return;
   }
   // The row heading's columns are read in place rather than row by row, so
@@ -66,32 +80,34 @@ void Data::TabExport() {
       const OmDimensionTree::ConstNode* node = at < nodes.size() ? nodes[at] : nullptr;
       if (node != nullptr &&
           (r == 0 || !SkipNodesInRowHead(static_cast<std::int32_t>(c), r - 1, r))) {
-        line += GetCellText(node->Label());
+        AppendCellText(line, node->Label());
       }
       // Every label field is closed, empty or not, so the data fields always
       // start after the same number of tabs.
       line += '\t';
     }
-    mStream.write(line.data(), static_cast<std::streamsize>(line.size()));
     mRowHeading.Fill(index, r);
-    PrintCells(index);
+    PrintCells(index, columnEntries, line);
   }
 }
 
-void Data::PrintCells(std::vector<std::int32_t>& index) {
+void Data::PrintCells(std::vector<std::int32_t>& index,
+                      const std::vector<std::int32_t>& columnEntries, std::string& line) {
   const std::int32_t columns = mColumnHeading.NColumns();
-  const OmPivotTable& table = mLayerHeading.Table();
-  std::string line;
   if (columns > 0) {
+    const std::vector<std::int32_t>& dims = mLayerHeading.Table().AxisDimensions(OmAxis::Column);
+    const std::size_t k = dims.size();
+    const std::int32_t* entries = columnEntries.data();
     for (std::int32_t c = 0; c < columns; ++c) {
-      mColumnHeading.Fill(index, c);
-      line += GetCellText(table.Cell(index));
+      for (std::size_t i = 0; i < k; ++i)
+        index[static_cast<std::size_t>(dims[i])] = *entries++;
+      AppendCellText(line, mLayerCells.At(index.data()));
       if (c + 1 < columns)
         line += '\t';
     }
   } else if (columns == 0) {
     // A table without column dimensions has one data column.
-    line = GetCellText(table.Cell(index));
+    AppendCellText(line, mLayerCells.At(index.data()));
   }
   mPage.WriteUncounted(line);
 }

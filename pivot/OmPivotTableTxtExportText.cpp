@@ -12,27 +12,48 @@
 
 using Data = OmPivotTableTxtExportPrivate::Data;
 
+namespace {
+
+// Whether a cell's text is printed as it stands: most cells have no
+// footnotes, markers or markup.
+bool IsPlain(const OmCellText& cell, const std::string& text) {
+  return cell.Footnotes().empty() && cell.getMarkers().empty() &&
+         text.find('<') == std::string::npos;
+}
+
+}  // namespace
+
 std::string Data::GetCellText(const OmCellText* cell) {
-  // Made on the first call and kept for the life of the process.
-  static const std::string kOpen("[");
-  static const std::string kClose("]");
   if (cell == nullptr)
     return std::string();
   std::string text = cell->GetText();
-  // Most cells have no footnotes, markers or markup: their text is final.
-  if (cell->Footnotes().empty() && cell->getMarkers().empty() &&
-      text.find('<') == std::string::npos) {
-    return text;
-  }
+  if (!IsPlain(*cell, text))
+    DecorateCellText(text, *cell);
+  return text;
+}
+
+void Data::AppendCellText(std::string& out, const OmCellText* cell) {
+  if (cell == nullptr)
+    return;
+  std::string text = cell->GetText();
+  if (!IsPlain(*cell, text))
+    DecorateCellText(text, *cell);
+  out += text;
+}
+
+void Data::DecorateCellText(std::string& text, const OmCellText& cell) {
+  // Made on the first call and kept for the life of the process.
+  static const std::string kOpen("[");
+  static const std::string kClose("]");
   if (mOptions.KeepFootNotesAndCaption()) {
     std::string marker;
-    if (GetFootnoteMarker(marker, *cell) != 0)
+    if (GetFootnoteMarker(marker, cell) != 0)
       text += marker;
   }
   // The markup is replaced after the footnote list is added, so the list is
   // searched too; the bracketed markers come after and are not.
   BpMarkup::replaceMarkupText(text, kOpen, kClose, BpMarkup::Superscript);
-  const std::vector<std::string>& markers = cell->getMarkers();
+  const std::vector<std::string>& markers = cell.getMarkers();
   if (!markers.empty()) {
     text += kOpen;
     for (std::size_t i = 0; i < markers.size(); ++i) {
@@ -42,7 +63,6 @@ std::string Data::GetCellText(const OmCellText* cell) {
     }
     text += kClose;
   }
-  return text;
 }
 
 std::int32_t Data::GetFootnoteMarker(std::string& out, const OmCellText& cell) {
