@@ -188,8 +188,16 @@ void OmPivotTableTxtExport::Data::PreFormatTableCells(std::int32_t col,
         });
   }
   const std::int32_t planned = mColumnWidths[static_cast<std::size_t>(col)];
+  // The rows' positions are copied from the heading's list, and the cell
+  // found in the layer's own slots: this runs once per position.
+  const OmPivotTable& table = mLayerHeading.Table();
+  cellIndex.resize(static_cast<std::size_t>(table.NDimensions()), 0);
+  const std::vector<std::int32_t>& rowDims = table.AxisDimensions(OmAxis::Row);
+  const std::int32_t* rowLeaves = mRowHeading.LeafPositions().data();
   auto lookUp = [&](std::int32_t r) {
-    mRowHeading.Fill(cellIndex, r);
+    const std::int32_t* leaves = rowLeaves + static_cast<std::size_t>(r) * rowDims.size();
+    for (std::size_t i = 0; i < rowDims.size(); ++i)
+      cellIndex[static_cast<std::size_t>(rowDims[i])] = leaves[i];
     if (const OmCellText* cell = mLayerCells.At(cellIndex.data())) {
       const std::int32_t lines = mRowHeights[static_cast<std::size_t>(headRows + r)];
       std::string text = GetCellText(cell);

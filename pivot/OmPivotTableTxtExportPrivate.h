@@ -212,6 +212,14 @@ struct OmPivotTableTxtExport::Data {
   // 1 when the row separator is not empty, else 0.
   std::int32_t SeparatorFlag() const { return mSeparatorFlag; }
   std::int32_t mSeparatorFlag = 0;
+  // Two heading entries continue one another when both are empty or both
+  // stand for the same tree node (compared by identity, never by label).
+  static bool SamePosition(const OmDimensionTree::ConstNode* x,
+                           const OmDimensionTree::ConstNode* y) {
+    if (x == nullptr || y == nullptr)
+      return x == y;
+    return x->Node() == y->Node();
+  }
   bool SkipNodesInColumnHead(std::int32_t level, std::int32_t a, std::int32_t b) const;
   bool SkipNodesInRowHead(std::int32_t column, std::int32_t a, std::int32_t b) const;
   bool IsColumnHeadingCellPrinted(const OmNodeColumn& nodes, std::int32_t matrixColumn,
@@ -325,10 +333,8 @@ struct OmPivotTableTxtExport::Data {
   // Tab-separated printing (OmPivotTableTxtExportTab.cpp).
   void TabExport();
   // Appends the data fields of the row whose positions index holds to line,
-  // then writes line. columnEntries holds, for each data column in turn, its
-  // positions of the column dimensions.
-  void PrintCells(std::vector<std::int32_t>& index, const std::vector<std::int32_t>& columnEntries,
-                  std::string& line);
+  // then writes line.
+  void PrintCells(std::vector<std::int32_t>& index, std::string& line);
 
   // Cell texts, layer headings and footnotes (OmPivotTableTxtExportText.cpp).
   std::string GetCellText(const OmCellText* cell);

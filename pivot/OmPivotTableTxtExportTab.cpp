@@ -46,24 +46,11 @@ void Data::TabExport() {
   const OmPivotTable& table = mLayerHeading.Table();
   std::vector<std::int32_t> index = table.SizeVector();
   mLayerHeading.Fill(index);
-  // The column positions of every data column, read from the heading once
-  // rather than once per cell.
-  const std::vector<std::int32_t>& columnDims = table.AxisDimensions(OmAxis::Column);
-  std::vector<std::int32_t> columnEntries;
-  const std::int32_t dataColumns = mColumnHeading.NColumns();
-  columnEntries.reserve(static_cast<std::size_t>(dataColumns < 0 ? 0 : dataColumns) *
-                        columnDims.size());
-  std::vector<std::int32_t> columnIndex = index;
-  for (std::int32_t c = 0; c < dataColumns; ++c) {
-    mColumnHeading.Fill(columnIndex, c);
-    for (const std::int32_t d : columnDims)
-      columnEntries.push_back(columnIndex[static_cast<std::size_t>(d)]);
-  }
   const std::int32_t rows = mRowHeading.NRows();
   if (rows == 0) {
     // Without row dimensions the table has one row and no row labels.
     line.clear();
-    PrintCells(index, columnEntries, line);
+    PrintCells(index, line);
     return;
   }
   // The row heading's columns are read in place rather than row by row, so
@@ -72,35 +59,41 @@ void Data::TabExport() {
   columns.reserve(static_cast<std::size_t>(headingColumns < 0 ? 0 : headingColumns));
   for (std::int32_t c = 0; c < headingColumns; ++c)
     columns.push_back(&mRowHeading.Column(c));
+  const std::vector<std::int32_t>& rowDims = table.AxisDimensions(OmAxis::Row);
+  const std::int32_t* rowLeaves = mRowHeading.LeafPositions().data();
   for (std::int32_t r = 0; r < rows; ++r) {
     line.clear();
+    // A label is printed where its row differs from the row above in its
+    // own heading column or one left of it.
+    bool continues = r > 0;
     for (std::size_t c = 0; c < columns.size(); ++c) {
       const OmNodeColumn& nodes = *columns[c];
       const auto at = static_cast<std::size_t>(r);
       const OmDimensionTree::ConstNode* node = at < nodes.size() ? nodes[at] : nullptr;
-      if (node != nullptr &&
-          (r == 0 || !SkipNodesInRowHead(static_cast<std::int32_t>(c), r - 1, r))) {
-        AppendCellText(line, node->Label());
+      if (continues) {
+        const OmDimensionTree::ConstNode* above = at - 1 < nodes.size() ? nodes[at - 1] : nullptr;
+        continues = SamePosition(above, node);
       }
+      if (node != nullptr && !continues)
+        AppendCellText(line, node->Label());
       // Every label field is closed, empty or not, so the data fields always
       // start after the same number of tabs.
       line += '\t';
     }
-    mRowHeading.Fill(index, r);
-    PrintCells(index, columnEntries, line);
+    for (const std::int32_t d : rowDims)
+      index[static_cast<std::size_t>(d)] = *rowLeaves++;
+    PrintCells(index, line);
   }
 }
 
-void Data::PrintCells(std::vector<std::int32_t>& index,
-                      const std::vector<std::int32_t>& columnEntries, std::string& line) {
+void Data::PrintCells(std::vector<std::int32_t>& index, std::string& line) {
   const std::int32_t columns = mColumnHeading.NColumns();
   if (columns > 0) {
     const std::vector<std::int32_t>& dims = mLayerHeading.Table().AxisDimensions(OmAxis::Column);
-    const std::size_t k = dims.size();
-    const std::int32_t* entries = columnEntries.data();
+    const std::int32_t* leaves = mColumnHeading.LeafPositions().data();
     for (std::int32_t c = 0; c < columns; ++c) {
-      for (std::size_t i = 0; i < k; ++i)
-        index[static_cast<std::size_t>(dims[i])] = *entries++;
+      for (const std::int32_t d : dims)
+        index[static_cast<std::size_t>(d)] = *leaves++;
       AppendCellText(line, mLayerCells.At(index.data()));
       if (c + 1 < columns)
         line += '\t';

@@ -17,8 +17,14 @@ namespace {
 // Whether a cell's text is printed as it stands: most cells have no
 // footnotes, markers or markup.
 bool IsPlain(const OmCellText& cell, const std::string& text) {
-  return cell.Footnotes().empty() && cell.getMarkers().empty() &&
-         text.find('<') == std::string::npos;
+  if (!cell.Footnotes().empty() || !cell.getMarkers().empty())
+    return false;
+  // Cell texts are short: a plain loop beats a call to search them.
+  for (const char c : text) {
+    if (c == '<')
+      return false;
+  }
+  return true;
 }
 
 }  // namespace

@@ -137,13 +137,28 @@ class OmCellStore::Layer {
     const std::size_t n = dims.size();
     switch (mMode) {
       case Mode::Dense: {
-        // Walk the slots in order, counting the positions like an odometer.
         for (std::size_t i = 0; i < n; ++i)
           index[dims[i]] = 0;
-        for (const Ref cell : mDense) {
-          if (cell != 0)
-            visit(context, index, cell);
-          for (std::size_t i = n; i > 0; --i) {
+        if (n == 0) {
+          if (mDense[0] != 0)
+            visit(context, index, mDense[0]);
+          break;
+        }
+        // Walk the slots in order a run of the last dimension at a time,
+        // counting the other positions like an odometer between runs. A
+        // dimension without leaves has one slot, like one of a leaf.
+        const std::int32_t last = dims[n - 1];
+        const std::int32_t run = std::max(mShape.sizes[n - 1], 1);
+        const Ref* slot = mDense.data();
+        const Ref* end = slot + mDense.size();
+        while (slot != end) {
+          for (std::int32_t p = 0; p < run; ++p, ++slot) {
+            if (*slot != 0) {
+              index[last] = p;
+              visit(context, index, *slot);
+            }
+          }
+          for (std::size_t i = n - 1; i > 0; --i) {
             if (++index[dims[i - 1]] < mShape.sizes[i - 1])
               break;
             index[dims[i - 1]] = 0;
@@ -287,21 +302,7 @@ std::string OmCellStore::LayerKey(const std::int32_t* index) const {
   return key;
 }
 
-bool OmCellStore::IsLastLayer(const std::int32_t* index) const {
-  if (mLastLayer == nullptr)
-    return false;
-  for (std::size_t i = 0; i < mLayerDims.size(); ++i) {
-    if (index[mLayerDims[i]] != mLastPositions[i])
-      return false;
-  }
-  return true;
-}
-
-OmCellStore::Layer* OmCellStore::FindLayer(const std::int32_t* index) const {
-  if (mLayerDims.empty())
-    return mSingle.get();
-  if (IsLastLayer(index))
-    return mLastLayer;
+OmCellStore::Layer* OmCellStore::FindOtherLayer(const std::int32_t* index) const {
   const std::string key = LayerKey(index);
   const auto it = mLayers.find(key);
   if (it == mLayers.end())

@@ -103,9 +103,23 @@ class OmCellStore {
  private:
   static Ref FindInLayer(const Layer* layer, const std::int32_t* index);
   std::string LayerKey(const std::int32_t* index) const;
-  // The layer of index; null when it has no cells.
-  Layer* FindLayer(const std::int32_t* index) const;
-  bool IsLastLayer(const std::int32_t* index) const;
+  // The layer of index; null when it has no cells. Most lookups are in the
+  // only layer or in the layer found last, which needs no hashing.
+  Layer* FindLayer(const std::int32_t* index) const {
+    if (mLayerDims.empty())
+      return mSingle.get();
+    return IsLastLayer(index) ? mLastLayer : FindOtherLayer(index);
+  }
+  Layer* FindOtherLayer(const std::int32_t* index) const;
+  bool IsLastLayer(const std::int32_t* index) const {
+    if (mLastLayer == nullptr)
+      return false;
+    for (std::size_t i = 0; i < mLayerDims.size(); ++i) {
+      if (index[mLayerDims[i]] != mLastPositions[i])
+        return false;
+    }
+    return true;
+  }
 
   std::unique_ptr<Shape> mShape;
   std::vector<std::int32_t> mLayerDims;

@@ -40,6 +40,16 @@ std::string Describe(OmPivotTable::IndexStatus status) {
   return "invalid index";
 }
 
+// Whether each of the n entries is below its size; a negative entry, read
+// unsigned, is not.
+bool InRange(const std::int32_t* entries, const std::int32_t* sizes, std::size_t n) {
+  for (std::size_t i = 0; i < n; ++i) {
+    if (static_cast<std::uint32_t>(entries[i]) >= static_cast<std::uint32_t>(sizes[i]))
+      return false;
+  }
+  return true;
+}
+
 void Require(OmPivotTable::IndexStatus status) {
   if (status != OmPivotTable::IndexStatus::Valid)
     throw std::invalid_argument(Describe(status));
@@ -139,16 +149,16 @@ OmPivotTable::IndexStatus OmPivotTable::CheckRange(const std::vector<std::int32_
   if (index.size() != n)
     return IndexStatus::WrongLength;
   const std::int32_t* entries = index.data();
-  const std::int32_t* sizes = mData->sizes.data();
-  for (std::size_t i = 0; i < n; ++i) {
-    const std::int32_t leaves = mData->store ? sizes[i] : mData->dimensions[i]->NLeaves();
-    if (entries[i] < 0 || entries[i] >= leaves) {
-      if (badEntry != nullptr)
-        *badEntry = static_cast<std::int32_t>(i);
-      return IndexStatus::OutOfRange;
-    }
+  std::size_t i = 0;
+  while (i < n && entries[i] >= 0 &&
+         entries[i] < (mData->store ? mData->sizes[i] : mData->dimensions[i]->NLeaves())) {
+    ++i;
   }
-  return IndexStatus::Valid;
+  if (i == n)
+    return IndexStatus::Valid;
+  if (badEntry != nullptr)
+    *badEntry = static_cast<std::int32_t>(i);
+  return IndexStatus::OutOfRange;
 }
 
 OmPivotTable::IndexStatus OmPivotTable::CheckIndex(const std::vector<std::int32_t>& index,
@@ -179,8 +189,13 @@ void OmPivotTable::Freeze() {
 
 template <class Make>
 OmCellText& OmPivotTable::Store(const std::vector<std::int32_t>& index, Make make) {
-  Require(CheckRange(index, nullptr));
-  Freeze();
+  // Once the table is frozen, a well-formed index is checked inline; any
+  // other goes the long way, which says what is wrong with it.
+  if (!mData->store || index.size() != mData->sizes.size() ||
+      !InRange(index.data(), mData->sizes.data(), index.size())) {
+    Require(CheckRange(index, nullptr));
+    Freeze();
+  }
   // One lookup both refuses a used index, before any cell is made, and
   // finds the slot the new cell goes into.
   OmCellStore& store = *mData->store;
@@ -227,8 +242,10 @@ void OmPivotTable::ExpectCells(std::int64_t count) {
 }
 
 const OmCellText* OmPivotTable::Cell(const std::vector<std::int32_t>& index) const {
-  if (!mData->store || CheckRange(index, nullptr) != IndexStatus::Valid)
+  if (!mData->store || index.size() != mData->sizes.size() ||
+      !InRange(index.data(), mData->sizes.data(), index.size())) {
     return nullptr;
+  }
   const OmCellStore::Ref ref = mData->store->Find(index.data());
   return ref == 0 ? nullptr : &mData->cells.At(ref);
 }
