@@ -2,6 +2,7 @@
 // layer: the heading block above it (title and one line per layer
 // dimension) and the footer below it (caption and footnote list).
 #include <cstdint>
+#include <cstring>
 #include <ostream>
 #include <string>
 
@@ -19,10 +20,21 @@ namespace {
 bool IsPlain(const OmCellText& cell, const std::string& text) {
   if (!cell.Footnotes().empty() || !cell.getMarkers().empty())
     return false;
-  // Cell texts are short: a plain loop beats a call to search them.
-  for (const char c : text) {
-    if (c == '<')
+  // Cell texts are short: eight bytes at a time, a word holds a '<' when
+  // its exclusive or with eight of them holds a zero byte.
+  constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
+  constexpr std::uint64_t kLess = kOnes * static_cast<unsigned char>('<');
+  const char* at = text.data();
+  for (std::size_t left = text.size(); left > 0;) {
+    const std::size_t take = left < 8 ? left : 8;
+    std::uint64_t word = 0;
+    std::memcpy(&word, at, take);
+    // Bytes past the text stay zero, which is not '<'.
+    const std::uint64_t x = word ^ kLess;
+    if (((x - kOnes) & ~x & kOnes << 7) != 0)
       return false;
+    at += take;
+    left -= take;
   }
   return true;
 }

@@ -58,7 +58,8 @@ class OmCellStore::Layer {
     }
   }
 
-  Ref Find(const std::int32_t* index) const {
+  // Kept out of line so that the callers' array path stays lean.
+  [[gnu::noinline]] Ref Find(const std::int32_t* index) const {
     switch (mMode) {
       case Mode::Dense:
         return mDense[static_cast<std::size_t>(Key(index))];
@@ -110,17 +111,11 @@ class OmCellStore::Layer {
   // Where a cell for index goes: used when it holds one, and the slot when
   // the layer is an array.
   void Locate(const std::int32_t* index, Place& place) {
-    switch (mMode) {
-      case Mode::Dense:
-        place.slot = &mDense[static_cast<std::size_t>(Key(index))];
-        place.used = *place.slot != 0;
-        return;
-      case Mode::Sparse:
-        place.used = mSparse[Probe(Key(index))].key != kEmptyKey;
-        return;
-      case Mode::Wide:
-        place.used = mWide.find(WideKey(index)) != mWide.end();
-        return;
+    if (mMode == Mode::Dense) {
+      place.slot = &mDense[static_cast<std::size_t>(Key(index))];
+      place.used = *place.slot != 0;
+    } else {
+      place.used = Find(index) != 0;
     }
   }
   // Counts a cell written straight into a slot that Locate gave.
