@@ -341,6 +341,8 @@ struct OmPivotTableTxtExport::Data {
   // Appends what GetCellText gives to out, without a string of its own for
   // the common cell.
   void AppendCellText(std::string& out, const OmCellText* cell);
+  // The same for a cell whose stored text LayerCells::At gave.
+  void AppendCellText(std::string& out, const OmCellText* cell, std::string_view stored);
   // Adds the footnote list, replaced markup and bracketed markers of cell to
   // text, which holds the cell's text.
   void DecorateCellText(std::string& text, const OmCellText& cell);

@@ -5,6 +5,7 @@
 // out their node columns by reference, so the export is linear in its size.
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "pivot/OmPivotTableTxtExportPrivate.h"
@@ -88,19 +89,22 @@ void Data::TabExport() {
 
 void Data::PrintCells(std::vector<std::int32_t>& index, std::string& line) {
   const std::int32_t columns = mColumnHeading.NColumns();
+  std::string_view stored;
   if (columns > 0) {
     const std::vector<std::int32_t>& dims = mLayerHeading.Table().AxisDimensions(OmAxis::Column);
     const std::int32_t* leaves = mColumnHeading.LeafPositions().data();
     for (std::int32_t c = 0; c < columns; ++c) {
       for (const std::int32_t d : dims)
         index[static_cast<std::size_t>(d)] = *leaves++;
-      AppendCellText(line, mLayerCells.At(index.data()));
+      const OmCellText* cell = mLayerCells.At(index.data(), stored);
+      AppendCellText(line, cell, stored);
       if (c + 1 < columns)
         line += '\t';
     }
   } else if (columns == 0) {
     // A table without column dimensions has one data column.
-    AppendCellText(line, mLayerCells.At(index.data()));
+    const OmCellText* cell = mLayerCells.At(index.data(), stored);
+    AppendCellText(line, cell, stored);
   }
   mPage.WriteUncounted(line);
 }

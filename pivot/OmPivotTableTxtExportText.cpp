@@ -5,6 +5,7 @@
 #include <cstring>
 #include <ostream>
 #include <string>
+#include <string_view>
 
 #include "host/output/OmCellText.h"
 #include "host/output/OmText.h"
@@ -17,7 +18,7 @@ namespace {
 
 // Whether a cell's text is printed as it stands: most cells have no
 // footnotes, markers or markup.
-bool IsPlain(const OmCellText& cell, const std::string& text) {
+bool IsPlain(const OmCellText& cell, std::string_view text) {
   if (!cell.Footnotes().empty() || !cell.getMarkers().empty())
     return false;
   // Cell texts are short: eight bytes at a time, a word holds a '<' when
@@ -57,6 +58,14 @@ void Data::AppendCellText(std::string& out, const OmCellText* cell) {
   if (!IsPlain(*cell, text))
     DecorateCellText(text, *cell);
   out += text;
+}
+
+void Data::AppendCellText(std::string& out, const OmCellText* cell, std::string_view stored) {
+  if (cell != nullptr && stored.data() != nullptr && IsPlain(*cell, stored)) {
+    out.append(stored);
+    return;
+  }
+  AppendCellText(out, cell);
 }
 
 void Data::DecorateCellText(std::string& text, const OmCellText& cell) {

@@ -307,6 +307,17 @@ const OmCellText* OmPivotTable::LayerCells::At(const std::int32_t* index) const 
   return ref == 0 ? nullptr : &mRep->cells->At(ref);
 }
 
+const OmCellText* OmPivotTable::LayerCells::At(const std::int32_t* index,
+                                               std::string_view& text) const {
+  const OmCellStore::Ref ref = mRep->view.Find(index);
+  if (ref == 0) {
+    text = std::string_view();
+    return nullptr;
+  }
+  text = mRep->cells->BlockText(ref);
+  return &mRep->cells->At(ref);
+}
+
 OmPivotTable::LayerCells OmPivotTable::CellsInLayer(
     const std::vector<std::int32_t>& layerIndex) const {
   auto rep = std::make_unique<LayerCells::Rep>();

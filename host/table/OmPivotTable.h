@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/output/OmCellText.h"
@@ -135,6 +136,10 @@ class OmPivotTable : public OmOutputPart {
     // dimension, with the layer's positions in the layer entries; the
     // caller checks that.
     const OmCellText* At(const std::int32_t* index) const;
+    // As At; besides, when the table keeps the cell's text as it was given
+    // to SetText, text receives it (valid as long as the cell), and
+    // otherwise an empty view whose data() is null. Spares a string a cell.
+    const OmCellText* At(const std::int32_t* index, std::string_view& text) const;
 
    private:
     friend class OmPivotTable;
