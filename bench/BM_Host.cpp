@@ -93,9 +93,10 @@ BENCHMARK(BM_OmPivotTable_Build)
     ->ArgNames({"rows", "texts"})
     ->Unit(benchmark::kMillisecond);
 
-void BM_OmPivotTable_Cell(benchmark::State& state) {
-  const auto rows = static_cast<std::int32_t>(state.range(0));
-  const auto table = BuildTable(rows);
+// Looks up every position of the first layer with find(index), counting
+// the cells found.
+template <class Find>
+void LookUpFirstLayer(benchmark::State& state, std::int32_t rows, Find find) {
   std::vector<std::int32_t> index(4, 0);
   for (auto _ : state) {
     std::int64_t found = 0;
@@ -104,14 +105,31 @@ void BM_OmPivotTable_Cell(benchmark::State& state) {
       index[2] = r % kInner;
       for (std::int32_t c = 0; c < kColumns; ++c) {
         index[3] = c;
-        found += table->Cell(index) != nullptr ? 1 : 0;
+        found += find(index) != nullptr ? 1 : 0;
       }
     }
     benchmark::DoNotOptimize(found);
   }
   state.SetItemsProcessed(state.iterations() * rows * kColumns);
 }
+
+void BM_OmPivotTable_Cell(benchmark::State& state) {
+  const auto rows = static_cast<std::int32_t>(state.range(0));
+  const auto table = BuildTable(rows);
+  LookUpFirstLayer(state, rows,
+                   [&](const std::vector<std::int32_t>& index) { return table->Cell(index); });
+}
 BENCHMARK(BM_OmPivotTable_Cell)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+
+// The same positions through the layer's view, as the exporters look them up.
+void BM_OmPivotTable_LayerCells(benchmark::State& state) {
+  const auto rows = static_cast<std::int32_t>(state.range(0));
+  const auto table = BuildTable(rows);
+  const OmPivotTable::LayerCells cells = table->CellsInLayer(table->SizeVector());
+  LookUpFirstLayer(state, rows,
+                   [&](const std::vector<std::int32_t>& index) { return cells.At(index.data()); });
+}
+BENCHMARK(BM_OmPivotTable_LayerCells)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
 
 // Every layer's headings, hiding empty rows and columns, with every heading
 // column fetched once as the formatted exporter does.

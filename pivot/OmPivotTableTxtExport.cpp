@@ -7,12 +7,23 @@
 
 #include "pivot/OmPivotTableTxtExportPrivate.h"
 
+namespace {
+
+OmPivotTable::LayerCells CellsOfLayer(const OmDisplayLayerHeading& layer) {
+  std::vector<std::int32_t> index = layer.Table().SizeVector();
+  layer.Fill(index);
+  return layer.Table().CellsInLayer(index);
+}
+
+}  // namespace
+
 OmPivotTableTxtExport::Data::Data(OmDisplayLayerHeading& layer, const OmTextExportOptions& options,
                                   OmTextPage& page, std::unique_ptr<OmTextPage> ownPage,
                                   std::int64_t streamPositions, std::int64_t sparsePositions)
     : mOwnPage(std::move(ownPage)),
       mPage(page),
       mLayerHeading(layer),
+      mLayerCells(CellsOfLayer(layer)),
       mColumnHeading(layer, options.HideEmptyRowsAndColumns()),
       mRowHeading(layer, options.HideEmptyRowsAndColumns(), options.RowDimensionLabelsInCorner()),
       mOptions(options),

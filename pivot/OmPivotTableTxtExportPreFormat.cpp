@@ -188,7 +188,6 @@ void OmPivotTableTxtExport::Data::PreFormatTableCells(std::int32_t col,
                                                       std::int32_t& width, NodeList* nodes) {
   const std::int32_t headRows = std::max(mColumnHeading.NRows(), 0);
   const std::int32_t rows = mRowHeading.NRows();
-  const OmPivotTable& table = mLayerHeading.Table();
   const std::uint64_t* occupied = nullptr;
   const std::uint64_t* occupiedEnd = nullptr;
   const bool sparse = rows > 0 && OccupiedRows(col - mRowHeading.NColumns(), occupied, occupiedEnd);
@@ -199,9 +198,17 @@ void OmPivotTableTxtExport::Data::PreFormatTableCells(std::int32_t col,
         });
   }
   const std::int32_t planned = mColumnWidths[static_cast<std::size_t>(col)];
+  // The rows' positions are copied from the heading's list, and the cell
+  // found in the layer's own slots: this runs once per position.
+  const OmPivotTable& table = mLayerHeading.Table();
+  cellIndex.resize(static_cast<std::size_t>(table.NDimensions()), 0);
+  const std::vector<std::int32_t>& rowDims = table.AxisDimensions(OmAxis::Row);
+  const std::int32_t* rowLeaves = mRowHeading.LeafPositions().data();
   auto lookUp = [&](std::int32_t r) {
-    mRowHeading.Fill(cellIndex, r);
-    if (const OmCellText* cell = table.Cell(cellIndex)) {
+    const std::int32_t* leaves = rowLeaves + static_cast<std::size_t>(r) * rowDims.size();
+    for (std::size_t i = 0; i < rowDims.size(); ++i)
+      cellIndex[static_cast<std::size_t>(rowDims[i])] = leaves[i];
+    if (const OmCellText* cell = mLayerCells.At(cellIndex.data())) {
       const std::int32_t lines = mRowHeights[static_cast<std::size_t>(headRows + r)];
       std::string text = GetCellText(cell);
       std::int32_t length = 0;
@@ -276,14 +283,18 @@ bool OmPivotTableTxtExport::Data::OccupiedRows(std::int32_t dataColumn, const st
     mLayerHeading.Fill(layerIndex);
     if (positions >= mSparsePositions &&
         table.NCellsInLayer(layerIndex) <= positions / kPositionsPerCell) {
-      table.ForEachCellInLayer(layerIndex, [this](const std::int32_t* index, const OmCellText&) {
-        const std::int32_t row = mRowHeading.RowOf(index);
-        const std::int32_t column = mColumnHeading.ColumnOf(index);
-        if (row >= 0 && column >= 0) {
-          mOccupied.push_back(static_cast<std::uint64_t>(column) << 32 |
-                              static_cast<std::uint64_t>(row));
-        }
-      });
+      table.ForEachIndexInLayer(
+          layerIndex,
+          [](void* context, const std::int32_t* index) {
+            Data& data = *static_cast<Data*>(context);
+            const std::int32_t row = data.mRowHeading.RowOf(index);
+            const std::int32_t column = data.mColumnHeading.ColumnOf(index);
+            if (row >= 0 && column >= 0) {
+              data.mOccupied.push_back(static_cast<std::uint64_t>(column) << 32 |
+                                       static_cast<std::uint64_t>(row));
+            }
+          },
+          this);
       std::sort(mOccupied.begin(), mOccupied.end());
       mSparse = true;
     }

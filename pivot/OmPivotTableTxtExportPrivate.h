@@ -86,6 +86,9 @@ struct OmPivotTableTxtExport::Data {
   std::unique_ptr<OmTextPage> mOwnPage;
   OmTextPage& mPage;
   OmDisplayLayerHeading& mLayerHeading;
+  // The cells of the layer, looked up by full index without checks: the
+  // headings give only in-range positions.
+  OmPivotTable::LayerCells mLayerCells;
   OmDisplayColumnHeading mColumnHeading;
   OmDisplayRowHeading mRowHeading;
   const OmTextExportOptions& mOptions;
@@ -209,6 +212,14 @@ struct OmPivotTableTxtExport::Data {
   // 1 when the row separator is not empty, else 0.
   std::int32_t SeparatorFlag() const { return mSeparatorFlag; }
   std::int32_t mSeparatorFlag = 0;
+  // Two heading entries continue one another when both are empty or both
+  // stand for the same tree node (compared by identity, never by label).
+  static bool SamePosition(const OmDimensionTree::ConstNode* x,
+                           const OmDimensionTree::ConstNode* y) {
+    if (x == nullptr || y == nullptr)
+      return x == y;
+    return x->Node() == y->Node();
+  }
   bool SkipNodesInColumnHead(std::int32_t level, std::int32_t a, std::int32_t b) const;
   bool SkipNodesInRowHead(std::int32_t column, std::int32_t a, std::int32_t b) const;
   bool IsColumnHeadingCellPrinted(const OmNodeColumn& nodes, std::int32_t matrixColumn,
@@ -321,10 +332,20 @@ struct OmPivotTableTxtExport::Data {
 
   // Tab-separated printing (OmPivotTableTxtExportTab.cpp).
   void TabExport();
-  void PrintCells(std::vector<std::int32_t>& index);
+  // Appends the data fields of the row whose positions index holds to line,
+  // then writes line.
+  void PrintCells(std::vector<std::int32_t>& index, std::string& line);
 
   // Cell texts, layer headings and footnotes (OmPivotTableTxtExportText.cpp).
   std::string GetCellText(const OmCellText* cell);
+  // Appends what GetCellText gives to out, without a string of its own for
+  // the common cell.
+  void AppendCellText(std::string& out, const OmCellText* cell);
+  // The same for a cell whose stored text LayerCells::At gave.
+  void AppendCellText(std::string& out, const OmCellText* cell, std::string_view stored);
+  // Adds the footnote list, replaced markup and bracketed markers of cell to
+  // text, which holds the cell's text.
+  void DecorateCellText(std::string& text, const OmCellText& cell);
   std::int32_t GetFootnoteMarker(std::string& out, const OmCellText& cell);
   void CreateLayerHeadingFootnotes();
   void PrintFootnotes();

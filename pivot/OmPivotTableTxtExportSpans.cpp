@@ -53,14 +53,6 @@ std::int64_t SumOfHeights(const std::vector<std::int32_t>& heights, std::int32_t
   return sum;
 }
 
-// Two heading entries continue one another when both are empty or both
-// stand for the same tree node.
-bool SamePosition(const Node* x, const Node* y) {
-  if (x == nullptr || y == nullptr)
-    return x == y;
-  return x->Node() == y->Node();
-}
-
 // Sums of widths and heights are kept in 64 bits and brought back into the
 // 32-bit range, so that absurd sizes saturate instead of wrapping.
 std::int32_t Clamp(std::int64_t value) {

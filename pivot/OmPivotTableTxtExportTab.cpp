@@ -4,8 +4,8 @@
 // Each line is built in one buffer and written at once; the headings hand
 // out their node columns by reference, so the export is linear in its size.
 #include <cstdint>
-#include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "pivot/OmPivotTableTxtExportPrivate.h"
@@ -27,7 +27,7 @@ void Data::TabExport() {
       const std::vector<const OmCellText*>& corner = mRowHeading.CornerText();
       for (std::int32_t c = 0; c < headingColumns; ++c) {
         const auto at = static_cast<std::size_t>(c);
-        line += GetCellText(at < corner.size() ? corner[at] : nullptr);
+        AppendCellText(line, at < corner.size() ? corner[at] : nullptr);
         line += '\t';
       }
     }
@@ -36,7 +36,7 @@ void Data::TabExport() {
       const OmDimensionTree::ConstNode* node = level[i];
       if (node != nullptr && (i == 0 || !SkipNodesInColumnHead(r, static_cast<std::int32_t>(i),
                                                                static_cast<std::int32_t>(i) - 1))) {
-        line += GetCellText(node->Label());
+        AppendCellText(line, node->Label());
       }
       if (i + 1 < level.size())
         line += '\t';
@@ -44,12 +44,14 @@ void Data::TabExport() {
     mPage.WriteUncounted(line);
   }
 
-  std::vector<std::int32_t> index = mLayerHeading.Table().SizeVector();
+  const OmPivotTable& table = mLayerHeading.Table();
+  std::vector<std::int32_t> index = table.SizeVector();
   mLayerHeading.Fill(index);
   const std::int32_t rows = mRowHeading.NRows();
   if (rows == 0) {
     // Without row dimensions the table has one row and no row labels.
-    PrintCells(index);
+    line.clear();
+    PrintCells(index, line);
     return;
   }
   // The row heading's columns are read in place rather than row by row, so
@@ -58,40 +60,51 @@ void Data::TabExport() {
   columns.reserve(static_cast<std::size_t>(headingColumns < 0 ? 0 : headingColumns));
   for (std::int32_t c = 0; c < headingColumns; ++c)
     columns.push_back(&mRowHeading.Column(c));
+  const std::vector<std::int32_t>& rowDims = table.AxisDimensions(OmAxis::Row);
+  const std::int32_t* rowLeaves = mRowHeading.LeafPositions().data();
   for (std::int32_t r = 0; r < rows; ++r) {
     line.clear();
+    // A label is printed where its row differs from the row above in its
+    // own heading column or one left of it.
+    bool continues = r > 0;
     for (std::size_t c = 0; c < columns.size(); ++c) {
       const OmNodeColumn& nodes = *columns[c];
       const auto at = static_cast<std::size_t>(r);
       const OmDimensionTree::ConstNode* node = at < nodes.size() ? nodes[at] : nullptr;
-      if (node != nullptr &&
-          (r == 0 || !SkipNodesInRowHead(static_cast<std::int32_t>(c), r - 1, r))) {
-        line += GetCellText(node->Label());
+      if (continues) {
+        const OmDimensionTree::ConstNode* above = at - 1 < nodes.size() ? nodes[at - 1] : nullptr;
+        continues = SamePosition(above, node);
       }
+      if (node != nullptr && !continues)
+        AppendCellText(line, node->Label());
       // Every label field is closed, empty or not, so the data fields always
       // start after the same number of tabs.
       line += '\t';
     }
-    mStream.write(line.data(), static_cast<std::streamsize>(line.size()));
-    mRowHeading.Fill(index, r);
-    PrintCells(index);
+    for (const std::int32_t d : rowDims)
+      index[static_cast<std::size_t>(d)] = *rowLeaves++;
+    PrintCells(index, line);
   }
 }
 
-void Data::PrintCells(std::vector<std::int32_t>& index) {
+void Data::PrintCells(std::vector<std::int32_t>& index, std::string& line) {
   const std::int32_t columns = mColumnHeading.NColumns();
-  const OmPivotTable& table = mLayerHeading.Table();
-  std::string line;
+  std::string_view stored;
   if (columns > 0) {
+    const std::vector<std::int32_t>& dims = mLayerHeading.Table().AxisDimensions(OmAxis::Column);
+    const std::int32_t* leaves = mColumnHeading.LeafPositions().data();
     for (std::int32_t c = 0; c < columns; ++c) {
-      mColumnHeading.Fill(index, c);
-      line += GetCellText(table.Cell(index));
+      for (const std::int32_t d : dims)
+        index[static_cast<std::size_t>(d)] = *leaves++;
+      const OmCellText* cell = mLayerCells.At(index.data(), stored);
+      AppendCellText(line, cell, stored);
       if (c + 1 < columns)
         line += '\t';
     }
   } else if (columns == 0) {
     // A table without column dimensions has one data column.
-    line = GetCellText(table.Cell(index));
+    const OmCellText* cell = mLayerCells.At(index.data(), stored);
+    AppendCellText(line, cell, stored);
   }
   mPage.WriteUncounted(line);
 }

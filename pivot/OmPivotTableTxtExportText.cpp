@@ -2,8 +2,10 @@
 // layer: the heading block above it (title and one line per layer
 // dimension) and the footer below it (caption and footnote list).
 #include <cstdint>
+#include <cstring>
 #include <ostream>
 #include <string>
+#include <string_view>
 
 #include "host/output/OmCellText.h"
 #include "host/output/OmText.h"
@@ -12,27 +14,73 @@
 
 using Data = OmPivotTableTxtExportPrivate::Data;
 
+namespace {
+
+// Whether a cell's text is printed as it stands: most cells have no
+// footnotes, markers or markup.
+bool IsPlain(const OmCellText& cell, std::string_view text) {
+  if (!cell.Footnotes().empty() || !cell.getMarkers().empty())
+    return false;
+  // Cell texts are short: eight bytes at a time, a word holds a '<' when
+  // its exclusive or with eight of them holds a zero byte.
+  constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
+  constexpr std::uint64_t kLess = kOnes * static_cast<unsigned char>('<');
+  const char* at = text.data();
+  for (std::size_t left = text.size(); left > 0;) {
+    const std::size_t take = left < 8 ? left : 8;
+    std::uint64_t word = 0;
+    std::memcpy(&word, at, take);
+    // Bytes past the text stay zero, which is not '<'.
+    const std::uint64_t x = word ^ kLess;
+    if (((x - kOnes) & ~x & kOnes << 7) != 0)
+      return false;
+    at += take;
+    left -= take;
+  }
+  return true;
+}
+
+}  // namespace
+
 std::string Data::GetCellText(const OmCellText* cell) {
-  // Made on the first call and kept for the life of the process.
-  static const std::string kOpen("[");
-  static const std::string kClose("]");
   if (cell == nullptr)
     return std::string();
   std::string text = cell->GetText();
-  // Most cells have no footnotes, markers or markup: their text is final.
-  if (cell->Footnotes().empty() && cell->getMarkers().empty() &&
-      text.find('<') == std::string::npos) {
-    return text;
+  if (!IsPlain(*cell, text))
+    DecorateCellText(text, *cell);
+  return text;
+}
+
+void Data::AppendCellText(std::string& out, const OmCellText* cell) {
+  if (cell == nullptr)
+    return;
+  std::string text = cell->GetText();
+  if (!IsPlain(*cell, text))
+    DecorateCellText(text, *cell);
+  out += text;
+}
+
+void Data::AppendCellText(std::string& out, const OmCellText* cell, std::string_view stored) {
+  if (cell != nullptr && stored.data() != nullptr && IsPlain(*cell, stored)) {
+    out.append(stored);
+    return;
   }
+  AppendCellText(out, cell);
+}
+
+void Data::DecorateCellText(std::string& text, const OmCellText& cell) {
+  // Made on the first call and kept for the life of the process.
+  static const std::string kOpen("[");
+  static const std::string kClose("]");
   if (mOptions.KeepFootNotesAndCaption()) {
     std::string marker;
-    if (GetFootnoteMarker(marker, *cell) != 0)
+    if (GetFootnoteMarker(marker, cell) != 0)
       text += marker;
   }
   // The markup is replaced after the footnote list is added, so the list is
   // searched too; the bracketed markers come after and are not.
   BpMarkup::replaceMarkupText(text, kOpen, kClose, BpMarkup::Superscript);
-  const std::vector<std::string>& markers = cell->getMarkers();
+  const std::vector<std::string>& markers = cell.getMarkers();
   if (!markers.empty()) {
     text += kOpen;
     for (std::size_t i = 0; i < markers.size(); ++i) {
@@ -42,7 +90,6 @@ std::string Data::GetCellText(const OmCellText* cell) {
     }
     text += kClose;
   }
-  return text;
 }
 
 std::int32_t Data::GetFootnoteMarker(std::string& out, const OmCellText& cell) {

@@ -135,29 +135,40 @@ void OmAxisGrid::MarkedCombinations(const OmPivotTable& table,
                                     const std::vector<std::int32_t>& layerIndex,
                                     const std::vector<std::int32_t>& sizes, std::uint64_t span) {
   const std::size_t k = sizes.size();
-  std::vector<std::uint64_t> strides(k, 1);
+  // What the visit needs, in flat arrays: the table positions of the axis'
+  // dimensions, their strides and the bitmap, a bit per combination.
+  struct Marks {
+    std::vector<std::int32_t> dims;
+    std::vector<std::uint64_t> strides;
+    std::vector<std::uint64_t> words;
+  } marks;
+  marks.strides.assign(k, 1);
   for (std::size_t i = k; i > 1; --i) {
-    strides[i - 2] = strides[i - 1] * static_cast<std::uint64_t>(sizes[i - 1]);
+    marks.strides[i - 2] = marks.strides[i - 1] * static_cast<std::uint64_t>(sizes[i - 1]);
   }
-  std::vector<bool> marked(static_cast<std::size_t>(span), false);
+  for (const Block& block : mBlocks)
+    marks.dims.push_back(block.dimension);
+  marks.words.assign(static_cast<std::size_t>(span / 64 + 1), 0);
+  table.ForEachIndexInLayer(
+      layerIndex,
+      [](void* context, const std::int32_t* index) {
+        Marks& m = *static_cast<Marks*>(context);
+        std::uint64_t key = 0;
+        for (std::size_t i = 0; i < m.dims.size(); ++i)
+          key += static_cast<std::uint64_t>(index[m.dims[i]]) * m.strides[i];
+        m.words[static_cast<std::size_t>(key >> 6)] |= std::uint64_t{1} << (key & 63);
+      },
+      &marks);
   std::uint64_t count = 0;
-  table.ForEachCellInLayer(layerIndex, [&](const std::int32_t* index, const OmCellText&) {
-    std::uint64_t key = 0;
-    for (std::size_t i = 0; i < k; ++i) {
-      key += static_cast<std::uint64_t>(index[mBlocks[i].dimension]) * strides[i];
-    }
-    if (!marked[static_cast<std::size_t>(key)]) {
-      marked[static_cast<std::size_t>(key)] = true;
-      ++count;
-    }
-  });
+  for (const std::uint64_t word : marks.words)
+    count += static_cast<std::uint64_t>(__builtin_popcountll(word));
   if (count > INT32_MAX)
     throw std::bad_alloc();
   CheckEntries(count * k);
   mLeaves.reserve(static_cast<std::size_t>(count) * k);
   std::vector<std::int32_t> odometer(k, 0);
   for (std::uint64_t c = 0; c < span; ++c) {
-    if (marked[static_cast<std::size_t>(c)]) {
+    if ((marks.words[static_cast<std::size_t>(c >> 6)] >> (c & 63) & 1) != 0) {
       mLeaves.insert(mLeaves.end(), odometer.begin(), odometer.end());
     }
     for (std::size_t i = k; i > 0; --i) {
@@ -175,11 +186,21 @@ void OmAxisGrid::MarkedCombinations(const OmPivotTable& table,
 void OmAxisGrid::SortedCombinations(const OmPivotTable& table,
                                     const std::vector<std::int32_t>& layerIndex) {
   const std::size_t k = mBlocks.size();
-  std::vector<std::int32_t> found;
-  table.ForEachCellInLayer(layerIndex, [&](const std::int32_t* index, const OmCellText&) {
-    for (std::size_t i = 0; i < k; ++i)
-      found.push_back(index[mBlocks[i].dimension]);
-  });
+  struct Found {
+    std::vector<std::int32_t> dims;
+    std::vector<std::int32_t> entries;
+  } all;
+  for (const Block& block : mBlocks)
+    all.dims.push_back(block.dimension);
+  table.ForEachIndexInLayer(
+      layerIndex,
+      [](void* context, const std::int32_t* index) {
+        Found& f = *static_cast<Found*>(context);
+        for (const std::int32_t d : f.dims)
+          f.entries.push_back(index[d]);
+      },
+      &all);
+  const std::vector<std::int32_t>& found = all.entries;
   const std::size_t n = k == 0 ? 0 : found.size() / k;
   std::vector<std::size_t> order(n);
   for (std::size_t i = 0; i < n; ++i)

@@ -62,6 +62,10 @@ class OmAxisGrid {
   // Writes the combination's leaf positions into index, first growing it to
   // one entry per table dimension; a combination out of range writes nothing.
   void Fill(std::vector<std::int32_t>& index, std::int32_t combination) const;
+  // The leaf positions of every combination: for combination c, entries
+  // c * k .. c * k + k - 1, k being the number of the axis' dimensions, in
+  // the order of the table's AxisDimensions.
+  const std::vector<std::int32_t>& Leaves() const { return mLeaves; }
   // The combination whose leaf positions index holds (one entry per table
   // dimension), or -1 when the grid does not show it.
   std::int32_t Find(const std::int32_t* index) const;

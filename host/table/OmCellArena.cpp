@@ -24,6 +24,9 @@ class BlockTextCell final : public OmCellText {
   }
 };
 
+// BlockText finds the length byte right after the base class.
+static_assert(sizeof(BlockTextCell) == sizeof(OmCellText), "a block text adds no members");
+
 // Longer texts are kept as OmStringCells: their own heap block costs little
 // beside them, and a length byte is enough here.
 constexpr std::size_t kMaxBlockText = 255;

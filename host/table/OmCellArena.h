@@ -9,6 +9,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/output/OmCellText.h"
@@ -33,6 +34,18 @@ class OmCellArena {
   // Destroys the cell added last, whose reference is ref: a cell the store
   // refused leaves no trace.
   void RemoveLast(Ref ref);
+
+  // The text of the cell ref names when AddText kept it in a block, valid
+  // as long as the cell; otherwise an empty view whose data() is null. Reads
+  // the text without a virtual call or a string of its own.
+  std::string_view BlockText(Ref ref) const {
+    if ((ref & kAdopted) != 0 || mFills[ref >> kUnitsPerBlockLog2].kind != kTexts)
+      return std::string_view();
+    const unsigned char* length = mBlocks[ref >> kUnitsPerBlockLog2].get() +
+                                  (static_cast<std::size_t>(ref & kUnitMask) << kUnitLog2) +
+                                  sizeof(OmCellText);
+    return std::string_view(reinterpret_cast<const char*>(length + 1), *length);
+  }
 
   // The cell ref names; ref must be one this arena returned.
   OmCellText& At(Ref ref) const {

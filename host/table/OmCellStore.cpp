@@ -58,7 +58,8 @@ class OmCellStore::Layer {
     }
   }
 
-  Ref Find(const std::int32_t* index) const {
+  // Kept out of line so that the callers' array path stays lean.
+  [[gnu::noinline]] Ref Find(const std::int32_t* index) const {
     switch (mMode) {
       case Mode::Dense:
         return mDense[static_cast<std::size_t>(Key(index))];
@@ -107,6 +108,21 @@ class OmCellStore::Layer {
     return false;
   }
 
+  // Where a cell for index goes: used when it holds one, and the slot when
+  // the layer is an array.
+  void Locate(const std::int32_t* index, Place& place) {
+    if (mMode == Mode::Dense) {
+      place.slot = &mDense[static_cast<std::size_t>(Key(index))];
+      place.used = *place.slot != 0;
+    } else {
+      place.used = Find(index) != 0;
+    }
+  }
+  // Counts a cell written straight into a slot that Locate gave.
+  void CountFilledSlot() { ++mCount; }
+  // The slots when the layer is an array, else null.
+  const Ref* DenseSlots() const { return mMode == Mode::Dense ? mDense.data() : nullptr; }
+
   std::size_t Count() const { return mCount; }
 
   // Visits every cell; index is the full index whose layer entries the
@@ -116,13 +132,28 @@ class OmCellStore::Layer {
     const std::size_t n = dims.size();
     switch (mMode) {
       case Mode::Dense: {
-        // Walk the slots in order, counting the positions like an odometer.
         for (std::size_t i = 0; i < n; ++i)
           index[dims[i]] = 0;
-        for (const Ref cell : mDense) {
-          if (cell != 0)
-            visit(context, index, cell);
-          for (std::size_t i = n; i > 0; --i) {
+        if (n == 0) {
+          if (mDense[0] != 0)
+            visit(context, index, mDense[0]);
+          break;
+        }
+        // Walk the slots in order a run of the last dimension at a time,
+        // counting the other positions like an odometer between runs. A
+        // dimension without leaves has one slot, like one of a leaf.
+        const std::int32_t last = dims[n - 1];
+        const std::int32_t run = std::max(mShape.sizes[n - 1], 1);
+        const Ref* slot = mDense.data();
+        const Ref* end = slot + mDense.size();
+        while (slot != end) {
+          for (std::int32_t p = 0; p < run; ++p, ++slot) {
+            if (*slot != 0) {
+              index[last] = p;
+              visit(context, index, *slot);
+            }
+          }
+          for (std::size_t i = n - 1; i > 0; --i) {
             if (++index[dims[i - 1]] < mShape.sizes[i - 1])
               break;
             index[dims[i - 1]] = 0;
@@ -266,21 +297,7 @@ std::string OmCellStore::LayerKey(const std::int32_t* index) const {
   return key;
 }
 
-bool OmCellStore::IsLastLayer(const std::int32_t* index) const {
-  if (mLastLayer == nullptr)
-    return false;
-  for (std::size_t i = 0; i < mLayerDims.size(); ++i) {
-    if (index[mLayerDims[i]] != mLastPositions[i])
-      return false;
-  }
-  return true;
-}
-
-OmCellStore::Layer* OmCellStore::FindLayer(const std::int32_t* index) const {
-  if (mLayerDims.empty())
-    return mSingle.get();
-  if (IsLastLayer(index))
-    return mLastLayer;
+OmCellStore::Layer* OmCellStore::FindOtherLayer(const std::int32_t* index) const {
   const std::string key = LayerKey(index);
   const auto it = mLayers.find(key);
   if (it == mLayers.end())
@@ -290,6 +307,10 @@ OmCellStore::Layer* OmCellStore::FindLayer(const std::int32_t* index) const {
     mLastPositions[i] = index[mLayerDims[i]];
   mLastLayer = it->second.get();
   return mLastLayer;
+}
+
+OmCellStore::Ref OmCellStore::FindInLayer(const Layer* layer, const std::int32_t* index) {
+  return layer->Find(index);
 }
 
 OmCellStore::Ref OmCellStore::Find(const std::int32_t* index) const {
@@ -310,6 +331,36 @@ bool OmCellStore::Insert(const std::int32_t* index, Ref cell) {
     return false;
   ++mCount;
   return true;
+}
+
+OmCellStore::Place OmCellStore::Locate(const std::int32_t* index) {
+  Place place;
+  place.layer = FindLayer(index);
+  if (place.layer != nullptr)
+    place.layer->Locate(index, place);
+  return place;
+}
+
+void OmCellStore::Put(const Place& place, const std::int32_t* index, Ref cell) {
+  if (place.slot == nullptr) {
+    Insert(index, cell);
+    return;
+  }
+  *place.slot = cell;
+  place.layer->CountFilledSlot();
+  ++mCount;
+}
+
+OmCellStore::View OmCellStore::LayerView(const std::int32_t* layerIndex) const {
+  View view;
+  view.mLayer = FindLayer(layerIndex);
+  if (view.mLayer != nullptr) {
+    view.mDense = view.mLayer->DenseSlots();
+    view.mDims = mShape->dims.data();
+    view.mStrides = mShape->strides.data();
+    view.mNDims = mShape->dims.size();
+  }
+  return view;
 }
 
 std::int64_t OmCellStore::CountInLayer(const std::int32_t* layerIndex) const {

@@ -40,6 +40,10 @@ void OmDisplayColumnHeading::Fill(std::vector<std::int32_t>& index, std::int32_t
   mData->grid.Fill(index, j);
 }
 
+const std::vector<std::int32_t>& OmDisplayColumnHeading::LeafPositions() const {
+  return mData->grid.Leaves();
+}
+
 std::int32_t OmDisplayColumnHeading::ColumnOf(const std::int32_t* index) const {
   return mData->grid.Find(index);
 }

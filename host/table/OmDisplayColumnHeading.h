@@ -44,6 +44,10 @@ class OmDisplayColumnHeading {
   // entries 0), then writes column j's leaf positions (nothing for a j out
   // of range).
   void Fill(std::vector<std::int32_t>& index, std::int32_t j) const;
+  // The leaf positions of every column, for reading many of them: for column j,
+  // entries j * k .. j * k + k - 1, k being the number of column dimensions, in
+  // the order of the table's AxisDimensions(OmAxis::Column).
+  const std::vector<std::int32_t>& LeafPositions() const;
   // The column whose leaf positions index holds (one entry per table
   // dimension), or -1 when no shown column has them.
   std::int32_t ColumnOf(const std::int32_t* index) const;

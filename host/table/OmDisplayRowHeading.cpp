@@ -58,6 +58,10 @@ void OmDisplayRowHeading::Fill(std::vector<std::int32_t>& index, std::int32_t r)
   mData->grid.Fill(index, r);
 }
 
+const std::vector<std::int32_t>& OmDisplayRowHeading::LeafPositions() const {
+  return mData->grid.Leaves();
+}
+
 std::int32_t OmDisplayRowHeading::RowOf(const std::int32_t* index) const {
   return mData->grid.Find(index);
 }

@@ -51,6 +51,10 @@ class OmDisplayRowHeading {
   // entries 0), then writes row r's leaf positions (nothing for an r out of
   // range).
   void Fill(std::vector<std::int32_t>& index, std::int32_t r) const;
+  // The leaf positions of every row, for reading many of them: for row r,
+  // entries r * k .. r * k + k - 1, k being the number of row dimensions, in
+  // the order of the table's AxisDimensions(OmAxis::Row).
+  const std::vector<std::int32_t>& LeafPositions() const;
   // The row whose leaf positions index holds (one entry per table
   // dimension), or -1 when no shown row has them.
   std::int32_t RowOf(const std::int32_t* index) const;

@@ -40,6 +40,16 @@ std::string Describe(OmPivotTable::IndexStatus status) {
   return "invalid index";
 }
 
+// Whether each of the n entries is below its size; a negative entry, read
+// unsigned, is not.
+bool InRange(const std::int32_t* entries, const std::int32_t* sizes, std::size_t n) {
+  for (std::size_t i = 0; i < n; ++i) {
+    if (static_cast<std::uint32_t>(entries[i]) >= static_cast<std::uint32_t>(sizes[i]))
+      return false;
+  }
+  return true;
+}
+
 void Require(OmPivotTable::IndexStatus status) {
   if (status != OmPivotTable::IndexStatus::Valid)
     throw std::invalid_argument(Describe(status));
@@ -133,18 +143,29 @@ const std::vector<std::int32_t>& OmPivotTable::AxisDimensions(OmAxis axis) const
   return mData->axes[static_cast<int>(axis)];
 }
 
+OmPivotTable::IndexStatus OmPivotTable::CheckRange(const std::vector<std::int32_t>& index,
+                                                   std::int32_t* badEntry) const {
+  const std::size_t n = mData->dimensions.size();
+  if (index.size() != n)
+    return IndexStatus::WrongLength;
+  const std::int32_t* entries = index.data();
+  std::size_t i = 0;
+  while (i < n && entries[i] >= 0 &&
+         entries[i] < (mData->store ? mData->sizes[i] : mData->dimensions[i]->NLeaves())) {
+    ++i;
+  }
+  if (i == n)
+    return IndexStatus::Valid;
+  if (badEntry != nullptr)
+    *badEntry = static_cast<std::int32_t>(i);
+  return IndexStatus::OutOfRange;
+}
+
 OmPivotTable::IndexStatus OmPivotTable::CheckIndex(const std::vector<std::int32_t>& index,
                                                    std::int32_t* badEntry) const {
-  if (index.size() != mData->dimensions.size())
-    return IndexStatus::WrongLength;
-  for (std::size_t i = 0; i < index.size(); ++i) {
-    const std::int32_t leaves = mData->store ? mData->sizes[i] : mData->dimensions[i]->NLeaves();
-    if (index[i] < 0 || index[i] >= leaves) {
-      if (badEntry != nullptr)
-        *badEntry = static_cast<std::int32_t>(i);
-      return IndexStatus::OutOfRange;
-    }
-  }
+  const IndexStatus status = CheckRange(index, badEntry);
+  if (status != IndexStatus::Valid)
+    return status;
   if (mData->store && mData->store->Find(index.data()) != 0)
     return IndexStatus::Used;
   return IndexStatus::Valid;
@@ -168,11 +189,22 @@ void OmPivotTable::Freeze() {
 
 template <class Make>
 OmCellText& OmPivotTable::Store(const std::vector<std::int32_t>& index, Make make) {
-  Require(CheckIndex(index));
-  Freeze();
+  // Once the table is frozen, a well-formed index is checked inline; any
+  // other goes the long way, which says what is wrong with it.
+  if (!mData->store || index.size() != mData->sizes.size() ||
+      !InRange(index.data(), mData->sizes.data(), index.size())) {
+    Require(CheckRange(index, nullptr));
+    Freeze();
+  }
+  // One lookup both refuses a used index, before any cell is made, and
+  // finds the slot the new cell goes into.
+  OmCellStore& store = *mData->store;
+  const OmCellStore::Place place = store.Locate(index.data());
+  if (place.used)
+    Require(IndexStatus::Used);
   const OmCellArena::Ref ref = make(mData->cells);
   try {
-    mData->store->Insert(index.data(), ref);
+    store.Put(place, index.data(), ref);
   } catch (...) {
     mData->cells.RemoveLast(ref);
     throw;
@@ -210,11 +242,9 @@ void OmPivotTable::ExpectCells(std::int64_t count) {
 }
 
 const OmCellText* OmPivotTable::Cell(const std::vector<std::int32_t>& index) const {
-  if (!mData->store || index.size() != mData->sizes.size())
+  if (!mData->store || index.size() != mData->sizes.size() ||
+      !InRange(index.data(), mData->sizes.data(), index.size())) {
     return nullptr;
-  for (std::size_t i = 0; i < index.size(); ++i) {
-    if (index[i] < 0 || index[i] >= mData->sizes[i])
-      return nullptr;
   }
   const OmCellStore::Ref ref = mData->store->Find(index.data());
   return ref == 0 ? nullptr : &mData->cells.At(ref);
@@ -245,6 +275,56 @@ void OmPivotTable::ForEachCellInLayer(
         (*found->first)(index, found->second->At(cell));
       },
       &both);
+}
+
+void OmPivotTable::ForEachIndexInLayer(const std::vector<std::int32_t>& layerIndex,
+                                       VisitIndex visit, void* context) const {
+  if (!mData->store || layerIndex.size() != mData->sizes.size())
+    return;
+  using Context = std::pair<VisitIndex, void*>;
+  const Context both{visit, context};
+  mData->store->ForEach(
+      layerIndex.data(),
+      [](const void* passed, const std::int32_t* index, OmCellStore::Ref) {
+        const auto* found = static_cast<const Context*>(passed);
+        found->first(found->second, index);
+      },
+      &both);
+}
+
+struct OmPivotTable::LayerCells::Rep {
+  OmCellStore::View view;
+  const OmCellArena* cells = nullptr;
+};
+
+OmPivotTable::LayerCells::LayerCells(std::unique_ptr<Rep> rep) : mRep(std::move(rep)) {}
+OmPivotTable::LayerCells::LayerCells(LayerCells&&) noexcept = default;
+OmPivotTable::LayerCells& OmPivotTable::LayerCells::operator=(LayerCells&&) noexcept = default;
+OmPivotTable::LayerCells::~LayerCells() = default;
+
+const OmCellText* OmPivotTable::LayerCells::At(const std::int32_t* index) const {
+  const OmCellStore::Ref ref = mRep->view.Find(index);
+  return ref == 0 ? nullptr : &mRep->cells->At(ref);
+}
+
+const OmCellText* OmPivotTable::LayerCells::At(const std::int32_t* index,
+                                               std::string_view& text) const {
+  const OmCellStore::Ref ref = mRep->view.Find(index);
+  if (ref == 0) {
+    text = std::string_view();
+    return nullptr;
+  }
+  text = mRep->cells->BlockText(ref);
+  return &mRep->cells->At(ref);
+}
+
+OmPivotTable::LayerCells OmPivotTable::CellsInLayer(
+    const std::vector<std::int32_t>& layerIndex) const {
+  auto rep = std::make_unique<LayerCells::Rep>();
+  rep->cells = &mData->cells;
+  if (mData->store && layerIndex.size() == mData->sizes.size())
+    rep->view = mData->store->LayerView(layerIndex.data());
+  return LayerCells(std::move(rep));
 }
 
 std::vector<std::int32_t> OmPivotTable::SizeVector() const {

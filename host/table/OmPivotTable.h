@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/output/OmCellText.h"
@@ -116,6 +117,41 @@ class OmPivotTable : public OmOutputPart {
       const std::vector<std::int32_t>& layerIndex,
       const std::function<void(const std::int32_t* index, const OmCellText& cell)>& visit) const;
 
+  // As ForEachCellInLayer, for a caller that needs only the cells'
+  // positions: calls visit(context, index) for each, without a
+  // std::function or a cell to pass.
+  using VisitIndex = void (*)(void* context, const std::int32_t* index);
+  void ForEachIndexInLayer(const std::vector<std::int32_t>& layerIndex, VisitIndex visit,
+                           void* context) const;
+
+  // The cells of one layer, for an exporter that looks up every position of
+  // it: the layer is found once, and At skips the checks Cell makes. Valid
+  // until the table stores another cell; the table must outlive it.
+  class LayerCells {
+   public:
+    LayerCells(LayerCells&&) noexcept;
+    LayerCells& operator=(LayerCells&&) noexcept;
+    ~LayerCells();
+    // The cell at index, or null. index must hold one in-range entry per
+    // dimension, with the layer's positions in the layer entries; the
+    // caller checks that.
+    const OmCellText* At(const std::int32_t* index) const;
+    // As At; besides, when the table keeps the cell's text as it was given
+    // to SetText, text receives it (valid as long as the cell), and
+    // otherwise an empty view whose data() is null. Spares a string a cell.
+    const OmCellText* At(const std::int32_t* index, std::string_view& text) const;
+
+   private:
+    friend class OmPivotTable;
+    struct Rep;
+    explicit LayerCells(std::unique_ptr<Rep> rep);
+    std::unique_ptr<Rep> mRep;
+  };
+  // The cells of the layer whose positions layerIndex holds (one entry per
+  // dimension; only the layer dimensions' entries are read). A layerIndex
+  // of the wrong length or out of range gives a layer without cells.
+  LayerCells CellsInLayer(const std::vector<std::int32_t>& layerIndex) const;
+
   // One 0 per dimension: a full index to fill in.
   std::vector<std::int32_t> SizeVector() const;
 
@@ -123,6 +159,9 @@ class OmPivotTable : public OmOutputPart {
   struct Data;
   // Fixes the dimensions and makes the cell store on first use.
   void Freeze();
+  // Whether index has one in-range entry per dimension once the store is
+  // made; Valid, WrongLength or OutOfRange as CheckIndex says.
+  IndexStatus CheckRange(const std::vector<std::int32_t>& index, std::int32_t* badEntry) const;
   // Checks index, makes a cell with make(arena) and stores it.
   template <class Make>
   OmCellText& Store(const std::vector<std::int32_t>& index, Make make);

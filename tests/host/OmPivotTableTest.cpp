@@ -97,8 +97,16 @@ TEST(OmPivotTable, LayerQueriesWithAShortIndexOrAnEmptyLayerFindNothing) {
   int visits = 0;
   for (const Index& index : std::vector<Index>{{1, 0}, {0, 0, 0}}) {
     table->ForEachCellInLayer(index, [&](const std::int32_t*, const OmCellText&) { ++visits; });
+    table->ForEachIndexInLayer(
+        index, [](void* context, const std::int32_t*) { ++*static_cast<int*>(context); }, &visits);
   }
   EXPECT_EQ(visits, 0);
+  // The view of a layer finds the layer's cell and no other layer's.
+  const Index cell{1, 0, 3};
+  EXPECT_NE(table->CellsInLayer({1, 1, 1}).At(cell.data()), nullptr);
+  const Index elsewhere{0, 0, 3};
+  EXPECT_EQ(table->CellsInLayer({0, 0, 0}).At(elsewhere.data()), nullptr);
+  EXPECT_EQ(table->CellsInLayer({1, 0}).At(cell.data()), nullptr);
 }
 
 // Texts of every length around the largest kept in the table's blocks,
@@ -126,11 +134,20 @@ TEST(OmPivotTable, CellsOfEveryKindKeepTextFootnotesAndMarkers) {
     if (r % 11 == 0)
       n.AddMarker("m" + std::to_string(r));
   }
+  const OmPivotTable::LayerCells cells = table.CellsInLayer(table.SizeVector());
   for (std::int32_t r = 0; r < 6000; ++r) {
     const OmCellText* t = table.Cell({r, 0});
     const OmCellText* n = table.Cell({r, 1});
     ASSERT_TRUE(t != nullptr && n != nullptr) << r;
     ASSERT_EQ(t->GetText(), text(r)) << r;
+    // The layer's view finds the same cells, and reads the texts kept in
+    // the blocks (up to 255 bytes) in place.
+    std::string_view stored;
+    ASSERT_EQ(cells.At(Index{r, 0}.data(), stored), t);
+    EXPECT_EQ(stored.data() == nullptr ? "(none)" : std::string(stored),
+              text(r).size() <= 255 ? text(r) : "(none)");
+    ASSERT_EQ(cells.At(Index{r, 1}.data(), stored), n);
+    EXPECT_EQ(stored.data(), nullptr);
     ASSERT_EQ(n->GetText(), OmNumberCell(r * 0.5, 1).GetText()) << r;
     EXPECT_EQ(t->Footnotes(), r % 7 == 0
                                   ? std::vector<std::int16_t>{static_cast<std::int16_t>(r % 5)}
@@ -185,13 +202,23 @@ TEST_P(CellStoreForms, FindsWhatWasStoredAndNothingElse) {
         index.push_back(static_cast<std::int32_t>((seed >> 33) % static_cast<std::uint64_t>(size)));
       }
       const bool fresh = stored.emplace(index, 1).second;
-      ASSERT_EQ(store.Insert(index.data(), cell), fresh);
+      if (n % 2 == 0) {
+        ASSERT_EQ(store.Insert(index.data(), cell), fresh);
+      } else {
+        // The one-lookup way the table stores its cells.
+        const OmCellStore::Place place = store.Locate(index.data());
+        ASSERT_EQ(place.used, !fresh);
+        if (fresh)
+          store.Put(place, index.data(), cell);
+      }
       if (hinted == 2 && n == 0)
         store.Expect(40000);
     }
     EXPECT_EQ(store.Count(), static_cast<std::int64_t>(stored.size()));
-    for (const auto& entry : stored)
+    for (const auto& entry : stored) {
       ASSERT_EQ(store.Find(entry.first.data()), cell);
+      ASSERT_EQ(store.LayerView(entry.first.data()).Find(entry.first.data()), cell);
+    }
     Index last(sizes.size(), 0);
     for (std::size_t i = 0; i < sizes.size(); ++i)
       last[i] = sizes[i] - 1;

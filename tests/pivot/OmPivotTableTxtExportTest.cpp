@@ -33,6 +33,18 @@ TEST_F(OmPivotTableTxtExportTest, TabWithoutHeadingRowsOrTableRows) {
   EXPECT_EQ(Body(), "Columns\t\nc1\tc2\n\t\n");
 }
 
+// A cell's markup is replaced wherever its tag starts, within the first
+// eight bytes of the text or past them; a '<' that opens no tag is kept.
+TEST_F(OmPivotTableTxtExportTest, TabFieldsReplaceMarkupWhereverItStarts) {
+  const std::vector<std::string> texts = {"<sup>0</sup>", "1234567<sup>7</sup>",
+                                          "12345678<sup>8</sup>", "123456789012345<sup>f</sup>",
+                                          "a < b"};
+  Flat(*table, OmAxis::Row, "Rows", {"a", "b", "c", "d", "e"});
+  for (std::size_t r = 0; r < texts.size(); ++r)
+    table->SetText({static_cast<std::int32_t>(r)}, texts[r]);
+  EXPECT_EQ(Body(), "a\t[0]\nb\t1234567[7]\nc\t12345678[8]\nd\t123456789012345[f]\ne\ta < b\n");
+}
+
 // Without column heading rows the corner formula gives -1 with a row
 // separator, kept as it falls out; sums past 2^31 - 1 saturate.
 TEST_F(OmPivotTableTxtExportTest, SpanSumsKeepTheCornersMinusOneAndSaturate) {
