@@ -103,13 +103,15 @@ struct TapeEvent {
 // the event before to this one's.
 inline TapeEvent ReadEvent(const char*& in, Position& at) {
   const auto first = static_cast<unsigned char>(*in++);
-  if ((first & EventTape::kSameLine) != 0) {
+  if ((first & EventTape::kSamePlace) != 0) {
+  } else if ((first & EventTape::kSameLine) != 0) {
     at.column = Step(at.column, GetVarint(in));
   } else {
     at.line = Step(at.line, GetVarint(in));
     at.column = static_cast<std::int64_t>(GetVarint(in));
   }
-  TapeEvent event{static_cast<EventTape::Kind>(first & ~EventTape::kSameLine), {}};
+  TapeEvent event{
+      static_cast<EventTape::Kind>(first & ~(EventTape::kSameLine | EventTape::kSamePlace)), {}};
   if (EventTape::HasText(event.kind)) {
     const auto length = static_cast<std::size_t>(GetVarint(in));
     event.text = std::string_view(in, length);
@@ -138,8 +140,9 @@ void EventTape::Seal() {
 
 void EventTape::AddHeldKey(std::string_view key, Position at) {
   Reserve(1 + 3 * kVarintBytes + key.size());
-  mSegments.push_back(
-      Mark{mBlocks.size() - 1, static_cast<std::size_t>(mOut - mBlocks.back().bytes.get()), mLast});
+  mSegments.push_back(Mark{mBlocks.size() - 1,
+                           static_cast<std::size_t>(mOut - mBlocks.back().bytes.get()),
+                           Position{mLastLine, mLastColumn}});
   Add(Kind::kKey, at, key);
 }
 
@@ -147,7 +150,8 @@ void EventTape::Clear() {
   mBlocks.clear();
   mSegments.clear();
   mOut = mOutEnd = nullptr;
-  mLast = Position{};
+  mLastLine = 1;
+  mLastColumn = 1;
 }
 
 void EventTape::Replay(Frame& target) {

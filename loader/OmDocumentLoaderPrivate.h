@@ -112,25 +112,28 @@ class Dispatcher {
 
  private:
   struct Level {
-    Frame* frame;
-    std::size_t reentered;
+    Frame* frame = nullptr;
+    std::size_t reentered = 0;
   };
   Frame& Top() { return *mStack.back().frame; }
   void Push(Frame* frame) {
     if (frame == mStack.back().frame) {
       ++mStack.back().reentered;
     } else {
-      mStack.push_back(Level{frame, 0});
+      // Filled in place: a level built whole goes through the stack, and
+      // reading it back as one stalls every object and list.
+      mStack.emplace_back();
+      mStack.back().frame = frame;
     }
   }
   std::vector<Level> mStack;
 };
 
 // Events held for a later replay, packed into blocks of bytes. Each event
-// takes one byte of kind, its position as a step from the event before (a
-// column step on the same line, else a line step and a column), and for a
-// key, string or number its length and bytes: a held value costs about its
-// own size in the document.
+// takes one byte of kind, its position as a step from the event before (none
+// at the same place, a column step on the same line, else a line step and a
+// column), and for a key, string or number its length and bytes: a held
+// value costs about its own size in the document.
 class EventTape {
  public:
   enum class Kind : std::uint8_t {
@@ -156,13 +159,18 @@ class EventTape {
   void Add(Kind kind, Position at, std::string_view text = {}) {
     Reserve(1 + 3 * kVarintBytes + text.size());
     char* out = mOut;
-    const bool sameLine = at.line == mLast.line;
-    *out++ = static_cast<char>(static_cast<unsigned>(kind) | (sameLine ? kSameLine : 0U));
-    if (sameLine) {
-      out = PutVarint(out, Difference(at.column, mLast.column));
-    } else {
-      out = PutVarint(out, Difference(at.line, mLast.line));
+    if (at.line != mLastLine) {
+      *out++ = static_cast<char>(kind);
+      out = PutVarint(out, Difference(at.line, mLastLine));
       out = PutVarint(out, static_cast<std::uint64_t>(at.column));
+      mLastLine = at.line;
+      mLastColumn = at.column;
+    } else if (at.column != mLastColumn) {
+      *out++ = static_cast<char>(static_cast<unsigned>(kind) | kSameLine);
+      out = PutVarint(out, Difference(at.column, mLastColumn));
+      mLastColumn = at.column;
+    } else {
+      *out++ = static_cast<char>(static_cast<unsigned>(kind) | kSamePlace);
     }
     if (HasText(kind)) {
       out = PutVarint(out, text.size());
@@ -170,7 +178,6 @@ class EventTape {
       out += text.size();
     }
     mOut = out;
-    mLast = at;
   }
   // Adds a held key: a key outside the held values, which begins a segment
   // of the tape that a replay may send out of turn.
@@ -178,8 +185,10 @@ class EventTape {
   bool Empty() const { return mBlocks.empty(); }
 
   // Set in an event's first byte when it stands on the line of the event
-  // before.
+  // before, or at the same place (as every event of a document read in
+  // place does, whose events carry no position).
   static constexpr unsigned kSameLine = 0x10;
+  static constexpr unsigned kSamePlace = 0x20;
   static bool HasText(Kind kind) {
     return kind == Kind::kKey || kind == Kind::kString || kind == Kind::kNumber;
   }
@@ -234,13 +243,16 @@ class EventTape {
   void Send(Dispatcher& dispatcher, const Mark& from, const Mark* to, bool release);
   void Clear();
 
+  // The position of the latest event added, from which the next one steps.
+  // Its line and column are kept apart: the compiler would store them
+  // together through the stack, which stalls every event.
+  std::int64_t mLastLine = 1;
   // Every block's `used` is kept but the last one's, which ends at mOut.
   std::vector<Block> mBlocks;
   char* mOut = nullptr;
   char* mOutEnd = nullptr;
   std::vector<Mark> mSegments;
-  // The position of the latest event added, from which the next one steps.
-  Position mLast;
+  std::int64_t mLastColumn = 1;
 };
 
 // Holds values whose meaning is not known yet on a tape, to replay them
