@@ -132,7 +132,7 @@ void OmPivotTableTxtExport::Data::PreFormatRowHeadRows(std::int32_t col, std::in
     std::int32_t length = 0;
     if (nodes != nullptr && planned != 0 && columns == 1 && extra == 0 &&
         mStringFolder->MeasureUnfolded(text, lines, planned, length)) {
-      nodes->push_back(PlainNode(text, lines, length));
+      AddPlainNode(*nodes, text, lines, length);
     } else {
       AddMeasuredNode(col, std::move(text), columns, lines, extra, width, nodes);
     }
@@ -208,13 +208,14 @@ void OmPivotTableTxtExport::Data::PreFormatTableCells(std::int32_t col,
     const std::int32_t* leaves = rowLeaves + static_cast<std::size_t>(r) * rowDims.size();
     for (std::size_t i = 0; i < rowDims.size(); ++i)
       cellIndex[static_cast<std::size_t>(rowDims[i])] = leaves[i];
-    if (const OmCellText* cell = mLayerCells.At(cellIndex.data())) {
+    std::string_view stored;
+    if (const OmCellText* cell = mLayerCells.At(cellIndex.data(), stored)) {
       const std::int32_t lines = mRowHeights[static_cast<std::size_t>(headRows + r)];
-      std::string text = GetCellText(cell);
+      std::string text = GetCellText(cell, stored);
       std::int32_t length = 0;
       if (nodes != nullptr && planned != 0 &&
           mStringFolder->MeasureUnfolded(text, lines, planned, length)) {
-        nodes->push_back(PlainNode(text, lines, length));
+        AddPlainNode(*nodes, text, lines, length);
       } else {
         AddMeasuredNode(col, std::move(text), 1, lines, 0, width, nodes);
       }
@@ -250,9 +251,8 @@ void OmPivotTableTxtExport::Data::PreFormatTableCells(std::int32_t col,
   }
 }
 
-OmPivotTableTxtExport::Data::NodePtr OmPivotTableTxtExport::Data::PlainNode(const std::string& text,
-                                                                            std::int32_t rows,
-                                                                            std::int32_t length) {
+void OmPivotTableTxtExport::Data::AddPlainNode(NodeList& nodes, const std::string& text,
+                                               std::int32_t rows, std::int32_t length) {
   if (mSpareNodes.empty()) {
     if (mSpareNodes.capacity() <= mPlainNodes.size())
       mSpareNodes.reserve(2 * mPlainNodes.size() + 16);
@@ -262,7 +262,7 @@ OmPivotTableTxtExport::Data::NodePtr OmPivotTableTxtExport::Data::PlainNode(cons
   OmFormattedNode* node = mSpareNodes.back();
   mSpareNodes.pop_back();
   node->Assign(text, 1, rows, 0, length);
-  return NodePtr(node, NodeRelease(&mSpareNodes));
+  nodes.emplace_back(node, NodeRelease(&mSpareNodes));
 }
 
 OmPivotTableTxtExport::Data::NodePtr OmPivotTableTxtExport::Data::SharedNode(bool blank) {

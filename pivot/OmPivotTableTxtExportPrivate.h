@@ -49,14 +49,14 @@ struct OmPivotTableTxtExport::Data {
         : owns(false), spare(spareList) {}
     void operator()(OmFormattedNode* node) const {
       if (spare != nullptr) {
-        // Within its capacity, which PlainNode keeps for every plain node.
+        // Within its capacity, which AddPlainNode keeps for every plain node.
         spare->push_back(node);
       } else if (owns) {
         delete node;
       }
     }
     bool owns = true;
-    // For a plain node (see PlainNode), the list of spare ones it goes back to.
+    // For a plain node (see AddPlainNode), the list of spare ones it goes back to.
     std::vector<OmFormattedNode*>* spare = nullptr;
   };
   using NodePtr = std::unique_ptr<OmFormattedNode, NodeRelease>;
@@ -110,14 +110,18 @@ struct OmPivotTableTxtExport::Data {
   // cells, found while measuring: no column is narrowed below it.
   std::vector<std::int64_t> mWidestCharacters;
 
-  // The nodes of plain cells: a one-column data cell whose text has no fold
-  // point and stays one line in its planned column. They are reused, so that
-  // a column of a million such cells makes only a batch's worth of nodes, and
-  // filled without folding. mPlainNodes owns them all; mSpareNodes lists
-  // those not in use and has room for all of them.
+  // The nodes of plain cells and labels: one column, no extra width, and a
+  // text that stays one line in its planned column (the folder's unfolded
+  // check). They are reused, so that a column of a million such cells makes
+  // only a batch's worth of nodes, and filled without folding. mPlainNodes
+  // owns them all; mSpareNodes lists those not in use and has room for all
+  // of them. AddPlainNode makes one in place at the end of nodes: a node
+  // pointer made apart and moved in is read back through the stack whole,
+  // which stalls.
   std::vector<std::unique_ptr<OmFormattedNode>> mPlainNodes;
   std::vector<OmFormattedNode*> mSpareNodes;
-  NodePtr PlainNode(const std::string& text, std::int32_t rows, std::int32_t length);
+  void AddPlainNode(NodeList& nodes, const std::string& text, std::int32_t rows,
+                    std::int32_t length);
 
   // Band-at-a-time layout (OmPivotTableTxtExportStream.cpp). A long layer
   // whose column widths are all planned before filling is laid out and
@@ -338,6 +342,9 @@ struct OmPivotTableTxtExport::Data {
 
   // Cell texts, layer headings and footnotes (OmPivotTableTxtExportText.cpp).
   std::string GetCellText(const OmCellText* cell);
+  // The same, checked on the cell's stored text (see LayerCells::At) when
+  // stored is not null, before it is copied.
+  std::string GetCellText(const OmCellText* cell, std::string_view stored);
   // Appends what GetCellText gives to out, without a string of its own for
   // the common cell.
   void AppendCellText(std::string& out, const OmCellText* cell);

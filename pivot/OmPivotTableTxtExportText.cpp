@@ -26,16 +26,19 @@ bool IsPlain(const OmCellText& cell, std::string_view text) {
   constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
   constexpr std::uint64_t kLess = kOnes * static_cast<unsigned char>('<');
   const char* at = text.data();
-  for (std::size_t left = text.size(); left > 0;) {
-    const std::size_t take = left < 8 ? left : 8;
+  std::size_t left = text.size();
+  for (; left >= 8; left -= 8, at += 8) {
     std::uint64_t word = 0;
-    std::memcpy(&word, at, take);
-    // Bytes past the text stay zero, which is not '<'.
+    std::memcpy(&word, at, 8);
     const std::uint64_t x = word ^ kLess;
     if (((x - kOnes) & ~x & kOnes << 7) != 0)
       return false;
-    at += take;
-    left -= take;
+  }
+  // The rest a byte at a time: gathering it into a word would go through
+  // the stack in pieces, and reading those back as one stalls.
+  for (; left > 0; --left, ++at) {
+    if (*at == '<')
+      return false;
   }
   return true;
 }
@@ -49,6 +52,12 @@ std::string Data::GetCellText(const OmCellText* cell) {
   if (!IsPlain(*cell, text))
     DecorateCellText(text, *cell);
   return text;
+}
+
+std::string Data::GetCellText(const OmCellText* cell, std::string_view stored) {
+  if (cell != nullptr && stored.data() != nullptr && IsPlain(*cell, stored))
+    return std::string(stored);
+  return GetCellText(cell);
 }
 
 void Data::AppendCellText(std::string& out, const OmCellText* cell) {
