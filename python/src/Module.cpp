@@ -207,9 +207,16 @@ py::str Render(py::handle document, const py::kwargs& kwargs) {
     const std::lock_guard<std::mutex> lock(gRenderMutex);
     const EncodingScope encoding(commandLine.encoding);
     try {
-      MemoryBuffer buffer(text.data, text.size);
-      std::istream in(&buffer);
-      OmOutputTree tree = OmDocumentLoader::Load(in);
+      // Text the module wrote itself is a string, which the loader reads in
+      // place; text from Python is read as a stream, without a copy.
+      OmOutputTree tree;
+      if (text.writer) {
+        tree = OmDocumentLoader::LoadString(text.writer->Text());
+      } else {
+        MemoryBuffer buffer(text.data, text.size);
+        std::istream in(&buffer);
+        tree = OmDocumentLoader::Load(in);
+      }
       OmTextExportOptions options;
       cli::SetExportOptions(commandLine, options);
       limit = cli::CheckRenderLimits(tree, options);
