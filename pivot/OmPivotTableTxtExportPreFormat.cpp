@@ -20,10 +20,20 @@ void OmPivotTableTxtExport::Data::AddMeasuredNode(std::int32_t col, std::string 
                                                   std::int32_t columns, std::int32_t lines,
                                                   std::int32_t extra, std::int32_t& width,
                                                   NodeList* nodes) {
+  const std::int32_t planned = mColumnWidths[static_cast<std::size_t>(col)];
+  if (nodes != nullptr && planned != 0 && columns == 1 && extra == 0) {
+    // A cell or label of one column that stays one line in its planned
+    // column takes a plain node, filled without folding.
+    std::int32_t length = 0;
+    if (mStringFolder->MeasureUnfolded(text, lines, planned, length)) {
+      AddPlainNode(*nodes, text, lines, length);
+      return;
+    }
+  }
   if (nodes == nullptr) {
     // Measuring only: a planned column has nothing to learn from the cell,
     // and a cell that folds to itself is measured without a node.
-    if (mColumnWidths[static_cast<std::size_t>(col)] != 0)
+    if (planned != 0)
       return;
     // A fold makes at most a line per byte and one more; twice that bounds
     // the lines the cell can add to its band with room to spare.
@@ -108,7 +118,6 @@ void OmPivotTableTxtExport::Data::PreFormatRowHeadRows(std::int32_t col, std::in
                                                        std::int32_t endRow, std::int32_t& width,
                                                        NodeList* nodes) {
   const OmNodeColumn& column = mRowHeadColumns[static_cast<std::size_t>(col)];
-  const std::int32_t planned = mColumnWidths[static_cast<std::size_t>(col)];
   for (std::int32_t r = std::max(firstRow, 0); r < endRow; ++r) {
     if (!IsRowHeadingCellPrinted(col, r)) {
       if (nodes != nullptr)
@@ -126,16 +135,7 @@ void OmPivotTableTxtExport::Data::PreFormatRowHeadRows(std::int32_t col, std::in
     std::int32_t extra = 0;
     const std::int32_t columns = GetNumberOfColumnsAvailableInRowHead(col, r, extra);
     const std::int32_t lines = GetNumberOfRowsAvailableInRowHead(col, r);
-    std::string text = GetCellText(label);
-    // A label of one column that stays one line in its planned column takes
-    // a plain node, as a data cell does.
-    std::int32_t length = 0;
-    if (nodes != nullptr && planned != 0 && columns == 1 && extra == 0 &&
-        mStringFolder->MeasureUnfolded(text, lines, planned, length)) {
-      AddPlainNode(*nodes, text, lines, length);
-    } else {
-      AddMeasuredNode(col, std::move(text), columns, lines, extra, width, nodes);
-    }
+    AddMeasuredNode(col, GetCellText(label), columns, lines, extra, width, nodes);
   }
 }
 
@@ -197,7 +197,6 @@ void OmPivotTableTxtExport::Data::PreFormatTableCells(std::int32_t col,
           return static_cast<std::int64_t>(key & 0xFFFFFFFFu) < row;
         });
   }
-  const std::int32_t planned = mColumnWidths[static_cast<std::size_t>(col)];
   // The rows' positions are copied from the heading's list, and the cell
   // found in the layer's own slots: this runs once per position.
   const OmPivotTable& table = mLayerHeading.Table();
@@ -211,14 +210,7 @@ void OmPivotTableTxtExport::Data::PreFormatTableCells(std::int32_t col,
     std::string_view stored;
     if (const OmCellText* cell = mLayerCells.At(cellIndex.data(), stored)) {
       const std::int32_t lines = mRowHeights[static_cast<std::size_t>(headRows + r)];
-      std::string text = GetCellText(cell, stored);
-      std::int32_t length = 0;
-      if (nodes != nullptr && planned != 0 &&
-          mStringFolder->MeasureUnfolded(text, lines, planned, length)) {
-        AddPlainNode(*nodes, text, lines, length);
-      } else {
-        AddMeasuredNode(col, std::move(text), 1, lines, 0, width, nodes);
-      }
+      AddMeasuredNode(col, GetCellText(cell, stored), 1, lines, 0, width, nodes);
       return true;
     }
     return false;
