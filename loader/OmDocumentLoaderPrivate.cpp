@@ -103,10 +103,10 @@ struct TapeEvent {
 // the event before to this one's.
 inline TapeEvent ReadEvent(const char*& in, Position& at) {
   const auto first = static_cast<unsigned char>(*in++);
-  if ((first & EventTape::kSamePlace) != 0) {
-  } else if ((first & EventTape::kSameLine) != 0) {
+  // An event at the place of the one before carries no step.
+  if ((first & EventTape::kSameLine) != 0) {
     at.column = Step(at.column, GetVarint(in));
-  } else {
+  } else if ((first & EventTape::kSamePlace) == 0) {
     at.line = Step(at.line, GetVarint(in));
     at.column = static_cast<std::int64_t>(GetVarint(in));
   }
