@@ -43,6 +43,21 @@ bool Span(const std::vector<std::int32_t>& sizes, std::uint64_t& span) {
   return true;
 }
 
+// Whether the layer holds a cell at every position of the row and column
+// dimensions, so that every combination of either axis holds one.
+bool IsFull(const OmPivotTable& table, const std::vector<std::int32_t>& layerIndex) {
+  std::uint64_t positions = 1;
+  for (const OmAxis axis : {OmAxis::Row, OmAxis::Column}) {
+    for (const std::int32_t d : table.AxisDimensions(axis)) {
+      const auto size = static_cast<std::uint64_t>(table.Dimension(d).NLeaves());
+      if (size == 0 || positions > (std::uint64_t{1} << 62) / size)
+        return false;
+      positions *= size;
+    }
+  }
+  return static_cast<std::uint64_t>(table.NCellsInLayer(layerIndex)) == positions;
+}
+
 }  // namespace
 
 OmAxisGrid::OmAxisGrid(const OmPivotTable& table, OmAxis axis,
@@ -60,6 +75,9 @@ OmAxisGrid::OmAxisGrid(const OmPivotTable& table, OmAxis axis,
   if (!hideEmpty) {
     if (!fits || span > INT32_MAX)
       throw std::bad_alloc();
+    AllCombinations(sizes, span);
+  } else if (fits && span <= INT32_MAX && IsFull(table, layerIndex)) {
+    // Nothing to hide, and no need to visit the cells to see so.
     AllCombinations(sizes, span);
   } else if (fits && span <= kBitmapFloor +
                                  8 * static_cast<std::uint64_t>(table.NCellsInLayer(layerIndex))) {
