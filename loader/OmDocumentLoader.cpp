@@ -38,6 +38,12 @@ OmDocumentError::OmDocumentError(std::int64_t line, std::int64_t column, const s
 namespace omtext::loader {
 namespace {
 
+// The white space JSON allows between tokens. NUL is none, so a test of the
+// NUL byte after a text is false without a test of the end.
+bool IsJsonSpace(char c) {
+  return c == ' ' || c == '\n' || c == '\r' || c == '\t';
+}
+
 // The reader's input: the document in chunks, with the line and column of
 // the start of the latest token. The reader skips white space before every
 // token (values, keys, brackets, commas and colons alike) and reports a value
@@ -84,7 +90,7 @@ class TrackingStream {
   // Skips the white space the reader skips, and notes where it stops. Most
   // tokens follow none, so that test stays apart from the skipping loop.
   void SkipWhitespace() {
-    if (IsSpace(Peek()))
+    if (IsJsonSpace(Peek()))
       SkipSpaces();
     mToken = Here();
     mTokenOffset = Tell();
@@ -109,11 +115,8 @@ class TrackingStream {
  private:
   static constexpr std::size_t kChunk = 1 << 16;
 
-  // The buffer always ends in a NUL byte, which is no space: a test of the
-  // byte at the end of the input is false without a test of the end.
-  static bool IsSpace(Ch c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
   void SkipSpaces() {
-    while (mCurrent != mLast && IsSpace(Peek()))
+    while (mCurrent != mLast && IsJsonSpace(Peek()))
       Take();
   }
 
@@ -179,7 +182,7 @@ class MappedStream {
   // it now and then: no token reaches back that far, and the loader keeps
   // copies of everything it holds.
   void SkipWhitespace() {
-    while (IsSpace(Peek()))
+    while (IsJsonSpace(Peek()))
       ++mCurrent;
     mTokenOffset = Tell();
     if (mTokenOffset >= mNextRelease && mText != nullptr) {
@@ -192,8 +195,6 @@ class MappedStream {
 
  private:
   static constexpr std::size_t kReleaseLag = std::size_t{1} << 20;
-
-  static bool IsSpace(Ch c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
 
   OmMappedText* mText;
   const char* mBegin;
