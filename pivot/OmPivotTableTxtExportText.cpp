@@ -61,12 +61,7 @@ std::string Data::GetCellText(const OmCellText* cell, std::string_view stored) {
 }
 
 void Data::AppendCellText(std::string& out, const OmCellText* cell) {
-  if (cell == nullptr)
-    return;
-  std::string text = cell->GetText();
-  if (!IsPlain(*cell, text))
-    DecorateCellText(text, *cell);
-  out += text;
+  out += GetCellText(cell);
 }
 
 void Data::AppendCellText(std::string& out, const OmCellText* cell, std::string_view stored) {
