@@ -87,6 +87,10 @@ class TrackingStream {
   void Flush() {}
   std::size_t PutEnd(Ch*) { return 0; }
 
+  // The texts of the number and the string just taken, as reported.
+  std::string_view NumberText(const char* text, std::size_t length) const { return {text, length}; }
+  std::string_view StringText(const char* text, std::size_t length) const { return {text, length}; }
+
   // Skips the white space the reader skips, and notes where it stops. Most
   // tokens follow none, so that test stays apart from the skipping loop.
   void SkipWhitespace() {
@@ -173,10 +177,32 @@ class MappedStream {
   Ch Take() { return *mCurrent++; }
   std::size_t Tell() const { return static_cast<std::size_t>(mCurrent - mBegin); }
 
-  Ch* PutBegin() { return nullptr; }
-  void Put(Ch) {}
+  // The reader is told to decode strings in place, which spares it copying
+  // every token onto its stack; but nothing is written here, Put only
+  // counts. So the reader reports a string as its raw text with its decoded
+  // length, and a number at wherever the stream then stands: its text is
+  // taken from where its token began instead.
+  Ch* PutBegin() {
+    mPut = 0;
+    return const_cast<Ch*>(mCurrent);
+  }
+  void Put(Ch) { ++mPut; }
   void Flush() {}
-  std::size_t PutEnd(Ch*) { return 0; }
+  std::size_t PutEnd(Ch*) const { return mPut; }
+
+  std::string_view NumberText(const char*, std::size_t length) const {
+    return {mBegin + mTokenOffset, length};
+  }
+  // The raw text is the decoded one unless the string had an escape; such a
+  // string, rare in real documents, is read again on its own to decode it.
+  std::string_view StringText(const char* text, std::size_t length) {
+    if (!StringHadEscape(length))
+      return {text, length};
+    DecodedString decoded{{}, mDecoded};
+    rapidjson::StringStream token(mBegin + mTokenOffset);
+    rapidjson::Reader().Parse<rapidjson::kParseStopWhenDoneFlag>(token, decoded);
+    return mDecoded;
+  }
 
   // Besides noting where a token starts, gives back the text well behind
   // it now and then: no token reaches back that far, and the loader keeps
@@ -196,11 +222,22 @@ class MappedStream {
  private:
   static constexpr std::size_t kReleaseLag = std::size_t{1} << 20;
 
+  // Keeps the one string a token decodes to.
+  struct DecodedString : rapidjson::BaseReaderHandler<rapidjson::UTF8<>, DecodedString> {
+    bool String(const char* text, rapidjson::SizeType length, bool) {
+      out.assign(text, length);
+      return true;
+    }
+    std::string& out;
+  };
+
   OmMappedText* mText;
   const char* mBegin;
   const char* mCurrent;
   std::size_t mTokenOffset = 0;
   std::size_t mNextRelease = 2 * kReleaseLag;
+  std::size_t mPut = 0;
+  std::string mDecoded;
 };
 
 // How deep lists and objects may nest in a document read in place, where
@@ -249,12 +286,12 @@ class SaxHandler {
     return true;
   }
   bool RawNumber(const char* text, rapidjson::SizeType length, bool) {
-    mDispatcher.Number(std::string_view(text, length), Next());
+    mDispatcher.Number(mStream.NumberText(text, length), Next());
     return true;
   }
   bool String(const char* text, rapidjson::SizeType length, bool) {
     const Position at = Next();
-    const std::string_view value(text, length);
+    const std::string_view value = mStream.StringText(text, length);
     if (value.size() > kMaxStringBytes) {
       Fail(at, "a string may hold at most " + std::to_string(kMaxStringBytes) + " bytes");
     }
@@ -265,7 +302,7 @@ class SaxHandler {
   }
   bool Key(const char* text, rapidjson::SizeType length, bool) {
     const Position at = Next();
-    const std::string_view key(text, length);
+    const std::string_view key = mStream.StringText(text, length);
     if (mStream.StringHadEscape(key.size()))
       CheckDecodedUtf8(key, at);
     mDispatcher.Key(key, at);
@@ -660,27 +697,6 @@ class RootFrame : public Frame {
   std::unique_ptr<DocumentFrame> mDocument;
 };
 
-// Reads a document in place: text (size bytes, followed by a NUL byte) must
-// be valid UTF-8 without NUL bytes. Returns nothing on any failure, a
-// document error or running out of memory alike; the caller then reads the
-// document as a stream, which says exactly what and where. The reader
-// recurses here, faster than its iterative mode, and the depth limit keeps
-// that recursion shallow.
-std::optional<OmOutputTree> ReadInPlace(const char* text, OmMappedText* mapped) {
-  try {
-    OmOutputTree result;
-    MappedStream stream(text, mapped);
-    RootFrame root(result);
-    SaxHandler<MappedStream> handler(stream, root, kMaxInPlaceDepth);
-    rapidjson::Reader reader;
-    constexpr unsigned kFlags = rapidjson::kParseNumbersAsStringsFlag;
-    if (!reader.Parse<kFlags>(stream, handler).IsError())
-      return result;
-  } catch (...) {
-  }
-  return std::nullopt;
-}
-
 std::string ReaderMessage(rapidjson::ParseErrorCode code) {
   std::string message = rapidjson::GetParseError_En(code);
   if (!message.empty() && message.back() == '.')
@@ -692,6 +708,22 @@ std::string ReaderMessage(rapidjson::ParseErrorCode code) {
 }
 
 }  // namespace
+
+std::optional<OmOutputTree> ReadInPlace(const char* text, OmMappedText* mapped) {
+  try {
+    OmOutputTree result;
+    MappedStream stream(text, mapped);
+    RootFrame root(result);
+    SaxHandler<MappedStream> handler(stream, root, kMaxInPlaceDepth);
+    rapidjson::Reader reader;
+    constexpr unsigned kFlags = rapidjson::kParseNumbersAsStringsFlag | rapidjson::kParseInsituFlag;
+    if (!reader.Parse<kFlags>(stream, handler).IsError())
+      return result;
+  } catch (...) {
+  }
+  return std::nullopt;
+}
+
 }  // namespace omtext::loader
 
 OmOutputTree OmDocumentLoader::Load(std::istream& in) {

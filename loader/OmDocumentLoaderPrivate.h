@@ -17,6 +17,7 @@
 #include <cstring>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,6 +28,8 @@ class OmCellText;
 class OmOutputPart;
 
 namespace omtext::loader {
+
+class OmMappedText;
 
 // Where a token starts: line and column (in bytes), counted from 1.
 struct Position {
@@ -45,6 +48,15 @@ constexpr int kMaxHeldDepth = 2003;
 
 // Quotes a key or text for a message, cutting it short when it is long.
 std::string Quote(std::string_view text);
+
+// Reads a document in place: text (followed by a NUL byte) must be valid
+// UTF-8 without NUL bytes. Returns nothing on any failure, a document error
+// or running out of memory alike; the caller then reads the document as a
+// stream, which says exactly what and where. The reader recurses here,
+// faster than its iterative mode, and a depth limit keeps that recursion
+// shallow. mapped, when not null, is the mapping text lies in, whose pages
+// are given back behind the reader.
+std::optional<OmOutputTree> ReadInPlace(const char* text, OmMappedText* mapped);
 
 class Frame {
  public:

@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <optional>
 #include <random>
 #include <sstream>
 #include <system_error>
@@ -22,6 +23,7 @@
 #include "host/output/OmCellText.h"
 #include "host/output/OmHeading.h"
 #include "host/table/OmPivotTable.h"
+#include "loader/OmDocumentLoaderPrivate.h"
 
 namespace {
 
@@ -112,10 +114,53 @@ OmPivotTable& FirstTable(OmOutputTree& tree) {
   return *dynamic_cast<OmPivotTable*>(tree.Begin().Value());
 }
 
+// Calls check with the tree of text read each way: as a stream, from a
+// string and from a file, the last two in place. A string or a file that
+// cannot be read in place is read as a stream, which would hide a fault of
+// reading in place; so the valid text must also be read in place directly.
+template <typename Check>
+void ForEachWay(const std::string& text, Check check) {
+  {
+    SCOPED_TRACE("read as a stream");
+    OmOutputTree tree = Load(text);
+    check(tree);
+  }
+  {
+    SCOPED_TRACE("read in place only");
+    std::optional<OmOutputTree> tree = omtext::loader::ReadInPlace(text.c_str(), nullptr);
+    ASSERT_TRUE(tree.has_value());
+    check(*tree);
+  }
+  {
+    SCOPED_TRACE("read from a string");
+    OmOutputTree tree = OmDocumentLoader::LoadString(text);
+    check(tree);
+  }
+  {
+    SCOPED_TRACE("read from a file");
+    const TextFile file(text);
+    OmOutputTree tree = OmDocumentLoader::LoadFile(file.Path());
+    check(tree);
+  }
+}
+
 TEST(OmDocumentLoader, EscapesAreDecodedAndAByteOrderMarkIsNoColumn) {
-  OmOutputTree tree = Load(R"({"output": [{"type": "heading", "text": "a\u00e9\t\"\u0000b"}]})");
-  EXPECT_EQ(static_cast<OmHeading*>(tree.Begin().Value())->Text().GetText(),
-            std::string("a\xC3\xA9\t\"\0b", 7));
+  ForEachWay(R"({"output": [{"type": "heading", "text": "a\u00e9\t\"\u0000b"}]})",
+             [](OmOutputTree& tree) {
+               EXPECT_EQ(static_cast<OmHeading*>(tree.Begin().Value())->Text().GetText(),
+                         std::string("a\xC3\xA9\t\"\0b", 7));
+             });
+  // Escaped keys and texts among numbers, where reading in place reports
+  // each token's raw text.
+  ForEachWay(Table(R"("t\u0069tle": "\ud83d\ude00\\", "dimensions": [{"label": "R",
+                      "axis": "row", "categories": ["a", "b", "c"]}],
+                      "d\u0061ta": [{"value": -12.50, "decimals": 2}, "t\/\"u\"", 2.5e1])"),
+             [](OmOutputTree& tree) {
+               const OmPivotTable& table = FirstTable(tree);
+               EXPECT_EQ(table.Title().GetText(), "\xF0\x9F\x98\x80\\");
+               EXPECT_EQ(CellAt(table, {0}) + " " + CellAt(table, {1}) + " " + CellAt(table, {2}),
+                         "-12.50 t/\"u\" 25");
+             });
   EXPECT_EQ(Rejection("\xEF\xBB\xBF{\"output\": 1}"),
             "1:12: expected a list of parts for \"output\", found a number");
 }
@@ -211,32 +256,35 @@ TEST(OmDocumentLoader, BadSequencesCountTheLineFeedsTheyTake) {
 
 TEST(PivotTableLoading, KeysMayComeInAnyOrder) {
   // "type" last, "cells" before "dimensions", every object's keys reversed.
-  OmOutputTree tree = Load(
+  ForEachWay(
       R"({"output": [{"cells": [[[1, 0], {"decimals": 1, "value": 2}],
       [[0, 1], {"markers": ["a"], "footnotes": [0], "text": "x"}]], "dimensions": [
       {"categories": [{"categories": ["a", "b"], "group": "g"}], "axis": "row", "label": "R"},
       {"current": 1, "categories": ["c", "d"], "show-label": false, "axis": "layer", "label": "L"}],
-      "footnotes": ["f"], "title": {"footnotes": [0], "text": "T"}, "type": "pivot-table"}]})");
-  OmPivotTable& table = FirstTable(tree);
-  EXPECT_EQ(table.NCells(), 2);
-  EXPECT_EQ(CellAt(table, {0, 1}) + " " + CellAt(table, {1, 0}), "x(0)[a] 2.0");
-  EXPECT_EQ(table.Title().Footnotes(), std::vector<std::int16_t>{0});
-  EXPECT_EQ(table.Dimension(0).Depth(), 2);
-  EXPECT_EQ(table.Dimension(1).CurrentLeaf(), 1);
-  EXPECT_FALSE(table.Dimension(1).ShowLabel());
+      "footnotes": ["f"], "title": {"footnotes": [0], "text": "T"}, "type": "pivot-table"}]})",
+      [](OmOutputTree& tree) {
+        OmPivotTable& table = FirstTable(tree);
+        EXPECT_EQ(table.NCells(), 2);
+        EXPECT_EQ(CellAt(table, {0, 1}) + " " + CellAt(table, {1, 0}), "x(0)[a] 2.0");
+        EXPECT_EQ(table.Title().Footnotes(), std::vector<std::int16_t>{0});
+        EXPECT_EQ(table.Dimension(0).Depth(), 2);
+        EXPECT_EQ(table.Dimension(1).CurrentLeaf(), 1);
+        EXPECT_FALSE(table.Dimension(1).ShowLabel());
+      });
 }
 
 TEST(PivotTableLoading, DenseDataAndTablesWithoutDimensions) {
-  OmOutputTree tree = Load(Table(
-      R"("dimensions": [{"label": "R", "axis": "row", "categories": ["a", "b"]},
+  ForEachWay(Table(R"("dimensions": [{"label": "R", "axis": "row", "categories": ["a", "b"]},
                         {"label": "C", "axis": "column", "categories": ["x", "y", "z"]}],
          "footnotes": ["f"], "data": [[1, null, {"value": 2, "decimals": 1}],
-                                      ["t", {"text": "u", "footnotes": [0]}, null]])"));
-  std::string cells;
-  for (std::int32_t i = 0; i < 6; ++i)
-    cells += CellAt(FirstTable(tree), {i / 3, i % 3}) + " ";
-  EXPECT_EQ(cells, "1 - 2.0 t u(0) - ");
-  tree = Load(Table(R"("data": "only")"));
+                                      ["t", {"text": "u", "footnotes": [0]}, null]])"),
+             [](OmOutputTree& tree) {
+               std::string cells;
+               for (std::int32_t i = 0; i < 6; ++i)
+                 cells += CellAt(FirstTable(tree), {i / 3, i % 3}) + " ";
+               EXPECT_EQ(cells, "1 - 2.0 t u(0) - ");
+             });
+  OmOutputTree tree = Load(Table(R"("data": "only")"));
   EXPECT_EQ(FirstTable(tree).Cell({})->GetText(), "only");
   tree = Load(Table(R"("data": null)"));
   EXPECT_EQ(FirstTable(tree).NCells(), 0);
