@@ -4,6 +4,8 @@
 #include "fold/OmWinStringFolder.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -27,6 +29,40 @@ std::int32_t ClampToInt32(std::int64_t value) {
 
 bool IsLineBreak(char c) {
   return c == '\n' || c == '\r';
+}
+
+// Whether any byte of s is at or below ' ', which blanks, line breaks and
+// the other controls all are. Subtracting 0x21 from every byte of a word
+// borrows into the top bit of each byte below it, and a byte from 0x80 up
+// is ruled out by its own top bit; the test is exact for the word as a
+// whole. Short texts are read as two words that may overlap.
+bool HasBlankOrControl(const char* s, std::size_t size) {
+  if (size >= 8) {
+    constexpr std::uint64_t kOnes = 0x0101010101010101U;
+    auto low = [s](std::size_t at) {
+      std::uint64_t word = 0;
+      std::memcpy(&word, s + at, sizeof word);
+      return (word - 0x21 * kOnes) & ~word & (0x80 * kOnes);
+    };
+    std::uint64_t found = low(size - 8);
+    for (std::size_t at = 0; at + 8 < size && found == 0; at += 8)
+      found = low(at);
+    return found != 0;
+  }
+  if (size >= 4) {
+    constexpr std::uint32_t kOnes = 0x01010101U;
+    auto low = [s](std::size_t at) {
+      std::uint32_t word = 0;
+      std::memcpy(&word, s + at, sizeof word);
+      return (word - 0x21 * kOnes) & ~word & (0x80 * kOnes);
+    };
+    return (low(0) | low(size - 4)) != 0;
+  }
+  for (std::size_t i = 0; i < size; ++i) {
+    if (static_cast<unsigned char>(s[i]) <= ' ')
+      return true;
+  }
+  return false;
 }
 
 // The byte length of the character at p; never 0, so no walk can stall.
@@ -424,7 +460,7 @@ bool OmWinStringFolder::Data::Unfolded(const std::string& text, std::int32_t row
   // blanks, with none at either end, are joined back as they stood when
   // the whole text fits; any other blank or a line break takes the fold.
   bool blanks = false;
-  for (std::size_t i = 0; i < size; ++i) {
+  for (std::size_t i = HasBlankOrControl(text.data(), size) ? 0 : size; i < size; ++i) {
     // Blanks and line breaks both sort at or below ' ': one test passes the
     // rest.
     const char c = text[i];
