@@ -343,28 +343,34 @@ namespace {
 std::optional<double> PlainDecimal(std::string_view raw) {
   static constexpr double kPowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                        1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-  std::size_t i = raw.size() > 0 && raw[0] == '-' ? 1 : 0;
-  const bool negative = i == 1;
+  const char* p = raw.data();
+  const char* const end = p + raw.size();
+  const bool negative = p != end && *p == '-';
+  if (negative)
+    ++p;
+  // The whole part's digits, then the fraction's; digits beyond the 15th
+  // may wrap, but then the count sends the text to the general parser.
   std::uint64_t digits = 0;
-  int count = 0;
-  int scale = -1;
-  for (; i < raw.size(); ++i) {
-    const char c = raw[i];
-    if (c >= '0' && c <= '9') {
-      if (++count > 15)
-        return std::nullopt;
-      digits = digits * 10 + static_cast<std::uint64_t>(c - '0');
-      if (scale >= 0)
-        ++scale;
-    } else if (c == '.' && scale < 0) {
-      scale = 0;
-    } else {
+  auto take = [&digits, &p, end] {
+    const char* const first = p;
+    for (; p != end && *p >= '0' && *p <= '9'; ++p)
+      digits = digits * 10 + static_cast<std::uint64_t>(*p - '0');
+    return static_cast<std::size_t>(p - first);
+  };
+  std::size_t count = take();
+  std::size_t scale = 0;
+  if (p != end) {
+    if (*p != '.')
       return std::nullopt;
-    }
+    ++p;
+    scale = take();
+    if (p != end)
+      return std::nullopt;
+    count += scale;
   }
-  if (count == 0)
+  if (count == 0 || count > 15)
     return std::nullopt;
-  const double value = static_cast<double>(digits) / kPowers[scale < 0 ? 0 : scale];
+  const double value = static_cast<double>(digits) / kPowers[scale];
   return negative ? -value : value;
 }
 
