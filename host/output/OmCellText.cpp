@@ -15,13 +15,14 @@ namespace {
 const std::vector<std::int16_t> kNoFootnotes;
 const std::vector<std::string> kNoMarkers;
 
-// Writes value with up to 3 decimals into out, rounded to nearest with ties
-// to even as std::to_chars does, and returns the end; null when the value is
-// out of this path's reach (at least 2^52, or not finite). Tables are mostly
-// such numbers, and the general conversion costs several times as much. The
-// value is m * 2^-s exactly, so m * 10^decimals (below 2^63) shifted right by
-// s is the scaled value, and the bits shifted out decide the rounding.
-char* FormatFixedShort(double value, int decimals, char* out) {
+// Writes value with up to 3 decimals so that it ends at end, rounded to
+// nearest with ties to even as std::to_chars does, and returns where it
+// starts; null when the value is out of this path's reach (at least 2^52,
+// or not finite). Tables are mostly such numbers, and the general
+// conversion costs several times as much. The value is m * 2^-s exactly, so
+// m * 10^decimals (below 2^63) shifted right by s is the scaled value, and
+// the bits shifted out decide the rounding.
+char* FormatFixedShort(double value, int decimals, char* end) {
   static constexpr std::uint64_t kScale[] = {1, 10, 100, 1000};
   if (decimals < 0 || decimals > 3)
     return nullptr;
@@ -45,14 +46,22 @@ char* FormatFixedShort(double value, int decimals, char* out) {
     if (rest > half || (rest == half && (whole & 1U) != 0))
       ++whole;
   }  // else the scaled value is below 2^63 / 2^64, which rounds to 0
-  // The digits, from the last, two at a time, then zeros up to one more
-  // than the decimals.
+  // From the last byte: the fraction's digits, zeros first included, the
+  // point, then the integer's digits two at a time and the sign.
   static constexpr char kPairs[] =
       "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
       "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
       "8081828384858687888990919293949596979899";
-  char digits[24];
-  char* first = digits + sizeof digits;
+  char* first = end;
+  if (decimals > 0) {
+    std::uint64_t fraction = whole % kScale[decimals];
+    whole /= kScale[decimals];
+    for (int d = 0; d < decimals; ++d) {
+      *--first = static_cast<char>('0' + fraction % 10);
+      fraction /= 10;
+    }
+    *--first = '.';
+  }
   while (whole >= 100) {
     const std::uint64_t pair = whole % 100;
     whole /= 100;
@@ -65,20 +74,9 @@ char* FormatFixedShort(double value, int decimals, char* out) {
   } else {
     *--first = static_cast<char>('0' + whole);
   }
-  while (digits + sizeof digits - first <= decimals)
-    *--first = '0';
-  const auto count = static_cast<std::size_t>(digits + sizeof digits - first);
-  const auto fraction = static_cast<std::size_t>(decimals);
   if ((bits >> 63) != 0)
-    *out++ = '-';
-  std::memcpy(out, first, count - fraction);
-  out += count - fraction;
-  if (fraction > 0) {
-    *out++ = '.';
-    std::memcpy(out, first + count - fraction, fraction);
-    out += fraction;
-  }
-  return out;
+    *--first = '-';
+  return first;
 }
 }  // namespace
 
@@ -121,8 +119,8 @@ std::string OmNumberCell::GetText() const {
   // sets a locale with a decimal comma still gets a point. 1e308 with 20
   // decimals needs 330 bytes.
   char buffer[400];
-  if (char* end = FormatFixedShort(mValue, mDecimals, buffer))
-    return std::string(buffer, end);
+  if (char* first = FormatFixedShort(mValue, mDecimals, buffer + sizeof buffer))
+    return std::string(first, buffer + sizeof buffer);
   const std::to_chars_result result =
       mDecimals >= 0
           ? std::to_chars(buffer, buffer + sizeof buffer, mValue, std::chars_format::fixed,
