@@ -177,6 +177,31 @@ TEST(OmCellArena, RemovingTheLastCellGivesItsRoomBack) {
   EXPECT_EQ(cells.At(first).GetText(), "first");
 }
 
+// A large table's cells go past the arena's first blocks into slabs of
+// several blocks; texts and numbers fill blocks of their own, interleaved
+// across the slabs, and every cell must keep its own bytes.
+TEST(OmCellArena, CellsKeepTheirValuesAcrossBlocksAndSlabs) {
+  OmCellArena cells;
+  std::vector<OmCellArena::Ref> refs;
+  constexpr int kCells = 400000;  // about 10 MB of records
+  for (int i = 0; i < kCells; ++i) {
+    refs.push_back(i % 3 == 0 ? cells.AddNumber(i, 0)
+                              : cells.AddText(std::string(static_cast<std::size_t>(i % 7), 'x') +
+                                              std::to_string(i)));
+  }
+  int wrong = 0;
+  for (int i = 0; i < kCells; ++i) {
+    const std::string expected =
+        i % 3 == 0 ? std::to_string(i)
+                   : std::string(static_cast<std::size_t>(i % 7), 'x') + std::to_string(i);
+    const OmCellArena::Ref ref = refs[static_cast<std::size_t>(i)];
+    if (cells.At(ref).GetText() != expected || (i % 3 != 0 && cells.BlockText(ref) != expected)) {
+      ++wrong;
+    }
+  }
+  EXPECT_EQ(wrong, 0);
+}
+
 // The store under the table, in each of its forms, with and without a
 // count of expected cells given before or after the first cell: every cell
 // stored is found again, nothing else is, and a walk visits each cell once.
