@@ -54,12 +54,8 @@ void Data::TabExport() {
     PrintCells(index, line);
     return;
   }
-  // The row heading's columns are read in place rather than row by row, so
-  // that no row makes a copy of its labels.
-  std::vector<const OmNodeColumn*> columns;
-  columns.reserve(static_cast<std::size_t>(headingColumns < 0 ? 0 : headingColumns));
-  for (std::int32_t c = 0; c < headingColumns; ++c)
-    columns.push_back(&mRowHeading.Column(c));
+  // The row heading's nodes are read from its grid one at a time rather
+  // than as whole columns, which would hold a pointer per row and column.
   const std::vector<std::int32_t>& rowDims = table.AxisDimensions(OmAxis::Row);
   const std::int32_t* rowLeaves = mRowHeading.LeafPositions().data();
   for (std::int32_t r = 0; r < rows; ++r) {
@@ -67,14 +63,10 @@ void Data::TabExport() {
     // A label is printed where its row differs from the row above in its
     // own heading column or one left of it.
     bool continues = r > 0;
-    for (std::size_t c = 0; c < columns.size(); ++c) {
-      const OmNodeColumn& nodes = *columns[c];
-      const auto at = static_cast<std::size_t>(r);
-      const OmDimensionTree::ConstNode* node = at < nodes.size() ? nodes[at] : nullptr;
-      if (continues) {
-        const OmDimensionTree::ConstNode* above = at - 1 < nodes.size() ? nodes[at - 1] : nullptr;
-        continues = SamePosition(above, node);
-      }
+    for (std::int32_t c = 0; c < headingColumns; ++c) {
+      const OmDimensionTree::ConstNode* node = mRowHeading.At(r, c);
+      if (continues)
+        continues = SamePosition(mRowHeading.At(r - 1, c), node);
       if (node != nullptr && !continues)
         AppendCellText(line, node->Label());
       // Every label field is closed, empty or not, so the data fields always

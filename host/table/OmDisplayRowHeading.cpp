@@ -50,6 +50,13 @@ OmNodeColumn OmDisplayRowHeading::Row(std::int32_t r) const {
   return mData->grid.NodesOfCombination(r);
 }
 
+const OmDimensionTree::ConstNode* OmDisplayRowHeading::At(std::int32_t r, std::int32_t i) const {
+  const OmAxisGrid& grid = mData->grid;
+  if (r < 0 || r >= grid.NCombinations() || i < 0 || i >= grid.NPositions())
+    return nullptr;
+  return grid.At(r, i);
+}
+
 const std::vector<const OmCellText*>& OmDisplayRowHeading::CornerText() const {
   return mData->corner;
 }

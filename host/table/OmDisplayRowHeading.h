@@ -42,6 +42,9 @@ class OmDisplayRowHeading {
   const OmNodeColumn& Column(std::int32_t i) const;
   // Row r across the heading columns; empty for an r out of range.
   OmNodeColumn Row(std::int32_t r) const;
+  // The node of row r in heading column i, as Column(i) holds it, read
+  // without making the column; null when either is out of range.
+  const OmDimensionTree::ConstNode* At(std::int32_t r, std::int32_t i) const;
   // One entry per heading column: with labelsInCorner, the label of each
   // row dimension whose label is shown at that dimension's first column;
   // null everywhere else.
