@@ -6,10 +6,6 @@
 #include <cstdlib>
 #include <new>
 
-#if defined(__linux__)
-#include <sys/mman.h>
-#endif
-
 namespace {
 
 // Put in front of every block: the links of the region's list of blocks in
@@ -81,19 +77,4 @@ std::size_t OmMemoryRegion::BlocksInUse() const {
 }
 std::size_t OmMemoryRegion::BytesInUse() const {
   return mData->bytes;
-}
-
-void OmAdviseHugePages(void* bytes, std::size_t size) {
-#if defined(__linux__) && defined(MADV_HUGEPAGE)
-  // Only whole pages can be advised; the kernel backs the 2 MiB-aligned
-  // stretches inside with huge pages.
-  const auto page = static_cast<std::uintptr_t>(4096);
-  const auto first = (reinterpret_cast<std::uintptr_t>(bytes) + page - 1) & ~(page - 1);
-  const auto end = (reinterpret_cast<std::uintptr_t>(bytes) + size) & ~(page - 1);
-  if (end > first)
-    ::madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
-#else
-  (void)bytes;
-  (void)size;
-#endif
 }

@@ -30,7 +30,3 @@ class OmMemoryRegion {
   struct Data;
   std::unique_ptr<Data> mData;
 };
-
-// Advises the system that the memory at bytes (size bytes) is best backed
-// by huge pages. Advice only: where the system has none, nothing changes.
-void OmAdviseHugePages(void* bytes, std::size_t size);

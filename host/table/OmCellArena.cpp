@@ -2,22 +2,12 @@
 #include "host/table/OmCellArena.h"
 
 #include <cassert>
-#include <cstdlib>
 #include <cstring>
 #include <utility>
-
-#include "host/platform/OmMemoryRegion.h"
 
 namespace {
 
 constexpr std::size_t kUnit = 8;
-
-// A table's first blocks are allocated one by one, so a small table stays
-// small; a large one then takes slabs of 2 MiB, aligned and advised as huge
-// pages where the system has them, which spares it a page fault every
-// 4 KiB of its cells.
-constexpr std::size_t kOwnBlocks = 32;
-constexpr std::size_t kSlabBytes = std::size_t{2} << 20;
 
 constexpr std::size_t RoundToUnit(std::size_t bytes) {
   return (bytes + kUnit - 1) / kUnit * kUnit;
@@ -70,15 +60,11 @@ OmCellArena::~OmCellArena() {
   NoteUsed(kNumbers);
   NoteUsed(kTexts);
   for (std::size_t b = 0; b < mBlocks.size(); ++b) {
-    unsigned char* block = mBlocks[b];
+    unsigned char* block = mBlocks[b].get();
     const Fill fill = mFills[b];
     for (std::size_t at = b == 0 ? kUnit : 0; at < fill.used;)
       at += DestroyRecord(block + at, fill.kind == kTexts);
   }
-}
-
-void OmCellArena::FreeBytes::operator()(unsigned char* bytes) const {
-  std::free(bytes);
 }
 
 void OmCellArena::NoteUsed(Kind kind) {
@@ -91,35 +77,21 @@ void OmCellArena::StartBlock(Kind kind) {
   // References to blocks past this many would reach the adopted cells'.
   if (mBlocks.size() >= (kAdopted >> kUnitsPerBlockLog2))
     throw std::bad_alloc();
-  static_assert(kSlabBytes % kBlockBytes == 0, "a slab holds whole blocks");
-  mBlocks.reserve(mBlocks.size() + 1);
-  mFills.reserve(mFills.size() + 1);
-  if (mSlabRoom == 0) {
-    mStorage.reserve(mStorage.size() + 1);
-    const bool own = mBlocks.size() < kOwnBlocks;
-    const std::size_t bytes = own ? kBlockBytes : kSlabBytes;
-    Storage storage(static_cast<unsigned char*>(own ? std::malloc(bytes)
-                                                    : std::aligned_alloc(kSlabBytes, bytes)));
-    if (!storage)
-      throw std::bad_alloc();
-    if (!own)
-      OmAdviseHugePages(storage.get(), bytes);
-    mStorage.push_back(std::move(storage));
-    mSlabNext = mStorage.back().get();
-    mSlabRoom = bytes / kBlockBytes;
-  }
-  unsigned char* block = mSlabNext;
-  mSlabNext += kBlockBytes;
-  --mSlabRoom;
+  std::unique_ptr<unsigned char[]> block(new unsigned char[kBlockBytes]);
   // The first unit of the first block holds no cell, so that no cell's
   // reference is 0.
   const auto start = static_cast<std::uint32_t>(mBlocks.empty() ? kUnit : 0);
   mFills.push_back(Fill{start, kind});
-  mBlocks.push_back(block);
+  try {
+    mBlocks.push_back(std::move(block));
+  } catch (...) {
+    mFills.pop_back();
+    throw;
+  }
   NoteUsed(kind);
   Cursor& cursor = mCursors[kind];
   cursor.block = mBlocks.size() - 1;
-  cursor.next = block + start;
+  cursor.next = mBlocks.back().get() + start;
   cursor.room = static_cast<std::uint32_t>(kBlockBytes) - start;
   cursor.ref = static_cast<Ref>(cursor.block << kUnitsPerBlockLog2 | start >> kUnitLog2);
 }
@@ -165,7 +137,7 @@ void OmCellArena::RemoveLast(Ref ref) {
   Cursor& cursor = mCursors[mFills[b].kind];
   assert(cursor.block == b);
   const auto bytes = static_cast<std::uint32_t>(
-      DestroyRecord(mBlocks[b] + ((ref & kUnitMask) << kUnitLog2), mFills[b].kind == kTexts));
+      DestroyRecord(mBlocks[b].get() + ((ref & kUnitMask) << kUnitLog2), mFills[b].kind == kTexts));
   assert(cursor.ref - ref == bytes >> kUnitLog2);
   cursor.next -= bytes;
   cursor.room += bytes;

@@ -41,7 +41,7 @@ class OmCellArena {
   std::string_view BlockText(Ref ref) const {
     if ((ref & kAdopted) != 0 || mFills[ref >> kUnitsPerBlockLog2].kind != kTexts)
       return std::string_view();
-    const unsigned char* length = mBlocks[ref >> kUnitsPerBlockLog2] +
+    const unsigned char* length = mBlocks[ref >> kUnitsPerBlockLog2].get() +
                                   (static_cast<std::size_t>(ref & kUnitMask) << kUnitLog2) +
                                   sizeof(OmCellText);
     return std::string_view(reinterpret_cast<const char*>(length + 1), *length);
@@ -51,7 +51,7 @@ class OmCellArena {
   OmCellText& At(Ref ref) const {
     if ((ref & kAdopted) != 0)
       return *mAdopted[ref & ~kAdopted];
-    unsigned char* record = mBlocks[ref >> kUnitsPerBlockLog2] +
+    unsigned char* record = mBlocks[ref >> kUnitsPerBlockLog2].get() +
                             (static_cast<std::size_t>(ref & kUnitMask) << kUnitLog2);
     // Every cell made here derives from OmCellText alone, so the base sits
     // where the cell was made.
@@ -99,21 +99,10 @@ class OmCellArena {
     Kind kind;
   };
 
-  struct FreeBytes {
-    void operator()(unsigned char* bytes) const;
-  };
-  using Storage = std::unique_ptr<unsigned char, FreeBytes>;
-
-  // The blocks in reference order.
-  std::vector<unsigned char*> mBlocks;
+  std::vector<std::unique_ptr<unsigned char[]>> mBlocks;
   // Parallel to mBlocks: how far each is filled (for the blocks being
   // filled, as of their last NoteUsed) and with which kind.
   std::vector<Fill> mFills;
-  // What the blocks lie in: a block each at first, then slabs of several.
-  std::vector<Storage> mStorage;
-  // The next block of the last slab, and how many are left there.
-  unsigned char* mSlabNext = nullptr;
-  std::size_t mSlabRoom = 0;
   Cursor mCursors[kKinds];
   std::vector<std::unique_ptr<OmCellText>> mAdopted;
 };

@@ -177,10 +177,9 @@ TEST(OmCellArena, RemovingTheLastCellGivesItsRoomBack) {
   EXPECT_EQ(cells.At(first).GetText(), "first");
 }
 
-// A large table's cells go past the arena's first blocks into slabs of
-// several blocks; texts and numbers fill blocks of their own, interleaved
-// across the slabs, and every cell must keep its own bytes.
-TEST(OmCellArena, CellsKeepTheirValuesAcrossBlocksAndSlabs) {
+// A large table's cells fill many blocks; texts and numbers fill blocks of
+// their own, interleaved, and every cell must keep its own bytes.
+TEST(OmCellArena, CellsKeepTheirValuesAcrossManyBlocks) {
   OmCellArena cells;
   std::vector<OmCellArena::Ref> refs;
   constexpr int kCells = 400000;  // about 10 MB of records
