@@ -31,33 +31,30 @@ bool IsLineBreak(char c) {
   return c == '\n' || c == '\r';
 }
 
-// Whether any byte of s is at or below ' ', which blanks, line breaks and
-// the other controls all are. Subtracting 0x21 from every byte of a word
-// borrows into the top bit of each byte below it, and a byte from 0x80 up
-// is ruled out by its own top bit; the test is exact for the word as a
-// whole. Short texts are read as two words that may overlap.
+// The bytes at or below ' ' (blanks, line breaks and the other controls)
+// among the sizeof(Word) bytes at s, nonzero when there is one. Subtracting
+// 0x21 from every byte borrows into the top bit of each byte below it, and a
+// byte from 0x80 up is ruled out by its own top bit; the test is exact for
+// the word as a whole.
+template <typename Word>
+Word LowBytes(const char* s) {
+  constexpr Word kOnes = static_cast<Word>(~Word{0}) / 0xFF;
+  Word word = 0;
+  std::memcpy(&word, s, sizeof word);
+  return static_cast<Word>((word - 0x21 * kOnes) & ~word & (0x80 * kOnes));
+}
+
+// Whether any byte of s is at or below ' '. Short texts are read as two
+// words that may overlap.
 bool HasBlankOrControl(const char* s, std::size_t size) {
   if (size >= 8) {
-    constexpr std::uint64_t kOnes = 0x0101010101010101U;
-    auto low = [s](std::size_t at) {
-      std::uint64_t word = 0;
-      std::memcpy(&word, s + at, sizeof word);
-      return (word - 0x21 * kOnes) & ~word & (0x80 * kOnes);
-    };
-    std::uint64_t found = low(size - 8);
+    std::uint64_t found = LowBytes<std::uint64_t>(s + size - 8);
     for (std::size_t at = 0; at + 8 < size && found == 0; at += 8)
-      found = low(at);
+      found = LowBytes<std::uint64_t>(s + at);
     return found != 0;
   }
-  if (size >= 4) {
-    constexpr std::uint32_t kOnes = 0x01010101U;
-    auto low = [s](std::size_t at) {
-      std::uint32_t word = 0;
-      std::memcpy(&word, s + at, sizeof word);
-      return (word - 0x21 * kOnes) & ~word & (0x80 * kOnes);
-    };
-    return (low(0) | low(size - 4)) != 0;
-  }
+  if (size >= 4)
+    return (LowBytes<std::uint32_t>(s) | LowBytes<std::uint32_t>(s + size - 4)) != 0;
   for (std::size_t i = 0; i < size; ++i) {
     if (static_cast<unsigned char>(s[i]) <= ' ')
       return true;
