@@ -17,6 +17,7 @@
 #include <limits>
 #include <optional>
 #include <sstream>
+#include <stdexcept>
 #include <system_error>
 #include <utility>
 
@@ -195,12 +196,15 @@ class MappedStream {
   }
   // The raw text is the decoded one unless the string had an escape; such a
   // string, rare in real documents, is read again on its own to decode it.
+  // The reader has just read the same token, so that cannot fail; if it did,
+  // reading in place gives up and the stream reads the document.
   std::string_view StringText(const char* text, std::size_t length) {
     if (!StringHadEscape(length))
       return {text, length};
     DecodedString decoded{{}, mDecoded};
     rapidjson::StringStream token(mBegin + mTokenOffset);
-    rapidjson::Reader().Parse<rapidjson::kParseStopWhenDoneFlag>(token, decoded);
+    if (rapidjson::Reader().Parse<rapidjson::kParseStopWhenDoneFlag>(token, decoded).IsError())
+      throw std::runtime_error("an escaped string read in place did not decode");
     return mDecoded;
   }
 
