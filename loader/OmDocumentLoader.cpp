@@ -489,8 +489,9 @@ class PartListFrame;
 // "type" are held and replayed into the body when the type is known.
 class PartFrame : public Frame {
  public:
-  PartFrame(Position start, PartListFrame& owner, int depth)
-      : Frame(start), mOwner(owner), mDepth(depth) {}
+  // inPlace: whether the document is read in place (see HeldValue).
+  PartFrame(Position start, PartListFrame& owner, int depth, bool inPlace)
+      : Frame(start), mOwner(owner), mDepth(depth), mInPlace(inPlace) {}
 
   void OnKey(std::string_view key, Position at) override {
     if (const int k = FindKey(kKeys, key); k >= 0) {
@@ -505,6 +506,7 @@ class PartFrame : public Frame {
         Fail(at, "unknown key " + Quote(key) + " in a part");
       }
       mSlot = Slot::kHold;
+      mHoldingData = key == "data";
       mHeld.OnKey(key, at);
     }
   }
@@ -581,7 +583,7 @@ class PartFrame : public Frame {
     if (found == nullptr)
       Fail(at, "unknown part type " + Quote(name));
     if (found->kind == PartKind::kPivotTable) {
-      mBody = MakePivotTableBody(Start());
+      mBody = MakePivotTableBody(Start(), mInPlace);
     } else {
       mBody = std::make_unique<SimplePartBody>(Start(), found->kind, found->name);
     }
@@ -592,7 +594,10 @@ class PartFrame : public Frame {
 
   PartListFrame& mOwner;
   int mDepth;
+  bool mInPlace;
   Slot mSlot = Slot::kNone;
+  // Whether the held key is "data", whose list is held in a form of its own.
+  bool mHoldingData = false;
   KeySet mKeys;
   bool mSelected = true;
   std::unique_ptr<PartBody> mBody;
@@ -606,11 +611,11 @@ class PartFrame : public Frame {
 // levels count from 1 and are shifted when the list is handed over.
 class PartListFrame : public Frame {
  public:
-  PartListFrame(Position start, OmOutputTree& result, int depth)
-      : Frame(start), mResult(result), mDepth(depth) {}
+  PartListFrame(Position start, OmOutputTree& result, int depth, bool inPlace)
+      : Frame(start), mResult(result), mDepth(depth), mInPlace(inPlace) {}
 
   Frame* OnObject(Position at) override {
-    mPart = std::make_unique<PartFrame>(at, *this, mDepth);
+    mPart = std::make_unique<PartFrame>(at, *this, mDepth, mInPlace);
     return mPart.get();
   }
 
@@ -627,6 +632,7 @@ class PartListFrame : public Frame {
  private:
   OmOutputTree& mResult;
   int mDepth;
+  bool mInPlace;
   OmOutputTree mParts;
   std::unique_ptr<PartFrame> mPart;
 };
@@ -636,13 +642,13 @@ Frame* PartFrame::OnArray(Position at) {
     if (mDepth >= kMaxPartDepth) {
       Fail(at, "parts are nested more than " + std::to_string(kMaxPartDepth) + " levels deep");
     }
-    mChildList = std::make_unique<PartListFrame>(at, mChildren, mDepth + 1);
+    mChildList = std::make_unique<PartListFrame>(at, mChildren, mDepth + 1, mInPlace);
     return mChildList.get();
   }
   if (mSlot == Slot::kBody)
     return mBody->OnArray(at);
   if (mSlot == Slot::kHold)
-    return mHeld.OnArray(at);
+    return mHoldingData && mInPlace ? mHeld.Hold(MakeHeldData(at), at) : mHeld.OnArray(at);
   Mismatch(at, "a list");
 }
 
@@ -658,7 +664,8 @@ void PartFrame::OnEnd(Position at) {
 // The document object: {"output": [PART, ...]}.
 class DocumentFrame : public Frame {
  public:
-  DocumentFrame(Position start, OmOutputTree& result) : Frame(start), mResult(result) {}
+  DocumentFrame(Position start, OmOutputTree& result, bool inPlace)
+      : Frame(start), mResult(result), mInPlace(inPlace) {}
 
   void OnKey(std::string_view key, Position at) override {
     if (key != "output")
@@ -666,7 +673,7 @@ class DocumentFrame : public Frame {
     mKeys.Mark(0, key, at);
   }
   Frame* OnArray(Position at) override {
-    mList = std::make_unique<PartListFrame>(at, mResult, 1);
+    mList = std::make_unique<PartListFrame>(at, mResult, 1, mInPlace);
     return mList.get();
   }
   void OnEnd(Position) override {
@@ -679,6 +686,7 @@ class DocumentFrame : public Frame {
 
  private:
   OmOutputTree& mResult;
+  bool mInPlace;
   KeySet mKeys;
   std::unique_ptr<PartListFrame> mList;
 };
@@ -686,9 +694,10 @@ class DocumentFrame : public Frame {
 // Stands below the document: the whole text must be one object.
 class RootFrame : public Frame {
  public:
-  explicit RootFrame(OmOutputTree& result) : Frame(Position{}), mResult(result) {}
+  RootFrame(OmOutputTree& result, bool inPlace)
+      : Frame(Position{}), mResult(result), mInPlace(inPlace) {}
   Frame* OnObject(Position at) override {
-    mDocument = std::make_unique<DocumentFrame>(at, mResult);
+    mDocument = std::make_unique<DocumentFrame>(at, mResult, mInPlace);
     return mDocument.get();
   }
   void OnEnd(Position) override {}
@@ -698,6 +707,7 @@ class RootFrame : public Frame {
 
  private:
   OmOutputTree& mResult;
+  bool mInPlace;
   std::unique_ptr<DocumentFrame> mDocument;
 };
 
@@ -717,7 +727,7 @@ std::optional<OmOutputTree> ReadInPlace(const char* text, OmMappedText* mapped) 
   try {
     OmOutputTree result;
     MappedStream stream(text, mapped);
-    RootFrame root(result);
+    RootFrame root(result, true);
     SaxHandler<MappedStream> handler(stream, root, kMaxInPlaceDepth);
     rapidjson::Reader reader;
     constexpr unsigned kFlags = rapidjson::kParseNumbersAsStringsFlag | rapidjson::kParseInsituFlag;
@@ -734,7 +744,7 @@ OmOutputTree OmDocumentLoader::Load(std::istream& in) {
   using namespace omtext::loader;
   OmOutputTree result;
   TrackingStream stream(in);
-  RootFrame root(result);
+  RootFrame root(result, false);
   SaxHandler<TrackingStream> handler(stream, root);
   rapidjson::Reader reader;
   constexpr unsigned kFlags = rapidjson::kParseIterativeFlag |

@@ -58,6 +58,9 @@ void Frame::OnBool(bool, Position at) {
 void Frame::OnNull(Position at) {
   Mismatch(at, "null");
 }
+void Frame::OnCell(ParsedCell&, Position at) {
+  Mismatch(at, "a cell");
+}
 void Frame::OnTooDeep(bool list, Position at) {
   // Whatever frame the object or list would open is never used: the
   // document is refused here either way.
@@ -72,22 +75,11 @@ void Frame::OnTooDeep(bool list, Position at) {
 
 namespace {
 
-// The smallest and the largest block a tape allocates: small tapes (a few
-// keys before a part's "type") stay small, and large ones grow in blocks that
-// are freed one by one as they are replayed. Blocks stay below the size the
-// allocator maps from the system on its own, so a freed block's memory goes
-// to the cells being built rather than back to the system and in again.
+// The smallest and the largest block of bytes: small tapes (a few keys
+// before a part's "type") stay small, and large ones grow in blocks that are
+// freed one by one as they are replayed.
 constexpr std::size_t kFirstBlockBytes = 256;
 constexpr std::size_t kLargestBlockBytes = std::size_t{64} << 10;
-std::uint64_t GetVarint(const char*& in) {
-  std::uint64_t value = 0;
-  for (unsigned shift = 0;; shift += 7) {
-    const auto byte = static_cast<unsigned char>(*in++);
-    value |= static_cast<std::uint64_t>(byte & 0x7F) << shift;
-    if (byte < 0x80)
-      return value;
-  }
-}
 
 // Steps a coordinate by a difference taken modulo 2^64, as PutVarint wrote it.
 std::int64_t Step(std::int64_t from, std::uint64_t by) {
@@ -97,6 +89,8 @@ std::int64_t Step(std::int64_t from, std::uint64_t by) {
 struct TapeEvent {
   EventTape::Kind kind;
   std::string_view text;
+  // A held value's number.
+  std::size_t value = 0;
 };
 
 // Reads the event at `in` and moves past it; `at` steps from the position of
@@ -105,24 +99,26 @@ inline TapeEvent ReadEvent(const char*& in, Position& at) {
   const auto first = static_cast<unsigned char>(*in++);
   // An event at the place of the one before carries no step.
   if ((first & EventTape::kSameLine) != 0) {
-    at.column = Step(at.column, GetVarint(in));
+    at.column = Step(at.column, ByteBlocks::GetVarint(in));
   } else if ((first & EventTape::kSamePlace) == 0) {
-    at.line = Step(at.line, GetVarint(in));
-    at.column = static_cast<std::int64_t>(GetVarint(in));
+    at.line = Step(at.line, ByteBlocks::GetVarint(in));
+    at.column = static_cast<std::int64_t>(ByteBlocks::GetVarint(in));
   }
   TapeEvent event{
       static_cast<EventTape::Kind>(first & ~(EventTape::kSameLine | EventTape::kSamePlace)), {}};
   if (EventTape::HasText(event.kind)) {
-    const auto length = static_cast<std::size_t>(GetVarint(in));
+    const auto length = static_cast<std::size_t>(ByteBlocks::GetVarint(in));
     event.text = std::string_view(in, length);
     in += length;
+  } else if (event.kind == EventTape::Kind::kHeldValue) {
+    event.value = static_cast<std::size_t>(ByteBlocks::GetVarint(in));
   }
   return event;
 }
 
 }  // namespace
 
-void EventTape::Grow(std::size_t most) {
+void ByteBlocks::Grow(std::size_t most) {
   Seal();
   const std::size_t grown =
       mBlocks.empty() ? kFirstBlockBytes : std::min(2 * mBlocks.back().size, kLargestBlockBytes);
@@ -133,50 +129,57 @@ void EventTape::Grow(std::size_t most) {
   mOutEnd = mOut + size;
 }
 
-void EventTape::Seal() {
-  if (!mBlocks.empty())
-    mBlocks.back().used = static_cast<std::size_t>(mOut - mBlocks.back().bytes.get());
-}
-
 void EventTape::AddHeldKey(std::string_view key, Position at) {
-  Reserve(1 + 3 * kVarintBytes + key.size());
-  mSegments.push_back(Mark{mBlocks.size() - 1,
-                           static_cast<std::size_t>(mOut - mBlocks.back().bytes.get()),
-                           Position{mLastLine, mLastColumn}});
+  mBytes.Reserve(1 + 3 * ByteBlocks::kVarintBytes + key.size());
+  mSegments.push_back(
+      Mark{mBytes.Blocks().size() - 1, mBytes.Offset(), Position{mLastLine, mLastColumn}});
   Add(Kind::kKey, at, key);
 }
 
+HeldValue* EventTape::AddHeldValue(std::unique_ptr<HeldValue> value, Position at) {
+  // Room for the event and its number in one block, as an event is read.
+  mBytes.Reserve(1 + 4 * ByteBlocks::kVarintBytes);
+  Add(Kind::kHeldValue, at);
+  char* out = mBytes.Reserve(ByteBlocks::kVarintBytes);
+  mBytes.Advance(ByteBlocks::PutVarint(out, mValues.size()));
+  mValues.push_back(std::move(value));
+  return mValues.back().get();
+}
+
 void EventTape::Clear() {
-  mBlocks.clear();
+  mBytes.Clear();
   mSegments.clear();
-  mOut = mOutEnd = nullptr;
+  mValues.clear();
   mLastLine = 1;
   mLastColumn = 1;
 }
 
-void EventTape::Replay(Frame& target) {
+void EventTape::MoveTo(EventTape& taken) {
   // Taken out first, so the tape is empty and usable while its events go out.
-  Seal();
-  EventTape taken;
-  std::swap(taken.mBlocks, mBlocks);
+  mBytes.Seal();
+  std::swap(taken.mBytes, mBytes);
+  std::swap(taken.mSegments, mSegments);
+  std::swap(taken.mValues, mValues);
   Clear();
+}
+
+void EventTape::Replay(Frame& target) {
+  EventTape taken;
+  MoveTo(taken);
   Dispatcher dispatcher(target);
   taken.Send(dispatcher, Mark{}, nullptr, true);
 }
 
 void EventTape::ReplayDeferring(Frame& target, const KeyPredicate& later) {
-  Seal();
   EventTape taken;
-  std::swap(taken.mBlocks, mBlocks);
-  std::swap(taken.mSegments, mSegments);
-  Clear();
+  MoveTo(taken);
   std::vector<Mark>& segments = taken.mSegments;
   // Events before the first held key, if any, go out first.
   if (segments.empty() || segments.front().block != 0 || segments.front().offset != 0)
     segments.insert(segments.begin(), Mark{});
   // A segment's first event is its key, read here to choose its round.
   auto keyOf = [&](const Mark& mark) {
-    const char* in = taken.mBlocks[mark.block].bytes.get() + mark.offset;
+    const char* in = taken.mBytes.Blocks()[mark.block].bytes.get() + mark.offset;
     Position at = mark.before;
     const TapeEvent event = ReadEvent(in, at);
     return event.kind == Kind::kKey ? event.text : std::string_view();
@@ -193,7 +196,7 @@ void EventTape::ReplayDeferring(Frame& target, const KeyPredicate& later) {
       if (round) {
         // Every event before this segment has gone out.
         for (std::size_t b = 0; b < segments[i].block; ++b)
-          taken.mBlocks[b].bytes.reset();
+          taken.mBytes.Blocks()[b].bytes.reset();
       }
       taken.Send(dispatcher, segments[i], next, round);
     }
@@ -202,14 +205,15 @@ void EventTape::ReplayDeferring(Frame& target, const KeyPredicate& later) {
 
 void EventTape::Send(Dispatcher& dispatcher, const Mark& from, const Mark* to, bool release) {
   Position at = from.before;
-  const std::size_t lastBlock = to != nullptr ? to->block : mBlocks.size() - 1;
-  for (std::size_t b = from.block; b <= lastBlock && b < mBlocks.size(); ++b) {
-    Block& block = mBlocks[b];
+  std::vector<ByteBlocks::Block>& blocks = mBytes.Blocks();
+  const std::size_t lastBlock = to != nullptr ? to->block : blocks.size() - 1;
+  for (std::size_t b = from.block; b <= lastBlock && b < blocks.size(); ++b) {
+    ByteBlocks::Block& block = blocks[b];
     const char* in = block.bytes.get() + (b == from.block ? from.offset : 0);
     const char* const end =
         block.bytes.get() + (to != nullptr && b == to->block ? to->offset : block.used);
     while (in < end) {
-      const auto [kind, text] = ReadEvent(in, at);
+      const auto [kind, text, value] = ReadEvent(in, at);
       switch (kind) {
         case Kind::kKey:
           dispatcher.Key(text, at);
@@ -239,6 +243,10 @@ void EventTape::Send(Dispatcher& dispatcher, const Mark& from, const Mark* to, b
         case Kind::kTooDeepObject:
         case Kind::kTooDeepArray:
           dispatcher.TooDeep(kind == Kind::kTooDeepArray, at);
+          break;
+        case Kind::kHeldValue:
+          mValues[value]->Replay(dispatcher);
+          mValues[value].reset();
           break;
       }
     }

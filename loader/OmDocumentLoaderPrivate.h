@@ -30,6 +30,8 @@ class OmOutputPart;
 namespace omtext::loader {
 
 class OmMappedText;
+// A cell of a table as read, defined with the table's frames.
+struct ParsedCell;
 
 // Where a token starts: line and column (in bytes), counted from 1.
 struct Position {
@@ -79,6 +81,8 @@ class Frame {
   virtual void OnNumber(std::string_view raw, Position at);
   virtual void OnBool(bool value, Position at);
   virtual void OnNull(Position at);
+  // A cell read before, replayed whole from a held value (see HeldValue).
+  virtual void OnCell(ParsedCell& cell, Position at);
   // A held object or list that stood deeper than kMaxHeldDepth, replayed
   // in its place: refused as the object or list itself would be, and for its
   // depth if the frame would take it.
@@ -109,6 +113,7 @@ class Dispatcher {
   void Number(std::string_view raw, Position at) { Top().OnNumber(raw, at); }
   void Bool(bool value, Position at) { Top().OnBool(value, at); }
   void Null(Position at) { Top().OnNull(at); }
+  void Cell(ParsedCell& cell, Position at) { Top().OnCell(cell, at); }
   void TooDeep(bool list, Position at) { Top().OnTooDeep(list, at); }
   void StartObject(Position at) { Push(Top().OnObject(at)); }
   void StartArray(Position at) { Push(Top().OnArray(at)); }
@@ -141,6 +146,83 @@ class Dispatcher {
   std::vector<Level> mStack;
 };
 
+// Bytes written in blocks and read back in order, each block freed once
+// read. Blocks start small and grow to 64 KiB, below the size the allocator
+// maps from the system on its own, so a freed block's memory goes to the
+// cells being built rather than back to the system and in again.
+class ByteBlocks {
+ public:
+  struct Block {
+    std::unique_ptr<char[]> bytes;
+    std::size_t size = 0;
+    std::size_t used = 0;
+  };
+
+  // The most bytes a variable-length integer takes.
+  static constexpr std::size_t kVarintBytes = 10;
+
+  // Where to write at most `most` bytes, all in one block; Advance past
+  // what was written.
+  char* Reserve(std::size_t most) {
+    if (static_cast<std::size_t>(mOutEnd - mOut) < most)
+      Grow(most);
+    return mOut;
+  }
+  void Advance(char* out) { mOut = out; }
+  // How far the last block is written.
+  std::size_t Offset() const { return static_cast<std::size_t>(mOut - mBlocks.back().bytes.get()); }
+  // Notes in the last block how much of it is written, for reading back.
+  void Seal() {
+    if (!mBlocks.empty())
+      mBlocks.back().used = Offset();
+  }
+  bool Empty() const { return mBlocks.empty(); }
+  std::vector<Block>& Blocks() { return mBlocks; }
+  void Clear() {
+    mBlocks.clear();
+    mOut = mOutEnd = nullptr;
+  }
+
+  static char* PutVarint(char* out, std::uint64_t value) {
+    while (value >= 0x80) {
+      *out++ = static_cast<char>((value & 0x7F) | 0x80);
+      value >>= 7;
+    }
+    *out++ = static_cast<char>(value);
+    return out;
+  }
+  static std::uint64_t GetVarint(const char*& in) {
+    std::uint64_t value = 0;
+    for (unsigned shift = 0;; shift += 7) {
+      const auto byte = static_cast<unsigned char>(*in++);
+      value |= static_cast<std::uint64_t>(byte & 0x7F) << shift;
+      if (byte < 0x80)
+        return value;
+    }
+  }
+
+ private:
+  void Grow(std::size_t most);
+
+  // Every block's `used` is kept but the last one's, which ends at mOut.
+  std::vector<Block> mBlocks;
+  char* mOut = nullptr;
+  char* mOutEnd = nullptr;
+};
+
+// A value held in a form of its own rather than as events: a table's dense
+// "data", read before its dimensions, is held as the cells it makes, which
+// take a third of the room of their events and replay without being read
+// again. Only a document read in place holds such values: its events carry
+// no position, and a document with an error is read again as a stream,
+// which holds events and reports errors in their usual order.
+class HeldValue : public Frame {
+ public:
+  using Frame::Frame;
+  // Sends the value to dispatcher as events and cells, freeing it as it goes.
+  virtual void Replay(Dispatcher& dispatcher) = 0;
+};
+
 // Events held for a later replay, packed into blocks of bytes. Each event
 // takes one byte of kind, its position as a step from the event before (none
 // at the same place, a column step on the same line, else a line step and a
@@ -159,7 +241,9 @@ class EventTape {
     kStartArray,
     kEnd,
     kTooDeepObject,
-    kTooDeepArray
+    kTooDeepArray,
+    // A HeldValue, by its number among the tape's.
+    kHeldValue
   };
 
   EventTape() = default;
@@ -169,32 +253,34 @@ class EventTape {
   // Adds an event; text is the key, string or raw number. Defined here, as
   // it runs for every event held.
   void Add(Kind kind, Position at, std::string_view text = {}) {
-    Reserve(1 + 3 * kVarintBytes + text.size());
-    char* out = mOut;
+    char* out = mBytes.Reserve(1 + 3 * ByteBlocks::kVarintBytes + text.size());
     if (at.line != mLastLine) {
       *out++ = static_cast<char>(kind);
-      out = PutVarint(out, Difference(at.line, mLastLine));
-      out = PutVarint(out, static_cast<std::uint64_t>(at.column));
+      out = ByteBlocks::PutVarint(out, Difference(at.line, mLastLine));
+      out = ByteBlocks::PutVarint(out, static_cast<std::uint64_t>(at.column));
       mLastLine = at.line;
       mLastColumn = at.column;
     } else if (at.column != mLastColumn) {
       *out++ = static_cast<char>(static_cast<unsigned>(kind) | kSameLine);
-      out = PutVarint(out, Difference(at.column, mLastColumn));
+      out = ByteBlocks::PutVarint(out, Difference(at.column, mLastColumn));
       mLastColumn = at.column;
     } else {
       *out++ = static_cast<char>(static_cast<unsigned>(kind) | kSamePlace);
     }
     if (HasText(kind)) {
-      out = PutVarint(out, text.size());
+      out = ByteBlocks::PutVarint(out, text.size());
       std::memcpy(out, text.data(), text.size());
       out += text.size();
     }
-    mOut = out;
+    mBytes.Advance(out);
   }
   // Adds a held key: a key outside the held values, which begins a segment
   // of the tape that a replay may send out of turn.
   void AddHeldKey(std::string_view key, Position at);
-  bool Empty() const { return mBlocks.empty(); }
+  // Adds a value held in its own form, which takes the value's events
+  // until its object or list closes.
+  HeldValue* AddHeldValue(std::unique_ptr<HeldValue> value, Position at);
+  bool Empty() const { return mBytes.Empty(); }
 
   // Set in an event's first byte when it stands on the line of the event
   // before, or at the same place (as every event of a document read in
@@ -215,11 +301,6 @@ class EventTape {
   void ReplayDeferring(Frame& target, const KeyPredicate& later);
 
  private:
-  struct Block {
-    std::unique_ptr<char[]> bytes;
-    std::size_t size = 0;
-    std::size_t used = 0;
-  };
   // Where a segment starts, with the position its first event steps from.
   struct Mark {
     std::size_t block = 0;
@@ -227,30 +308,13 @@ class EventTape {
     Position before;
   };
 
-  // The most bytes a variable-length integer takes.
-  static constexpr std::size_t kVarintBytes = 10;
-
-  static char* PutVarint(char* out, std::uint64_t value) {
-    while (value >= 0x80) {
-      *out++ = static_cast<char>((value & 0x7F) | 0x80);
-      value >>= 7;
-    }
-    *out++ = static_cast<char>(value);
-    return out;
-  }
   // A coordinate's step, taken modulo 2^64 so that any step can be written.
   static std::uint64_t Difference(std::int64_t to, std::int64_t from) {
     return static_cast<std::uint64_t>(to) - static_cast<std::uint64_t>(from);
   }
 
-  // Makes room for an event of at most `most` bytes at mOut.
-  void Reserve(std::size_t most) {
-    if (static_cast<std::size_t>(mOutEnd - mOut) < most)
-      Grow(most);
-  }
-  void Grow(std::size_t most);
-  // Notes in the last block how much of it is written.
-  void Seal();
+  // Moves the tape's contents to taken and empties this one.
+  void MoveTo(EventTape& taken);
   // Sends the events from `from` up to `to` (or to the end) to dispatcher.
   void Send(Dispatcher& dispatcher, const Mark& from, const Mark* to, bool release);
   void Clear();
@@ -259,11 +323,9 @@ class EventTape {
   // Its line and column are kept apart: the compiler would store them
   // together through the stack, which stalls every event.
   std::int64_t mLastLine = 1;
-  // Every block's `used` is kept but the last one's, which ends at mOut.
-  std::vector<Block> mBlocks;
-  char* mOut = nullptr;
-  char* mOutEnd = nullptr;
+  ByteBlocks mBytes;
   std::vector<Mark> mSegments;
+  std::vector<std::unique_ptr<HeldValue>> mValues;
   std::int64_t mLastColumn = 1;
 };
 
@@ -286,6 +348,11 @@ class HoldFrame : public Frame {
   void OnNull(Position at) override;
   void OnTooDeep(bool list, Position at) override;
   void OnEnd(Position at) override;
+  // Holds the list or object opening at `at` as value, which takes its
+  // events; in place of OnObject or OnArray, for a held key's value.
+  Frame* Hold(std::unique_ptr<HeldValue> value, Position at) {
+    return mTape.AddHeldValue(std::move(value), at);
+  }
 
   bool Empty() const { return mTape.Empty(); }
   // Sends everything held to target's frames, in order, and forgets it.

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <string>
@@ -43,6 +44,8 @@ std::string Count(std::int64_t n, std::string_view one, std::string_view many) {
   return std::to_string(n) + " " + std::string(n == 1 ? one : many);
 }
 
+}  // namespace
+
 // A CELL of the document as read: a text or a number, with its footnote
 // numbers (and where each stands) and markers.
 struct ParsedCell {
@@ -76,6 +79,8 @@ struct ParsedCell {
     value = ParseDouble(raw, start);
   }
 };
+
+namespace {
 
 void AddExtras(OmCellText& cell, ParsedCell& parsed) {
   // Most cells have neither, and this runs for every cell.
@@ -438,7 +443,8 @@ class DataListFrame;
 // The body of a pivot table part.
 class PivotTableBody : public PartBody, public CellSink {
  public:
-  explicit PivotTableBody(Position start);
+  // inPlace: whether the document is read in place (see HeldValue).
+  PivotTableBody(Position start, bool inPlace);
   ~PivotTableBody() override;
 
   void OnKey(std::string_view key, Position at) override;
@@ -498,6 +504,7 @@ class PivotTableBody : public PartBody, public CellSink {
   std::unique_ptr<OmPivotTable> mTable = std::make_unique<OmPivotTable>();
   int mKey = -1;
   KeySet mKeys;
+  bool mInPlace;
   bool mHolding = false;
   bool mReplaying = false;
   bool mDimensionsDone = false;
@@ -757,6 +764,10 @@ class DataListFrame : public Frame, public CellSink {
     mBody.Table().SetNumber(mBody.DenseIndex(), ParseDouble(raw, at));
   }
   void OnNull(Position at) override { Enter(at, true); }
+  void OnCell(ParsedCell& cell, Position at) override {
+    Enter(at, true);
+    mBody.StoreDense(cell);
+  }
   void TakeCell(ParsedCell& cell) override { mBody.StoreDense(cell); }
   void OnEnd(Position) override {
     if (mCount != mLeaves)
@@ -793,8 +804,124 @@ class DataListFrame : public Frame, public CellSink {
   std::unique_ptr<DataListFrame> mChild;
 };
 
-PivotTableBody::PivotTableBody(Position start)
-    : PartBody(start), mFootnoteList(start, mFootnotes, "\"footnotes\"") {}
+// A table's dense "data" held before its dimensions are known, as records
+// of its lists and cells: a byte for a list's start or end or a null, a
+// number's decimals and value, a text's length and bytes. A cell with
+// footnotes or markers, which few tables have, is kept whole.
+class HeldData : public HeldValue, public CellSink {
+ public:
+  // Made for the list opening at start, in place of OnArray.
+  explicit HeldData(Position start) : HeldValue(start) { PutRecord(kList); }
+
+  Frame* OnArray(Position) override {
+    PutRecord(kList);
+    return this;
+  }
+  Frame* OnObject(Position at) override {
+    mCell.Reopen(at, *this);
+    return &mCell;
+  }
+  void OnString(std::string_view text, Position at) override {
+    CheckCellText(text, at);
+    PutText(text);
+  }
+  void OnNumber(std::string_view raw, Position at) override { PutNumber(ParseDouble(raw, at), -1); }
+  void OnNull(Position) override { PutRecord(kNull); }
+  // Held again, when its table turns out to have no dimensions yet.
+  void OnCell(ParsedCell& cell, Position) override { TakeCell(cell); }
+  void OnEnd(Position) override { PutRecord(kEnd); }
+
+  void TakeCell(ParsedCell& cell) override {
+    if (!cell.footnotes.empty() || !cell.markers.empty()) {
+      char* out = mBytes.Reserve(1 + ByteBlocks::kVarintBytes);
+      *out++ = kWhole;
+      mBytes.Advance(ByteBlocks::PutVarint(out, mWhole.size()));
+      mWhole.push_back(std::move(cell));
+    } else if (cell.isText) {
+      PutText(cell.text);
+    } else {
+      PutNumber(cell.value, cell.decimals);
+    }
+  }
+
+  void Replay(Dispatcher& dispatcher) override {
+    mBytes.Seal();
+    const Position at = Start();
+    // Cells without footnotes or markers are made here one after another.
+    ParsedCell cell;
+    for (ByteBlocks::Block& block : mBytes.Blocks()) {
+      const char* in = block.bytes.get();
+      const char* const end = in + block.used;
+      while (in < end) {
+        switch (static_cast<Record>(*in++)) {
+          case kList:
+            dispatcher.StartArray(at);
+            break;
+          case kEnd:
+            dispatcher.End(at);
+            break;
+          case kNull:
+            dispatcher.Null(at);
+            break;
+          case kNumber:
+            cell.isText = false;
+            cell.decimals = static_cast<signed char>(*in++);
+            std::memcpy(&cell.value, in, sizeof cell.value);
+            in += sizeof cell.value;
+            dispatcher.Cell(cell, at);
+            break;
+          case kText: {
+            const auto length = static_cast<std::size_t>(ByteBlocks::GetVarint(in));
+            cell.isText = true;
+            cell.text.assign(in, length);
+            in += length;
+            dispatcher.Cell(cell, at);
+            break;
+          }
+          case kWhole:
+            dispatcher.Cell(mWhole[static_cast<std::size_t>(ByteBlocks::GetVarint(in))], at);
+            break;
+        }
+      }
+      block.bytes.reset();
+    }
+    mBytes.Clear();
+    mWhole.clear();
+  }
+
+ protected:
+  std::string Expected() const override { return "a list, a cell or null in \"data\""; }
+
+ private:
+  enum Record : char { kList, kEnd, kNull, kNumber, kText, kWhole };
+
+  void PutRecord(Record record) {
+    char* out = mBytes.Reserve(1);
+    *out++ = record;
+    mBytes.Advance(out);
+  }
+  void PutNumber(double value, int decimals) {
+    char* out = mBytes.Reserve(2 + sizeof value);
+    *out++ = kNumber;
+    *out++ = static_cast<char>(decimals);
+    std::memcpy(out, &value, sizeof value);
+    mBytes.Advance(out + sizeof value);
+  }
+  void PutText(std::string_view text) {
+    char* out = mBytes.Reserve(1 + ByteBlocks::kVarintBytes + text.size());
+    *out++ = kText;
+    out = ByteBlocks::PutVarint(out, text.size());
+    std::memcpy(out, text.data(), text.size());
+    mBytes.Advance(out + text.size());
+  }
+
+  ByteBlocks mBytes;
+  std::vector<ParsedCell> mWhole;
+  CellFrame mCell;
+};
+
+PivotTableBody::PivotTableBody(Position start, bool inPlace)
+    : PartBody(start), mInPlace(inPlace), mFootnoteList(start, mFootnotes, "\"footnotes\"") {}
 
 PivotTableBody::~PivotTableBody() = default;
 
@@ -828,7 +955,7 @@ Frame* PivotTableBody::OnObject(Position at) {
 
 Frame* PivotTableBody::OnArray(Position at) {
   if (mHolding)
-    return mHeld.OnArray(at);
+    return mInPlace && mKey == kData ? mHeld.Hold(MakeHeldData(at), at) : mHeld.OnArray(at);
   switch (mKey) {
     case kFootnotes:
       mFootnoteList.Reopen(at);
@@ -1028,8 +1155,12 @@ bool IsPivotTableKey(std::string_view key) {
          key == "dimensions" || key == "cells" || key == "data";
 }
 
-std::unique_ptr<PartBody> MakePivotTableBody(Position start) {
-  return std::make_unique<PivotTableBody>(start);
+std::unique_ptr<PartBody> MakePivotTableBody(Position start, bool inPlace) {
+  return std::make_unique<PivotTableBody>(start, inPlace);
+}
+
+std::unique_ptr<HeldValue> MakeHeldData(Position start) {
+  return std::make_unique<HeldData>(start);
 }
 
 }  // namespace omtext::loader

@@ -391,6 +391,13 @@ TEST(HeldValues, ErrorsInsideAreReportedWhereTheUsualKeyOrderReportsThem) {
     EXPECT_REJECTED_AT(UsualOrder(dims, c.data), c.message);
     EXPECT_REJECTED_AT(SortedOrder(dims, c.data), c.message);
   }
+  // Data held for dimensions that never come, or for a part of another kind.
+  EXPECT_REJECTED_AT(R"({"output": [{"data": `[1], "type": "pivot-table"}]})",
+                     "expected a cell or null for \"data\", found a list");
+  EXPECT_REJECTED_AT(R"({"output": [{"type": "pivot-table", "data": `[[1]]}]})",
+                     "expected a cell or null for \"data\", found a list");
+  EXPECT_REJECTED_AT(R"({"output": [{`"data": [[1]], "type": "text"}]})",
+                     "key \"data\" is not allowed in a \"text\" part");
   // Errors in the dimensions, read after the held data, come first in both.
   const std::string badDims = R"([{"label": "R", "axis": `"up", "categories": ["a"]}])";
   EXPECT_REJECTED_AT(UsualOrder(badDims, "[true]"), "unknown axis \"up\" (row, column or layer)");
@@ -398,37 +405,64 @@ TEST(HeldValues, ErrorsInsideAreReportedWhereTheUsualKeyOrderReportsThem) {
 }
 
 TEST(HeldValues, HeldCellsAreReadAsInTheUsualOrder) {
-  const std::string dims = R"([{"label": "R", "axis": "row", "categories": ["a", "b"]}])";
-  // A string longer than the tape's first blocks; every kind of event is held.
-  const std::string longText(60000, 'x');
-  const std::string data = R"([{"value": 2.5, "decimals": 1, "footnotes": [], "markers": ["m"]},
-      ")" + longText + "\"]";
-  for (const std::string& text : {UsualOrder(dims, data), SortedOrder(dims, data)}) {
-    OmOutputTree tree = Load(text);
-    EXPECT_EQ(CellAt(FirstTable(tree), {0}), "2.5[m]");
-    EXPECT_EQ(CellAt(FirstTable(tree), {1}), longText);
+  const std::string dims = R"([{"label": "R", "axis": "row", "categories": ["a", "b"]},
+   {"label": "C", "axis": "column", "categories": ["x", "y", "z"]}])";
+  // Every kind of cell, bare and as an object, with and without footnotes
+  // and markers; an escaped text; a text as long as a cell's may be, longer
+  // than a block of held bytes.
+  const std::string longText(65536, 'x');
+  const std::string data =
+      R"([[{"value": 2.5, "decimals": 3, "footnotes": [], "markers": ["m"]}, "\u00e9t\u00e9", null],
+      [-0.125, {"text": ")" +
+      longText + R"(", "footnotes": [0, 0]}, {"value": 3, "decimals": 0}]])";
+  OmOutputTree usual = Load(R"({"output": [{"type": "pivot-table", "dimensions": )" + dims +
+                            R"(, "data": )" + data + R"(, "footnotes": ["f"]}]})");
+  EXPECT_EQ(CellAt(FirstTable(usual), {0, 0}), "2.500[m]");
+  EXPECT_EQ(CellAt(FirstTable(usual), {0, 1}), "\u00e9t\u00e9");
+  EXPECT_EQ(CellAt(FirstTable(usual), {0, 2}), "-");
+  EXPECT_EQ(CellAt(FirstTable(usual), {1, 1}), longText + "(0)(0)");
+  // Held by the part until its type is known, and by the table until its
+  // dimensions are.
+  const std::string held[] = {R"({"output": [{"data": )" + data + R"(, "dimensions": )" + dims +
+                                  R"(, "footnotes": ["f"], "type": "pivot-table"}]})",
+                              R"({"output": [{"type": "pivot-table", "data": )" + data +
+                                  R"(, "footnotes": ["f"], "dimensions": )" + dims + "}]}"};
+  for (const std::string& text : held) {
+    ForEachWay(text, [&usual](OmOutputTree& tree) {
+      for (std::int32_t r = 0; r < 2; ++r) {
+        for (std::int32_t c = 0; c < 3; ++c)
+          EXPECT_EQ(CellAt(FirstTable(tree), {r, c}), CellAt(FirstTable(usual), {r, c}));
+      }
+    });
   }
-  // A table held across many of the tape's blocks, with keys after its
-  // cells, reads the same in both orders.
+
+  // A table held across many blocks, with keys after its cells, reads the
+  // same in both orders.
   std::string rows;
   std::string cells;
   for (int r = 0; r < 5000; ++r) {
     rows += std::string(r > 0 ? ", " : "") + "\"r" + std::to_string(r) + "\"";
     cells += std::string(r > 0 ? ",\n" : "") + "[\"a" + std::to_string(r) +
-             "\", {\"value\": " + std::to_string(r) + ", \"decimals\": 1, \"footnotes\": [0]}]";
+             "\", {\"value\": " + std::to_string(r) + ", \"decimals\": 1" +
+             (r % 7 == 1 ? ", \"footnotes\": [0]" : "") + "}]";
   }
   const std::string big = R"([{"label": "R", "axis": "row", "categories": [)" + rows +
                           R"(]}, {"label": "C", "axis": "column", "categories": ["x", "y"]}])";
-  OmOutputTree usual = Load(R"({"output": [{"type": "pivot-table", "dimensions": )" + big +
-                            R"(, "data": [)" + cells + R"(], "footnotes": ["f"], "title": "T"}]})");
-  OmOutputTree sorted = Load(R"({"output": [{"data": [)" + cells + R"(], "dimensions": )" + big +
-                             R"(, "footnotes": ["f"], "title": "T", "type": "pivot-table"}]})");
-  for (std::int32_t r = 0; r < 5000; r += 499) {
-    EXPECT_EQ(CellAt(FirstTable(sorted), {r, 0}), "a" + std::to_string(r));
-    EXPECT_EQ(CellAt(FirstTable(sorted), {r, 1}), CellAt(FirstTable(usual), {r, 1}));
-  }
-  EXPECT_EQ(CellAt(FirstTable(sorted), {4999, 1}), "4999.0(0)");
-  EXPECT_EQ(FirstTable(sorted).Title().GetText(), "T");
+  OmOutputTree bigUsual =
+      Load(R"({"output": [{"type": "pivot-table", "dimensions": )" + big + R"(, "data": [)" +
+           cells + R"(], "footnotes": ["f"], "title": "T"}]})");
+  ForEachWay(
+      R"({"output": [{"data": [)" + cells + R"(], "dimensions": )" + big +
+          R"(, "footnotes": ["f"], "title": "T", "type": "pivot-table"}]})",
+      [&bigUsual](OmOutputTree& sorted) {
+        for (std::int32_t r = 0; r < 5000; r += 499) {
+          EXPECT_EQ(CellAt(FirstTable(sorted), {r, 0}), "a" + std::to_string(r));
+          EXPECT_EQ(CellAt(FirstTable(sorted), {r, 1}), CellAt(FirstTable(bigUsual), {r, 1}));
+        }
+        EXPECT_EQ(CellAt(FirstTable(sorted), {4998, 1}), "4998.0");
+        EXPECT_EQ(CellAt(FirstTable(sorted), {4999, 1}), "4999.0(0)");
+        EXPECT_EQ(FirstTable(sorted).Title().GetText(), "T");
+      });
 
   // "selected" and booleans before "type" are held too.
   OmOutputTree tree = Load(
