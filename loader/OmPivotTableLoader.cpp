@@ -847,8 +847,9 @@ class HeldData : public HeldValue, public CellSink {
   void Replay(Dispatcher& dispatcher) override {
     mBytes.Seal();
     const Position at = Start();
-    // Cells without footnotes or markers are made here one after another.
+    // Numbers without footnotes or markers are made here one after another.
     ParsedCell cell;
+    cell.isText = false;
     for (ByteBlocks::Block& block : mBytes.Blocks()) {
       const char* in = block.bytes.get();
       const char* const end = in + block.used;
@@ -864,18 +865,16 @@ class HeldData : public HeldValue, public CellSink {
             dispatcher.Null(at);
             break;
           case kNumber:
-            cell.isText = false;
             cell.decimals = static_cast<signed char>(*in++);
             std::memcpy(&cell.value, in, sizeof cell.value);
             in += sizeof cell.value;
             dispatcher.Cell(cell, at);
             break;
           case kText: {
+            // A text alone is a cell as a bare string is.
             const auto length = static_cast<std::size_t>(ByteBlocks::GetVarint(in));
-            cell.isText = true;
-            cell.text.assign(in, length);
+            dispatcher.String(std::string_view(in, length), at);
             in += length;
-            dispatcher.Cell(cell, at);
             break;
           }
           case kWhole:
