@@ -6,11 +6,16 @@
 
 #include <algorithm>
 #include <array>
+#include <condition_variable>
 #include <cstdint>
 #include <cstring>
+#include <deque>
+#include <exception>
 #include <limits>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -439,6 +444,11 @@ class IndexFrame : public Frame {
 
 class DimensionFrame;
 class DataListFrame;
+class CellsStoredAside;
+
+// A table read in place with at least this many positions in its "data"
+// list stores its cells on a second thread; smaller ones are not worth one.
+constexpr std::int64_t kAsidePositions = std::int64_t{1} << 15;
 
 // The body of a pivot table part.
 class PivotTableBody : public PartBody, public CellSink {
@@ -466,6 +476,11 @@ class PivotTableBody : public PartBody, public CellSink {
   void DimensionsDone();
   void StoreIndexed(const IndexFrame& index, ParsedCell& cell);
   void StoreDense(ParsedCell& cell);
+  // Store a bare text or number of "data" at the dense index.
+  void StoreDenseText(std::string_view text);
+  void StoreDenseNumber(double value);
+  // The "data" list has closed.
+  void DenseDone();
   // Notes the footnote numbers a cell uses, to check them against the
   // table's footnote list once the table is complete.
   void NoteFootnotes(const ParsedCell& cell);
@@ -521,6 +536,8 @@ class PivotTableBody : public PartBody, public CellSink {
   std::unique_ptr<Frame> mDimensionList;
   std::unique_ptr<Frame> mCellsList;
   std::unique_ptr<DataListFrame> mDataList;
+  // Last, so that its thread, which stores into the table, ends first.
+  std::unique_ptr<CellsStoredAside> mAside;
 };
 
 // One dimension: its label, axis, label flag, categories and current leaf.
@@ -757,11 +774,11 @@ class DataListFrame : public Frame, public CellSink {
     // A bare text or number has no footnotes or markers: it is stored as it
     // is, without filling a cell record first.
     CheckCellText(text, at);
-    mBody.Table().SetText(mBody.DenseIndex(), std::string(text));
+    mBody.StoreDenseText(text);
   }
   void OnNumber(std::string_view raw, Position at) override {
     Enter(at, true);
-    mBody.Table().SetNumber(mBody.DenseIndex(), ParseDouble(raw, at));
+    mBody.StoreDenseNumber(ParseDouble(raw, at));
   }
   void OnNull(Position at) override { Enter(at, true); }
   void OnCell(ParsedCell& cell, Position at) override {
@@ -772,6 +789,8 @@ class DataListFrame : public Frame, public CellSink {
   void OnEnd(Position) override {
     if (mCount != mLeaves)
       Fail(Start(), Shape());
+    if (mLevel == 0)
+      mBody.DenseDone();
   }
 
  protected:
@@ -804,11 +823,69 @@ class DataListFrame : public Frame, public CellSink {
   std::unique_ptr<DataListFrame> mChild;
 };
 
-// A table's dense "data" held before its dimensions are known, as records
-// of its lists and cells: a byte for a list's start or end or a null, a
-// number's decimals and value, a text's length and bytes. A cell with
-// footnotes or markers, which few tables have, is kept whole.
-class HeldData : public HeldValue, public CellSink {
+// Records written into chunks of a block each, with the cells kept whole
+// that the records name by their number in the chunk. A chunk goes to Take
+// as soon as a record no longer fits in it.
+class ChunkWriter {
+ public:
+  struct Chunk {
+    ByteBlocks::Block bytes;
+    std::vector<ParsedCell> whole;
+  };
+
+  ChunkWriter() = default;
+  ChunkWriter(const ChunkWriter&) = delete;
+  ChunkWriter& operator=(const ChunkWriter&) = delete;
+
+ protected:
+  ~ChunkWriter() = default;
+
+  // Takes a full chunk; chunks come in order.
+  virtual void Take(Chunk&& chunk) = 0;
+
+  // Room for a record of at most `most` bytes; Advance past what was written.
+  char* Room(std::size_t most) {
+    char* out = mBytes.Reserve(most);
+    if (mBytes.Blocks().size() > 1)
+      HandOff(mBytes.Blocks().size() - 1);
+    return out;
+  }
+  void Advance(char* out) { mBytes.Advance(out); }
+  // Keeps cell whole in the chunk of the record to be written next, whose
+  // Room must have been taken; returns its number there.
+  std::size_t KeepWhole(ParsedCell& cell) {
+    mWhole.push_back(std::move(cell));
+    return mWhole.size() - 1;
+  }
+  // Hands over the chunk being written too.
+  void Flush() {
+    mBytes.Seal();
+    HandOff(mBytes.Blocks().size());
+    mBytes.Clear();
+  }
+
+ private:
+  void HandOff(std::size_t blocks) {
+    std::vector<ByteBlocks::Block>& written = mBytes.Blocks();
+    // Whole cells belong to the last block handed over: a chunk is handed
+    // over as soon as a second one starts.
+    for (std::size_t b = 0; b < blocks; ++b) {
+      Take(Chunk{std::move(written[b]),
+                 b + 1 == blocks ? std::move(mWhole) : std::vector<ParsedCell>()});
+    }
+    written.erase(written.begin(), written.begin() + static_cast<std::ptrdiff_t>(blocks));
+    mWhole.clear();
+  }
+
+  ByteBlocks mBytes;
+  std::vector<ParsedCell> mWhole;
+};
+
+// A table's dense "data" list held before its dimensions are known, as
+// records of its lists and cells: a byte for a list's start or end or a
+// null, a number's decimals and value, a text's length and bytes. A cell
+// with footnotes or markers, which few tables have, is kept whole.
+class HeldData : public HeldValue, public CellSink, private ChunkWriter {
  public:
   // Made for the list opening at start, in place of OnArray.
   explicit HeldData(Position start) : HeldValue(start) { PutRecord(kList); }
@@ -833,10 +910,9 @@ class HeldData : public HeldValue, public CellSink {
 
   void TakeCell(ParsedCell& cell) override {
     if (!cell.footnotes.empty() || !cell.markers.empty()) {
-      char* out = mBytes.Reserve(1 + ByteBlocks::kVarintBytes);
+      char* out = Room(1 + ByteBlocks::kVarintBytes);
       *out++ = kWhole;
-      mBytes.Advance(ByteBlocks::PutVarint(out, mWhole.size()));
-      mWhole.push_back(std::move(cell));
+      Advance(ByteBlocks::PutVarint(out, KeepWhole(cell)));
     } else if (cell.isText) {
       PutText(cell.text);
     } else {
@@ -845,14 +921,14 @@ class HeldData : public HeldValue, public CellSink {
   }
 
   void Replay(Dispatcher& dispatcher) override {
-    mBytes.Seal();
+    Flush();
     const Position at = Start();
     // Numbers without footnotes or markers are made here one after another.
-    ParsedCell cell;
-    cell.isText = false;
-    for (ByteBlocks::Block& block : mBytes.Blocks()) {
-      const char* in = block.bytes.get();
-      const char* const end = in + block.used;
+    ParsedCell number;
+    number.isText = false;
+    for (Chunk& chunk : mChunks) {
+      const char* in = chunk.bytes.bytes.get();
+      const char* const end = in + chunk.bytes.used;
       while (in < end) {
         switch (static_cast<Record>(*in++)) {
           case kList:
@@ -865,10 +941,10 @@ class HeldData : public HeldValue, public CellSink {
             dispatcher.Null(at);
             break;
           case kNumber:
-            cell.decimals = static_cast<signed char>(*in++);
-            std::memcpy(&cell.value, in, sizeof cell.value);
-            in += sizeof cell.value;
-            dispatcher.Cell(cell, at);
+            number.decimals = static_cast<signed char>(*in++);
+            std::memcpy(&number.value, in, sizeof number.value);
+            in += sizeof number.value;
+            dispatcher.Cell(number, at);
             break;
           case kText: {
             // A text alone is a cell as a bare string is.
@@ -878,45 +954,214 @@ class HeldData : public HeldValue, public CellSink {
             break;
           }
           case kWhole:
-            dispatcher.Cell(mWhole[static_cast<std::size_t>(ByteBlocks::GetVarint(in))], at);
+            dispatcher.Cell(chunk.whole[static_cast<std::size_t>(ByteBlocks::GetVarint(in))], at);
             break;
         }
       }
-      block.bytes.reset();
+      chunk = Chunk();
     }
-    mBytes.Clear();
-    mWhole.clear();
+    mChunks.clear();
   }
 
  protected:
   std::string Expected() const override { return "a list, a cell or null in \"data\""; }
+  void Take(Chunk&& chunk) override { mChunks.push_back(std::move(chunk)); }
 
  private:
   enum Record : char { kList, kEnd, kNull, kNumber, kText, kWhole };
 
   void PutRecord(Record record) {
-    char* out = mBytes.Reserve(1);
+    char* out = Room(1);
     *out++ = record;
-    mBytes.Advance(out);
+    Advance(out);
   }
   void PutNumber(double value, int decimals) {
-    char* out = mBytes.Reserve(2 + sizeof value);
+    char* out = Room(2 + sizeof value);
     *out++ = kNumber;
     *out++ = static_cast<char>(decimals);
     std::memcpy(out, &value, sizeof value);
-    mBytes.Advance(out + sizeof value);
+    Advance(out + sizeof value);
   }
   void PutText(std::string_view text) {
-    char* out = mBytes.Reserve(1 + ByteBlocks::kVarintBytes + text.size());
+    char* out = Room(1 + ByteBlocks::kVarintBytes + text.size());
     *out++ = kText;
     out = ByteBlocks::PutVarint(out, text.size());
     std::memcpy(out, text.data(), text.size());
-    mBytes.Advance(out + text.size());
+    Advance(out + text.size());
   }
 
-  ByteBlocks mBytes;
-  std::vector<ParsedCell> mWhole;
+  std::vector<Chunk> mChunks;
   CellFrame mCell;
+};
+
+// Stores the cells of a long "data" list into the table on a second thread
+// while the reader reads on. The reader's frames check every cell and its
+// place; each cell then passes as a record of its index and value, in
+// chunks of records a few at a time, to the thread, which only stores it.
+// The reader waits for the thread when the list closes, and takes over the
+// one error it can meet, running out of memory.
+class CellsStoredAside final : private ChunkWriter {
+ public:
+  explicit CellsStoredAside(OmPivotTable& table)
+      : mTable(table), mIndexBytes(sizeof(std::int32_t) * table.SizeVector().size()) {
+    mThread = std::thread([this] { Run(); });
+  }
+  ~CellsStoredAside() { Stop(); }
+
+  void StoreText(const std::vector<std::int32_t>& index, std::string_view text) {
+    char* out = PutIndex(kText, index, ByteBlocks::kVarintBytes + text.size());
+    out = ByteBlocks::PutVarint(out, text.size());
+    std::memcpy(out, text.data(), text.size());
+    Advance(out + text.size());
+  }
+  void StoreNumber(const std::vector<std::int32_t>& index, double value) {
+    char* out = PutIndex(kNumber, index, sizeof value);
+    std::memcpy(out, &value, sizeof value);
+    Advance(out + sizeof value);
+  }
+  void StoreCell(const std::vector<std::int32_t>& index, ParsedCell& cell) {
+    if (!cell.footnotes.empty() || !cell.markers.empty()) {
+      char* out = PutIndex(kWhole, index, ByteBlocks::kVarintBytes);
+      Advance(ByteBlocks::PutVarint(out, KeepWhole(cell)));
+    } else if (cell.isText) {
+      StoreText(index, cell.text);
+    } else if (cell.decimals < 0) {
+      StoreNumber(index, cell.value);
+    } else {
+      char* out = PutIndex(kDecimals, index, 1 + sizeof cell.value);
+      *out++ = static_cast<char>(cell.decimals);
+      std::memcpy(out, &cell.value, sizeof cell.value);
+      Advance(out + sizeof cell.value);
+    }
+  }
+
+  // Waits until every cell is stored.
+  void Finish() {
+    Flush();
+    {
+      const std::lock_guard<std::mutex> lock(mMutex);
+      mDone = true;
+    }
+    mReady.notify_one();
+    mThread.join();
+    if (mError)
+      std::rethrow_exception(mError);
+  }
+
+ private:
+  enum Record : char { kText, kNumber, kDecimals, kWhole };
+  // Chunks waiting at most: a megabyte of records or so.
+  static constexpr std::size_t kMostChunks = 16;
+
+  // Writes a record's kind and index, leaving room for `rest` bytes more.
+  char* PutIndex(Record record, const std::vector<std::int32_t>& index, std::size_t rest) {
+    char* out = Room(1 + mIndexBytes + rest);
+    *out++ = record;
+    std::memcpy(out, index.data(), mIndexBytes);
+    return out + mIndexBytes;
+  }
+
+  void Take(Chunk&& chunk) override {
+    std::unique_lock<std::mutex> lock(mMutex);
+    mRoom.wait(lock, [this] { return mQueue.size() < kMostChunks || mError; });
+    if (mError)
+      std::rethrow_exception(mError);
+    mQueue.push_back(std::move(chunk));
+    lock.unlock();
+    mReady.notify_one();
+  }
+
+  void Run() {
+    try {
+      for (;;) {
+        Chunk chunk;
+        {
+          std::unique_lock<std::mutex> lock(mMutex);
+          mReady.wait(lock, [this] { return !mQueue.empty() || mDone || mStopping; });
+          if (mStopping || mQueue.empty())
+            return;
+          chunk = std::move(mQueue.front());
+          mQueue.pop_front();
+        }
+        mRoom.notify_one();
+        Store(chunk);
+      }
+    } catch (...) {
+      const std::lock_guard<std::mutex> lock(mMutex);
+      mError = std::current_exception();
+    }
+    mRoom.notify_one();
+  }
+
+  void Store(Chunk& chunk) {
+    std::vector<std::int32_t> index = mTable.SizeVector();
+    const char* in = chunk.bytes.bytes.get();
+    const char* const end = in + chunk.bytes.used;
+    while (in < end) {
+      const auto record = static_cast<Record>(*in++);
+      std::memcpy(index.data(), in, mIndexBytes);
+      in += mIndexBytes;
+      switch (record) {
+        case kText: {
+          const auto length = static_cast<std::size_t>(ByteBlocks::GetVarint(in));
+          mTable.SetText(index, std::string(in, length));
+          in += length;
+          break;
+        }
+        case kNumber: {
+          double value = 0;
+          std::memcpy(&value, in, sizeof value);
+          in += sizeof value;
+          mTable.SetNumber(index, value);
+          break;
+        }
+        case kDecimals: {
+          const int decimals = static_cast<signed char>(*in++);
+          double value = 0;
+          std::memcpy(&value, in, sizeof value);
+          in += sizeof value;
+          mTable.SetNumber(index, value, decimals);
+          break;
+        }
+        case kWhole: {
+          ParsedCell& cell = chunk.whole[static_cast<std::size_t>(ByteBlocks::GetVarint(in))];
+          OmCellText* stored = nullptr;
+          if (cell.isText) {
+            stored = &mTable.SetText(index, std::move(cell.text));
+          } else if (cell.decimals >= 0) {
+            stored = &mTable.SetNumber(index, cell.value, cell.decimals);
+          } else {
+            stored = &mTable.SetNumber(index, cell.value);
+          }
+          AddExtras(*stored, cell);
+          break;
+        }
+      }
+    }
+  }
+
+  // Ends the thread early, when the reader gives up.
+  void Stop() {
+    if (!mThread.joinable())
+      return;
+    {
+      const std::lock_guard<std::mutex> lock(mMutex);
+      mStopping = true;
+    }
+    mReady.notify_one();
+    mThread.join();
+  }
+
+  OmPivotTable& mTable;
+  std::size_t mIndexBytes;
+  std::mutex mMutex;
+  std::condition_variable mReady;
+  std::condition_variable mRoom;
+  std::deque<Chunk> mQueue;
+  bool mDone = false;
+  bool mStopping = false;
+  std::exception_ptr mError;
+  std::thread mThread;
 };
 
 PivotTableBody::PivotTableBody(Position start, bool inPlace)
@@ -981,6 +1226,8 @@ Frame* PivotTableBody::OnArray(Position at) {
         mDenseIndex = mTable->SizeVector();
         if (!mDataList)
           mDataList = std::make_unique<DataListFrame>(*this, 0);
+        if (mInPlace && positions >= kAsidePositions)
+          mAside = std::make_unique<CellsStoredAside>(*mTable);
         mDataList->Reopen(at);
         return mDataList.get();
       }
@@ -1101,7 +1348,35 @@ void PivotTableBody::StoreWhole(ParsedCell& cell) {
 }
 
 void PivotTableBody::StoreDense(ParsedCell& cell) {
-  StoreWhole(cell);
+  if (mAside) {
+    NoteFootnotes(cell);
+    mAside->StoreCell(mDenseIndex, cell);
+  } else {
+    StoreWhole(cell);
+  }
+}
+
+void PivotTableBody::StoreDenseText(std::string_view text) {
+  if (mAside) {
+    mAside->StoreText(mDenseIndex, text);
+  } else {
+    mTable->SetText(mDenseIndex, std::string(text));
+  }
+}
+
+void PivotTableBody::StoreDenseNumber(double value) {
+  if (mAside) {
+    mAside->StoreNumber(mDenseIndex, value);
+  } else {
+    mTable->SetNumber(mDenseIndex, value);
+  }
+}
+
+void PivotTableBody::DenseDone() {
+  if (mAside) {
+    mAside->Finish();
+    mAside.reset();
+  }
 }
 
 void PivotTableBody::StoreIndexed(const IndexFrame& index, ParsedCell& cell) {

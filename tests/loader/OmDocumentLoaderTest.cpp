@@ -296,6 +296,82 @@ TEST(PivotTableLoading, DenseDataAndTablesWithoutDimensions) {
   EXPECT_EQ(FirstTable(tree).Dimension(0).NLeaves(), 0);
 }
 
+// A "data" list long enough to be stored while the reader reads on, with a
+// cell of every kind; `last` replaces the last row's cells, and `after`
+// follows the table's other keys. Held, the data comes first of all.
+std::string LongData(const std::string& last = "", const std::string& after = "",
+                     bool held = false) {
+  constexpr int kRows = 5000;
+  const char* const kinds[] = {"1.5",
+                               "\"t\"",
+                               "null",
+                               R"({"value": -2, "decimals": 2})",
+                               R"({"text": "x", "markers": ["m"]})",
+                               R"({"value": 7, "footnotes": [0]})",
+                               R"({"text": "\u00e9"})"};
+  std::string rows;
+  std::string data;
+  for (int r = 0; r < kRows; ++r) {
+    rows += std::string(r > 0 ? ", " : "") + "\"r" + std::to_string(r) + "\"";
+    data += r > 0 ? ",\n[" : "[";
+    if (r + 1 == kRows && !last.empty()) {
+      data += last;
+    } else {
+      for (int c = 0; c < 8; ++c)
+        data += std::string(c > 0 ? ", " : "") + kinds[(r * 8 + c) % 7];
+    }
+    data += "]";
+  }
+  const std::string dims =
+      R"("dimensions": [{"label": "R", "axis": "row", "categories": [)" + rows +
+      R"(]}, {"label": "C", "axis": "column", "categories": [1, 2, 3, 4, 5, 6, 7, 8]}],
+      "footnotes": ["f"])";
+  if (held)
+    return R"({"output": [{"data": [)" + data + "], " + dims + R"(, "type": "pivot-table"}]})";
+  return Table(dims + ", \"data\": [" + data + "]" + after);
+}
+
+// Every cell of a table read from LongData, as CellAt gives them.
+std::string AllCells(OmOutputTree& tree) {
+  std::string cells;
+  for (std::int32_t r = 0; r < 5000; ++r) {
+    for (std::int32_t c = 0; c < 8; ++c)
+      cells += CellAt(FirstTable(tree), {r, c}) + "|";
+  }
+  return cells;
+}
+
+TEST(PivotTableLoading, LongDataReadsAsShortData) {
+  const std::string text = LongData();
+  OmOutputTree streamed = Load(text);
+  const std::string first = "1.5|t|-|-2.00|x[m]|7(0)|\u00e9|1.5|t|";
+  EXPECT_EQ(AllCells(streamed).substr(0, first.size()), first);
+  ForEachWay(text, [&streamed](OmOutputTree& tree) {
+    EXPECT_EQ(AllCells(tree), AllCells(streamed));
+    EXPECT_EQ(FirstTable(tree).NCells(), FirstTable(streamed).NCells());
+  });
+  // Held before its dimensions, and so replayed, it reads the same.
+  ForEachWay(LongData("", "", true),
+             [&streamed](OmOutputTree& tree) { EXPECT_EQ(AllCells(tree), AllCells(streamed)); });
+}
+
+TEST(PivotTableLoading, LongDataIsRefusedAsShortData) {
+  const std::string shape = "this list of \"data\" must have one entry per leaf of dimension ";
+  // The last row's list starts its line.
+  EXPECT_EQ(Rejection(LongData("1, 2, 3, 4, 5, 6, 7")), "5001:1: " + shape + "1 (8), not 7");
+  EXPECT_REJECTED_AT(LongData("1, 2, 3, 4, 5, 6, 7, `true"),
+                     "expected a cell or null in \"data\", found a boolean");
+  EXPECT_REJECTED_AT(LongData("1, 2, 3, 4, 5, 6, 7, `\"" + std::string(65537, 'x') + "\""),
+                     "a cell's text may hold at most 65536 bytes");
+  EXPECT_REJECTED_AT(LongData("1, 2, 3, 4, 5, 6, 7, {\"value\": 1, \"footnotes\": [`1]}"),
+                     "footnote number 1 is out of range: the table has 1 footnote");
+  EXPECT_REJECTED_AT(LongData("", ", `\"data\": []"), "repeated key \"data\"");
+  // Cut off inside the list, or after it.
+  const std::string whole = LongData();
+  for (const std::size_t keep : {whole.size() / 2, whole.size() - 3})
+    EXPECT_NE(Rejection(whole.substr(0, keep)), "accepted") << keep;
+}
+
 TEST(PivotTableLoading, NumbersAreReadToTheNearestDouble) {
   // Plain decimals of up to 15 digits are read without the general parser;
   // both paths must give the double nearest to the text, as strtod does.
