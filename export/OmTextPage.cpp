@@ -19,6 +19,10 @@ void OmTextPage::WriteUncounted(std::string& line) {
   mStream.write(line.data(), static_cast<std::streamsize>(line.size()));
 }
 
+void OmTextPage::WriteText(const std::string& lines) {
+  mStream.write(lines.data(), static_cast<std::streamsize>(lines.size()));
+}
+
 bool OmTextPage::Break(bool mark) {
   mLinesOnPage = 0;
   // Tab-separated output is for spreadsheets: it never holds a form feed.

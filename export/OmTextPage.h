@@ -32,6 +32,8 @@ class OmTextPage {
   void WriteLine(std::string& line);
   // The same without counting the line.
   void WriteUncounted(std::string& line);
+  // Writes lines that end in line feeds as they are, without counting them.
+  void WriteText(const std::string& lines);
   // Starts a new page: the count drops to 0, and "\f\n" is written when mark
   // is true and the export is formatted. Returns whether it was written.
   bool Break(bool mark);

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <future>
 #include <iosfwd>
 #include <memory>
 #include <string>
@@ -336,9 +337,27 @@ struct OmPivotTableTxtExport::Data {
 
   // Tab-separated printing (OmPivotTableTxtExportTab.cpp).
   void TabExport();
-  // Appends the data fields of the row whose positions index holds to line,
-  // then writes line.
-  void PrintCells(std::vector<std::int32_t>& index, std::string& line);
+  // Rows made into text, up to the row where making them stopped.
+  struct TabRows {
+    std::string text;
+    std::int32_t stopped = 0;
+  };
+  // Makes rows [first, end) into lines appended to out. With plainOnly,
+  // stops at the first row that is not plain (see AppendText) and returns
+  // it; otherwise makes every row and returns end.
+  std::int32_t MakeTabRows(std::int32_t first, std::int32_t end, std::string& out,
+                           bool plainOnly) const;
+  // MakeTabRows(first, end, plainOnly) on another thread; no future when
+  // no thread could be started.
+  std::future<TabRows> MakePlainTabRowsAside(std::int32_t first, std::int32_t end);
+  // Appends the data fields of the row whose positions index holds to
+  // line; false as AppendText.
+  bool AppendCells(std::vector<std::int32_t>& index, std::string& line, bool plainOnly) const;
+  // AppendCellText, in a const member for the second thread: with
+  // plainOnly, appends a cell's text only when it is plain (no footnotes,
+  // markers or markup), else returns false.
+  bool AppendText(std::string& out, const OmCellText* cell, std::string_view stored,
+                  bool plainOnly) const;
 
   // Cell texts, layer headings and footnotes (OmPivotTableTxtExportText.cpp).
   std::string GetCellText(const OmCellText* cell);

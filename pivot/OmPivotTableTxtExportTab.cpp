@@ -1,16 +1,28 @@
 // Tab-separated printing of a layer's body: one line per column heading row,
 // then one line per table row, fields joined by tabs, for spreadsheets. A
 // category that spans several positions is printed at its first one only.
-// Each line is built in one buffer and written at once; the headings hand
-// out their node columns by reference, so the export is linear in its size.
+// The body is built a block of lines at a time and written at once, its
+// plain rows partly on a second thread; the headings hand out their node
+// columns by reference, so the export is linear in its size.
+#include <algorithm>
 #include <cstdint>
+#include <future>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "pivot/OmPivotTableTxtExportPrivate.h"
 
 using Data = OmPivotTableTxtExportPrivate::Data;
+
+namespace {
+
+// Rows to a block of the body's text: enough for a second thread to be
+// worth its start, few enough that a block's text stays small.
+constexpr std::int32_t kTabBlockRows = 8192;
+
+}  // namespace
 
 void Data::TabExport() {
   const std::int32_t headingColumns = mRowHeading.NColumns();
@@ -44,22 +56,69 @@ void Data::TabExport() {
     mPage.WriteUncounted(line);
   }
 
-  const OmPivotTable& table = mLayerHeading.Table();
-  std::vector<std::int32_t> index = table.SizeVector();
-  mLayerHeading.Fill(index);
   const std::int32_t rows = mRowHeading.NRows();
   if (rows == 0) {
     // Without row dimensions the table has one row and no row labels.
+    std::vector<std::int32_t> index = mLayerHeading.Table().SizeVector();
+    mLayerHeading.Fill(index);
     line.clear();
-    PrintCells(index, line);
+    AppendCells(index, line, false);
+    mPage.WriteUncounted(line);
     return;
   }
+  // Rows are made into text a block at a time and written in order. While
+  // this thread makes one block, a second makes the next block's plain rows,
+  // whose labels and cells take no footnote marker or markup and so read
+  // nothing but the table. It stops at the first other row, which this
+  // thread makes in turn: footnotes are numbered in the order of the rows.
+  std::string text;
+  for (std::int32_t first = 0; first < rows; first += 2 * kTabBlockRows) {
+    const std::int32_t middle = first + std::min(rows - first, kTabBlockRows);
+    const std::int32_t end = middle + std::min(rows - middle, kTabBlockRows);
+    std::future<TabRows> next;
+    if (middle < end)
+      next = MakePlainTabRowsAside(middle, end);
+    text.clear();
+    MakeTabRows(first, middle, text, false);
+    mPage.WriteText(text);
+    std::int32_t from = middle;
+    if (next.valid()) {
+      TabRows made = next.get();
+      mPage.WriteText(made.text);
+      from = made.stopped;
+    }
+    text.clear();
+    MakeTabRows(from, end, text, false);
+    mPage.WriteText(text);
+  }
+}
+
+std::future<Data::TabRows> Data::MakePlainTabRowsAside(std::int32_t first, std::int32_t end) {
+  try {
+    return std::async(std::launch::async, [this, first, end] {
+      TabRows made;
+      made.stopped = MakeTabRows(first, end, made.text, true);
+      return made;
+    });
+  } catch (const std::system_error&) {
+    // Without a second thread the rows are all made on this one.
+    return std::future<TabRows>();
+  }
+}
+
+std::int32_t Data::MakeTabRows(std::int32_t first, std::int32_t end, std::string& out,
+                               bool plainOnly) const {
+  const OmPivotTable& table = mLayerHeading.Table();
+  std::vector<std::int32_t> index = table.SizeVector();
+  mLayerHeading.Fill(index);
+  const std::int32_t headingColumns = mRowHeading.NColumns();
   // The row heading's nodes are read from its grid one at a time rather
   // than as whole columns, which would hold a pointer per row and column.
   const std::vector<std::int32_t>& rowDims = table.AxisDimensions(OmAxis::Row);
-  const std::int32_t* rowLeaves = mRowHeading.LeafPositions().data();
-  for (std::int32_t r = 0; r < rows; ++r) {
-    line.clear();
+  const std::int32_t* rowLeaves =
+      mRowHeading.LeafPositions().data() + static_cast<std::size_t>(first) * rowDims.size();
+  for (std::int32_t r = first; r < end; ++r) {
+    const std::size_t start = out.size();
     // A label is printed where its row differs from the row above in its
     // own heading column or one left of it.
     bool continues = r > 0;
@@ -67,19 +126,26 @@ void Data::TabExport() {
       const OmDimensionTree::ConstNode* node = mRowHeading.At(r, c);
       if (continues)
         continues = SamePosition(mRowHeading.At(r - 1, c), node);
-      if (node != nullptr && !continues)
-        AppendCellText(line, node->Label());
+      if (node != nullptr && !continues && !AppendText(out, node->Label(), {}, plainOnly)) {
+        out.resize(start);
+        return r;
+      }
       // Every label field is closed, empty or not, so the data fields always
       // start after the same number of tabs.
-      line += '\t';
+      out += '\t';
     }
     for (const std::int32_t d : rowDims)
       index[static_cast<std::size_t>(d)] = *rowLeaves++;
-    PrintCells(index, line);
+    if (!AppendCells(index, out, plainOnly)) {
+      out.resize(start);
+      return r;
+    }
+    out += '\n';
   }
+  return end;
 }
 
-void Data::PrintCells(std::vector<std::int32_t>& index, std::string& line) {
+bool Data::AppendCells(std::vector<std::int32_t>& index, std::string& line, bool plainOnly) const {
   const std::int32_t columns = mColumnHeading.NColumns();
   std::string_view stored;
   if (columns > 0) {
@@ -89,14 +155,15 @@ void Data::PrintCells(std::vector<std::int32_t>& index, std::string& line) {
       for (const std::int32_t d : dims)
         index[static_cast<std::size_t>(d)] = *leaves++;
       const OmCellText* cell = mLayerCells.At(index.data(), stored);
-      AppendCellText(line, cell, stored);
+      if (!AppendText(line, cell, stored, plainOnly))
+        return false;
       if (c + 1 < columns)
         line += '\t';
     }
   } else if (columns == 0) {
     // A table without column dimensions has one data column.
     const OmCellText* cell = mLayerCells.At(index.data(), stored);
-    AppendCellText(line, cell, stored);
+    return AppendText(line, cell, stored, plainOnly);
   }
-  mPage.WriteUncounted(line);
+  return true;
 }

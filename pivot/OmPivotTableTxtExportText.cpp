@@ -72,6 +72,26 @@ void Data::AppendCellText(std::string& out, const OmCellText* cell, std::string_
   AppendCellText(out, cell);
 }
 
+bool Data::AppendText(std::string& out, const OmCellText* cell, std::string_view stored,
+                      bool plainOnly) const {
+  if (!plainOnly) {
+    // Decorating a cell numbers its footnotes, which only one thread does.
+    const_cast<Data*>(this)->AppendCellText(out, cell, stored);
+    return true;
+  }
+  if (cell == nullptr)
+    return true;
+  if (stored.data() != nullptr && IsPlain(*cell, stored)) {
+    out.append(stored);
+    return true;
+  }
+  const std::string text = cell->GetText();
+  if (!IsPlain(*cell, text))
+    return false;
+  out += text;
+  return true;
+}
+
 void Data::DecorateCellText(std::string& text, const OmCellText& cell) {
   // Made on the first call and kept for the life of the process.
   static const std::string kOpen("[");

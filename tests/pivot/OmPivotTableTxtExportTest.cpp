@@ -2,7 +2,11 @@
 // span sums' kept oddities, and the heading and footer lines with their
 // counts and page-break tests. Cell texts with their footnote and bracketed
 // markers are pinned by the kept renderings.
+#include <map>
+#include <sstream>
+
 #include "PivotLayerTest.h"
+#include "host/output/OmCellText.h"
 #include "host/output/OmText.h"
 
 namespace {
@@ -31,6 +35,62 @@ TEST_F(OmPivotTableTxtExportTest, TabWithoutHeadingRowsOrTableRows) {
   Flat(*table, OmAxis::Column, "Columns", {"c1", "c2"});
   options.HideEmptyRowsAndColumns(false);
   EXPECT_EQ(Body(), "Columns\t\nc1\tc2\n\t\n");
+}
+
+// A long layer's rows are made a block at a time, every other block's plain
+// rows on a second thread. The lines come out as from one thread: row
+// labels that span a block's edge, and footnote markers numbered in the
+// order of the rows, whichever block their rows fall in.
+TEST_F(OmPivotTableTxtExportTest, LongTabLayersComeOutRowByRow) {
+  constexpr std::int32_t kGroups = 4;
+  constexpr std::int32_t kPerGroup = 5000;  // 20000 rows: three blocks and a bit
+  for (const char* note : {"f0", "f1", "f2"})
+    table->AddFootnote(note);
+  OmDimension& outer = table->AddDimension(OmAxis::Row, "Outer");
+  for (std::int32_t g = 0; g < kGroups; ++g)
+    outer.AddCategory("g" + std::to_string(g));
+  OmDimension& inner = table->AddDimension(OmAxis::Row, "Inner");
+  for (std::int32_t i = 0; i < kPerGroup; ++i) {
+    auto label = std::make_unique<OmStringCell>("i" + std::to_string(i));
+    // Seen first in the first block, then in the second thread's blocks.
+    if (i == 4000)
+      label->AddFootnote(1);
+    inner.AddCategory(std::move(label));
+  }
+  Flat(*table, OmAxis::Column, "C", {"c"}, false);
+  // Cells with footnotes or markup in each block; the first is in the second
+  // block, which a second thread makes, as is every cell of row 9001.
+  const std::map<std::int32_t, std::int16_t> notes = {{9000, 0}, {100, 2}, {17000, 1}};
+  for (std::int32_t r = 0; r < kGroups * kPerGroup; ++r) {
+    OmCellText& cell = table->SetText({r / kPerGroup, r % kPerGroup, 0},
+                                      r == 9001 ? "<sup>s</sup>" : "v" + std::to_string(r));
+    if (const auto note = notes.find(r); note != notes.end())
+      cell.AddFootnote(note->second);
+  }
+  std::istringstream lines(Body());
+  std::string line;
+  std::getline(lines, line);  // the heading line
+  std::vector<std::string> body;
+  while (std::getline(lines, line))
+    body.push_back(line);
+  ASSERT_EQ(body.size(), static_cast<std::size_t>(kGroups * kPerGroup));
+  // Markers are letters in the order of first use: footnote 2 at row 100,
+  // 1 at row 4000 (a label), then 0 at row 9000.
+  const std::map<std::int32_t, std::string> expected = {
+      {0, "g0\ti0\tv0"},         {100, "\ti100\tv100(a)"},      {4000, "\ti4000(b)\tv4000"},
+      {8191, "\ti3191\tv8191"},  {8192, "\ti3192\tv8192"},      {9000, "\ti4000(b)\tv9000(c)"},
+      {9001, "\ti4001\t[s]"},    {10000, "g2\ti0\tv10000"},     {16384, "\ti1384\tv16384"},
+      {15000, "g3\ti0\tv15000"}, {17000, "\ti2000\tv17000(b)"}, {19999, "\ti4999\tv19999"}};
+  for (std::int32_t r = 0; r < kGroups * kPerGroup; ++r) {
+    const auto special = expected.find(r);
+    if (special != expected.end()) {
+      EXPECT_EQ(body[static_cast<std::size_t>(r)], special->second) << r;
+    } else if (r % kPerGroup != 0 && r % kPerGroup != 4000) {
+      ASSERT_EQ(body[static_cast<std::size_t>(r)],
+                "\ti" + std::to_string(r % kPerGroup) + "\tv" + std::to_string(r))
+          << r;
+    }
+  }
 }
 
 // A cell's markup is replaced wherever its tag starts, within the first
