@@ -1,7 +1,9 @@
 // The document loader's frames for pivot tables: cells, dimensions with
 // their category trees, the sparse "cells" list and the dense "data" form.
-// Cells are stored as they stream in once the table's dimensions are known;
-// "cells" or "data" that come before "dimensions" are held and replayed.
+// Cells are stored as they stream in once the table's dimensions are known
+// (a long "data" list's by a second thread, when the document is read in
+// place); "cells" or "data" that come before "dimensions" are held and
+// replayed.
 #include "loader/OmPivotTableLoader.h"
 
 #include <algorithm>
@@ -476,7 +478,7 @@ class PivotTableBody : public PartBody, public CellSink {
   void DimensionsDone();
   void StoreIndexed(const IndexFrame& index, ParsedCell& cell);
   void StoreDense(ParsedCell& cell);
-  // Store a bare text or number of "data" at the dense index.
+  // Stores a bare text or number of "data" at the dense index.
   void StoreDenseText(std::string_view text);
   void StoreDenseNumber(double value);
   // The "data" list has closed.
