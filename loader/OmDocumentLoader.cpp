@@ -491,9 +491,8 @@ class PartListFrame;
 // "type" are held and replayed into the body when the type is known.
 class PartFrame : public Frame {
  public:
-  // inPlace: whether the document is read in place (see HeldValue).
-  PartFrame(Position start, PartListFrame& owner, int depth, bool inPlace)
-      : Frame(start), mOwner(owner), mDepth(depth), mInPlace(inPlace) {}
+  PartFrame(Position start, PartListFrame& owner, int depth, ReadMode mode)
+      : Frame(start), mOwner(owner), mDepth(depth), mMode(mode) {}
 
   void OnKey(std::string_view key, Position at) override {
     if (const int k = FindKey(kKeys, key); k >= 0) {
@@ -585,7 +584,7 @@ class PartFrame : public Frame {
     if (found == nullptr)
       Fail(at, "unknown part type " + Quote(name));
     if (found->kind == PartKind::kPivotTable) {
-      mBody = MakePivotTableBody(Start(), mInPlace);
+      mBody = MakePivotTableBody(Start(), mMode);
     } else {
       mBody = std::make_unique<SimplePartBody>(Start(), found->kind, found->name);
     }
@@ -596,7 +595,7 @@ class PartFrame : public Frame {
 
   PartListFrame& mOwner;
   int mDepth;
-  bool mInPlace;
+  ReadMode mMode;
   Slot mSlot = Slot::kNone;
   // Whether the held key is "data", whose list is held in a form of its own.
   bool mHoldingData = false;
@@ -613,11 +612,11 @@ class PartFrame : public Frame {
 // levels count from 1 and are shifted when the list is handed over.
 class PartListFrame : public Frame {
  public:
-  PartListFrame(Position start, OmOutputTree& result, int depth, bool inPlace)
-      : Frame(start), mResult(result), mDepth(depth), mInPlace(inPlace) {}
+  PartListFrame(Position start, OmOutputTree& result, int depth, ReadMode mode)
+      : Frame(start), mResult(result), mDepth(depth), mMode(mode) {}
 
   Frame* OnObject(Position at) override {
-    mPart = std::make_unique<PartFrame>(at, *this, mDepth, mInPlace);
+    mPart = std::make_unique<PartFrame>(at, *this, mDepth, mMode);
     return mPart.get();
   }
 
@@ -634,7 +633,7 @@ class PartListFrame : public Frame {
  private:
   OmOutputTree& mResult;
   int mDepth;
-  bool mInPlace;
+  ReadMode mMode;
   OmOutputTree mParts;
   std::unique_ptr<PartFrame> mPart;
 };
@@ -644,13 +643,13 @@ Frame* PartFrame::OnArray(Position at) {
     if (mDepth >= kMaxPartDepth) {
       Fail(at, "parts are nested more than " + std::to_string(kMaxPartDepth) + " levels deep");
     }
-    mChildList = std::make_unique<PartListFrame>(at, mChildren, mDepth + 1, mInPlace);
+    mChildList = std::make_unique<PartListFrame>(at, mChildren, mDepth + 1, mMode);
     return mChildList.get();
   }
   if (mSlot == Slot::kBody)
     return mBody->OnArray(at);
   if (mSlot == Slot::kHold)
-    return mHoldingData && mInPlace ? mHeld.Hold(MakeHeldData(at), at) : mHeld.OnArray(at);
+    return mHoldingData && mMode.inPlace ? mHeld.Hold(MakeHeldData(at), at) : mHeld.OnArray(at);
   Mismatch(at, "a list");
 }
 
@@ -666,8 +665,8 @@ void PartFrame::OnEnd(Position at) {
 // The document object: {"output": [PART, ...]}.
 class DocumentFrame : public Frame {
  public:
-  DocumentFrame(Position start, OmOutputTree& result, bool inPlace)
-      : Frame(start), mResult(result), mInPlace(inPlace) {}
+  DocumentFrame(Position start, OmOutputTree& result, ReadMode mode)
+      : Frame(start), mResult(result), mMode(mode) {}
 
   void OnKey(std::string_view key, Position at) override {
     if (key != "output")
@@ -675,7 +674,7 @@ class DocumentFrame : public Frame {
     mKeys.Mark(0, key, at);
   }
   Frame* OnArray(Position at) override {
-    mList = std::make_unique<PartListFrame>(at, mResult, 1, mInPlace);
+    mList = std::make_unique<PartListFrame>(at, mResult, 1, mMode);
     return mList.get();
   }
   void OnEnd(Position) override {
@@ -688,7 +687,7 @@ class DocumentFrame : public Frame {
 
  private:
   OmOutputTree& mResult;
-  bool mInPlace;
+  ReadMode mMode;
   KeySet mKeys;
   std::unique_ptr<PartListFrame> mList;
 };
@@ -696,10 +695,10 @@ class DocumentFrame : public Frame {
 // Stands below the document: the whole text must be one object.
 class RootFrame : public Frame {
  public:
-  RootFrame(OmOutputTree& result, bool inPlace)
-      : Frame(Position{}), mResult(result), mInPlace(inPlace) {}
+  RootFrame(OmOutputTree& result, ReadMode mode)
+      : Frame(Position{}), mResult(result), mMode(mode) {}
   Frame* OnObject(Position at) override {
-    mDocument = std::make_unique<DocumentFrame>(at, mResult, mInPlace);
+    mDocument = std::make_unique<DocumentFrame>(at, mResult, mMode);
     return mDocument.get();
   }
   void OnEnd(Position) override {}
@@ -709,7 +708,7 @@ class RootFrame : public Frame {
 
  private:
   OmOutputTree& mResult;
-  bool mInPlace;
+  ReadMode mMode;
   std::unique_ptr<DocumentFrame> mDocument;
 };
 
@@ -725,11 +724,12 @@ std::string ReaderMessage(rapidjson::ParseErrorCode code) {
 
 }  // namespace
 
-std::optional<OmOutputTree> ReadInPlace(const char* text, OmMappedText* mapped) {
+std::optional<OmOutputTree> ReadInPlace(const char* text, OmMappedText* mapped, ReadMode mode) {
+  mode.inPlace = true;
   try {
     OmOutputTree result;
     MappedStream stream(text, mapped);
-    RootFrame root(result, true);
+    RootFrame root(result, mode);
     SaxHandler<MappedStream> handler(stream, root, kMaxInPlaceDepth);
     rapidjson::Reader reader;
     constexpr unsigned kFlags = rapidjson::kParseNumbersAsStringsFlag | rapidjson::kParseInsituFlag;
@@ -746,7 +746,7 @@ OmOutputTree OmDocumentLoader::Load(std::istream& in) {
   using namespace omtext::loader;
   OmOutputTree result;
   TrackingStream stream(in);
-  RootFrame root(result, false);
+  RootFrame root(result, ReadMode());
   SaxHandler<TrackingStream> handler(stream, root);
   rapidjson::Reader reader;
   constexpr unsigned kFlags = rapidjson::kParseIterativeFlag |

@@ -51,6 +51,15 @@ constexpr int kMaxHeldDepth = 2003;
 // Quotes a key or text for a message, cutting it short when it is long.
 std::string Quote(std::string_view text);
 
+// How a document is read.
+struct ReadMode {
+  // Read in place (see ReadInPlace and HeldValue), or as a stream.
+  bool inPlace = false;
+  // A "data" list read in place with at least this many positions has its
+  // cells stored on a second thread, which smaller ones are not worth.
+  std::int64_t asidePositions = std::int64_t{1} << 20;
+};
+
 // Reads a document in place: text (followed by a NUL byte) must be valid
 // UTF-8 without NUL bytes. Returns nothing on any failure, a document error
 // or running out of memory alike; the caller then reads the document as a
@@ -58,7 +67,9 @@ std::string Quote(std::string_view text);
 // faster than its iterative mode, and a depth limit keeps that recursion
 // shallow. mapped, when not null, is the mapping text lies in, whose pages
 // are given back behind the reader.
-std::optional<OmOutputTree> ReadInPlace(const char* text, OmMappedText* mapped);
+// mode gives when a data list is stored on a second thread.
+std::optional<OmOutputTree> ReadInPlace(const char* text, OmMappedText* mapped,
+                                        ReadMode mode = ReadMode());
 
 class Frame {
  public:

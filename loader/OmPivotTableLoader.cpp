@@ -448,15 +448,10 @@ class DimensionFrame;
 class DataListFrame;
 class CellsStoredAside;
 
-// A table read in place with at least this many positions in its "data"
-// list stores its cells on a second thread; smaller ones are not worth one.
-constexpr std::int64_t kAsidePositions = std::int64_t{1} << 15;
-
 // The body of a pivot table part.
 class PivotTableBody : public PartBody, public CellSink {
  public:
-  // inPlace: whether the document is read in place (see HeldValue).
-  PivotTableBody(Position start, bool inPlace);
+  PivotTableBody(Position start, ReadMode mode);
   ~PivotTableBody() override;
 
   void OnKey(std::string_view key, Position at) override;
@@ -521,7 +516,7 @@ class PivotTableBody : public PartBody, public CellSink {
   std::unique_ptr<OmPivotTable> mTable = std::make_unique<OmPivotTable>();
   int mKey = -1;
   KeySet mKeys;
-  bool mInPlace;
+  ReadMode mMode;
   bool mHolding = false;
   bool mReplaying = false;
   bool mDimensionsDone = false;
@@ -1167,8 +1162,8 @@ class CellsStoredAside final : private ChunkWriter {
   std::thread mThread;
 };
 
-PivotTableBody::PivotTableBody(Position start, bool inPlace)
-    : PartBody(start), mInPlace(inPlace), mFootnoteList(start, mFootnotes, "\"footnotes\"") {}
+PivotTableBody::PivotTableBody(Position start, ReadMode mode)
+    : PartBody(start), mMode(mode), mFootnoteList(start, mFootnotes, "\"footnotes\"") {}
 
 PivotTableBody::~PivotTableBody() = default;
 
@@ -1202,7 +1197,7 @@ Frame* PivotTableBody::OnObject(Position at) {
 
 Frame* PivotTableBody::OnArray(Position at) {
   if (mHolding)
-    return mInPlace && mKey == kData ? mHeld.Hold(MakeHeldData(at), at) : mHeld.OnArray(at);
+    return mMode.inPlace && mKey == kData ? mHeld.Hold(MakeHeldData(at), at) : mHeld.OnArray(at);
   switch (mKey) {
     case kFootnotes:
       mFootnoteList.Reopen(at);
@@ -1229,7 +1224,7 @@ Frame* PivotTableBody::OnArray(Position at) {
         mDenseIndex = mTable->SizeVector();
         if (!mDataList)
           mDataList = std::make_unique<DataListFrame>(*this, 0);
-        if (mInPlace && positions >= kAsidePositions)
+        if (mMode.inPlace && positions >= mMode.asidePositions)
           mAside = std::make_unique<CellsStoredAside>(*mTable);
         mDataList->Reopen(at);
         return mDataList.get();
@@ -1432,8 +1427,8 @@ bool IsPivotTableKey(std::string_view key) {
          key == "dimensions" || key == "cells" || key == "data";
 }
 
-std::unique_ptr<PartBody> MakePivotTableBody(Position start, bool inPlace) {
-  return std::make_unique<PivotTableBody>(start, inPlace);
+std::unique_ptr<PartBody> MakePivotTableBody(Position start, ReadMode mode) {
+  return std::make_unique<PivotTableBody>(start, mode);
 }
 
 std::unique_ptr<HeldValue> MakeHeldData(Position start) {

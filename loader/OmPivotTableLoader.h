@@ -13,9 +13,9 @@ namespace omtext::loader {
 // Whether key is one of a pivot table's own keys (not "type", "selected",
 // "children" or "title", which other kinds share).
 bool IsPivotTableKey(std::string_view key);
-// The body of a "pivot-table" part whose object opened at start; inPlace
-// tells whether the document is read in place (see HeldValue).
-std::unique_ptr<PartBody> MakePivotTableBody(Position start, bool inPlace);
+// The body of a "pivot-table" part whose object opened at start, in a
+// document read as mode says.
+std::unique_ptr<PartBody> MakePivotTableBody(Position start, ReadMode mode);
 // Holds a table's "data" list, opening at start, before its dimensions are
 // known; only for a document read in place.
 std::unique_ptr<HeldValue> MakeHeldData(Position start);

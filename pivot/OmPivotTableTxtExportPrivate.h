@@ -135,6 +135,10 @@ struct OmPivotTableTxtExport::Data {
   // rows, in layers too wide for kWindowRows.
   static constexpr std::int64_t kWindowPositions = std::int64_t{1} << 16;
   static constexpr std::int32_t kMinWindowRows = 16;
+  // Tab-separated layers of at least this many rows make every other block
+  // of rows on a second thread, which fewer rows are not worth.
+  static constexpr std::int32_t kTabAsideRows = std::int32_t{1} << 17;
+  std::int32_t mTabAsideRows = kTabAsideRows;
   // Lines printed by a streamed layer; -1 until it is printed.
   std::int64_t mStreamedLines = -1;
   // Matrix lines as planned, and at most how many lines folded cells may

@@ -66,17 +66,18 @@ void Data::TabExport() {
     mPage.WriteUncounted(line);
     return;
   }
-  // Rows are made into text a block at a time and written in order. While
-  // this thread makes one block, a second makes the next block's plain rows,
-  // whose labels and cells take no footnote marker or markup and so read
-  // nothing but the table. It stops at the first other row, which this
-  // thread makes in turn: footnotes are numbered in the order of the rows.
+  // Rows are made into text a block at a time and written in order. In a
+  // long layer, while this thread makes one block, a second makes the next
+  // block's plain rows, whose labels and cells take no footnote marker or
+  // markup and so read nothing but the table. It stops at the first other
+  // row, which this thread makes in turn: footnotes are numbered in the
+  // order of the rows.
   std::string text;
   for (std::int32_t first = 0; first < rows; first += 2 * kTabBlockRows) {
     const std::int32_t middle = first + std::min(rows - first, kTabBlockRows);
     const std::int32_t end = middle + std::min(rows - middle, kTabBlockRows);
     std::future<TabRows> next;
-    if (middle < end)
+    if (middle < end && rows >= mTabAsideRows)
       next = MakePlainTabRowsAside(middle, end);
     text.clear();
     MakeTabRows(first, middle, text, false);
