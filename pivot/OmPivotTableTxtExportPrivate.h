@@ -346,22 +346,23 @@ struct OmPivotTableTxtExport::Data {
     std::string text;
     std::int32_t stopped = 0;
   };
-  // Makes rows [first, end) into lines appended to out. With plainOnly,
-  // stops at the first row that is not plain (see AppendText) and returns
-  // it; otherwise makes every row and returns end.
-  std::int32_t MakeTabRows(std::int32_t first, std::int32_t end, std::string& out,
-                           bool plainOnly) const;
-  // MakeTabRows(first, end, plainOnly) on another thread; no future when
-  // no thread could be started.
+  // Makes rows [first, end) into lines appended to out. kPlainOnly stops
+  // at the first row that is not plain (see AppendPlainText) and returns
+  // it, touching nothing but out, so that a second thread may run it;
+  // otherwise every row is made, out's lines are written now and then, and
+  // end is returned.
+  template <bool kPlainOnly>
+  std::int32_t MakeTabRows(std::int32_t first, std::int32_t end, std::string& out);
+  // MakeTabRows<true>(first, end) on another thread; no future when no
+  // thread could be started.
   std::future<TabRows> MakePlainTabRowsAside(std::int32_t first, std::int32_t end);
   // Appends the data fields of the row whose positions index holds to
-  // line; false as AppendText.
-  bool AppendCells(std::vector<std::int32_t>& index, std::string& line, bool plainOnly) const;
-  // AppendCellText, in a const member for the second thread: with
-  // plainOnly, appends a cell's text only when it is plain (no footnotes,
-  // markers or markup), else returns false.
-  bool AppendText(std::string& out, const OmCellText* cell, std::string_view stored,
-                  bool plainOnly) const;
+  // line; false as MakeTabRows stops.
+  template <bool kPlainOnly>
+  bool AppendCells(std::vector<std::int32_t>& index, std::string& line);
+  // Appends a cell's text when it is printed as it stands (no footnotes,
+  // markers or markup), as AppendCellText would; else returns false.
+  bool AppendPlainText(std::string& out, const OmCellText* cell, std::string_view stored) const;
 
   // Cell texts, layer headings and footnotes (OmPivotTableTxtExportText.cpp).
   std::string GetCellText(const OmCellText* cell);

@@ -21,6 +21,8 @@ namespace {
 // Rows to a block of the body's text: enough for a second thread to be
 // worth its start, few enough that a block's text stays small.
 constexpr std::int32_t kTabBlockRows = 8192;
+// Lines are written once this many bytes of them are made.
+constexpr std::size_t kTabWriteBytes = std::size_t{32} << 10;
 
 }  // namespace
 
@@ -62,7 +64,7 @@ void Data::TabExport() {
     std::vector<std::int32_t> index = mLayerHeading.Table().SizeVector();
     mLayerHeading.Fill(index);
     line.clear();
-    AppendCells(index, line, false);
+    AppendCells<false>(index, line);
     mPage.WriteUncounted(line);
     return;
   }
@@ -80,7 +82,7 @@ void Data::TabExport() {
     if (middle < end && rows >= mTabAsideRows)
       next = MakePlainTabRowsAside(middle, end);
     text.clear();
-    MakeTabRows(first, middle, text, false);
+    MakeTabRows<false>(first, middle, text);
     mPage.WriteText(text);
     std::int32_t from = middle;
     if (next.valid()) {
@@ -89,7 +91,7 @@ void Data::TabExport() {
       from = made.stopped;
     }
     text.clear();
-    MakeTabRows(from, end, text, false);
+    MakeTabRows<false>(from, end, text);
     mPage.WriteText(text);
   }
 }
@@ -98,7 +100,7 @@ std::future<Data::TabRows> Data::MakePlainTabRowsAside(std::int32_t first, std::
   try {
     return std::async(std::launch::async, [this, first, end] {
       TabRows made;
-      made.stopped = MakeTabRows(first, end, made.text, true);
+      made.stopped = MakeTabRows<true>(first, end, made.text);
       return made;
     });
   } catch (const std::system_error&) {
@@ -107,8 +109,8 @@ std::future<Data::TabRows> Data::MakePlainTabRowsAside(std::int32_t first, std::
   }
 }
 
-std::int32_t Data::MakeTabRows(std::int32_t first, std::int32_t end, std::string& out,
-                               bool plainOnly) const {
+template <bool kPlainOnly>
+std::int32_t Data::MakeTabRows(std::int32_t first, std::int32_t end, std::string& out) {
   const OmPivotTable& table = mLayerHeading.Table();
   std::vector<std::int32_t> index = table.SizeVector();
   mLayerHeading.Fill(index);
@@ -127,9 +129,15 @@ std::int32_t Data::MakeTabRows(std::int32_t first, std::int32_t end, std::string
       const OmDimensionTree::ConstNode* node = mRowHeading.At(r, c);
       if (continues)
         continues = SamePosition(mRowHeading.At(r - 1, c), node);
-      if (node != nullptr && !continues && !AppendText(out, node->Label(), {}, plainOnly)) {
-        out.resize(start);
-        return r;
+      if (node != nullptr && !continues) {
+        if constexpr (kPlainOnly) {
+          if (!AppendPlainText(out, node->Label(), {})) {
+            out.resize(start);
+            return r;
+          }
+        } else {
+          AppendCellText(out, node->Label());
+        }
       }
       // Every label field is closed, empty or not, so the data fields always
       // start after the same number of tabs.
@@ -137,16 +145,22 @@ std::int32_t Data::MakeTabRows(std::int32_t first, std::int32_t end, std::string
     }
     for (const std::int32_t d : rowDims)
       index[static_cast<std::size_t>(d)] = *rowLeaves++;
-    if (!AppendCells(index, out, plainOnly)) {
+    if (!AppendCells<kPlainOnly>(index, out)) {
       out.resize(start);
       return r;
     }
     out += '\n';
+    // Lines this thread makes go out in pieces that stay in the cache.
+    if (!kPlainOnly && out.size() >= kTabWriteBytes) {
+      mPage.WriteText(out);
+      out.clear();
+    }
   }
   return end;
 }
 
-bool Data::AppendCells(std::vector<std::int32_t>& index, std::string& line, bool plainOnly) const {
+template <bool kPlainOnly>
+bool Data::AppendCells(std::vector<std::int32_t>& index, std::string& line) {
   const std::int32_t columns = mColumnHeading.NColumns();
   std::string_view stored;
   if (columns > 0) {
@@ -156,15 +170,21 @@ bool Data::AppendCells(std::vector<std::int32_t>& index, std::string& line, bool
       for (const std::int32_t d : dims)
         index[static_cast<std::size_t>(d)] = *leaves++;
       const OmCellText* cell = mLayerCells.At(index.data(), stored);
-      if (!AppendText(line, cell, stored, plainOnly))
-        return false;
+      if constexpr (kPlainOnly) {
+        if (!AppendPlainText(line, cell, stored))
+          return false;
+      } else {
+        AppendCellText(line, cell, stored);
+      }
       if (c + 1 < columns)
         line += '\t';
     }
   } else if (columns == 0) {
     // A table without column dimensions has one data column.
     const OmCellText* cell = mLayerCells.At(index.data(), stored);
-    return AppendText(line, cell, stored, plainOnly);
+    if constexpr (kPlainOnly)
+      return AppendPlainText(line, cell, stored);
+    AppendCellText(line, cell, stored);
   }
   return true;
 }

@@ -72,13 +72,8 @@ void Data::AppendCellText(std::string& out, const OmCellText* cell, std::string_
   AppendCellText(out, cell);
 }
 
-bool Data::AppendText(std::string& out, const OmCellText* cell, std::string_view stored,
-                      bool plainOnly) const {
-  if (!plainOnly) {
-    // Decorating a cell numbers its footnotes, which only one thread does.
-    const_cast<Data*>(this)->AppendCellText(out, cell, stored);
-    return true;
-  }
+bool Data::AppendPlainText(std::string& out, const OmCellText* cell,
+                           std::string_view stored) const {
   if (cell == nullptr)
     return true;
   if (stored.data() != nullptr && IsPlain(*cell, stored)) {
