@@ -508,6 +508,7 @@ class PartFrame : public Frame {
       }
       mSlot = Slot::kHold;
       mHoldingData = key == "data";
+      mHeldData = mHeldData || mHoldingData;
       mHeld.OnKey(key, at);
     }
   }
@@ -584,7 +585,12 @@ class PartFrame : public Frame {
     if (found == nullptr)
       Fail(at, "unknown part type " + Quote(name));
     if (found->kind == PartKind::kPivotTable) {
-      mBody = MakePivotTableBody(Start(), mMode);
+      // Held data is replayed into the table on this thread (see
+      // PivotTableBody::OnArray).
+      ReadMode mode = mMode;
+      if (mHeldData)
+        mode.asidePositions = std::numeric_limits<std::int64_t>::max();
+      mBody = MakePivotTableBody(Start(), mode);
     } else {
       mBody = std::make_unique<SimplePartBody>(Start(), found->kind, found->name);
     }
@@ -599,6 +605,8 @@ class PartFrame : public Frame {
   Slot mSlot = Slot::kNone;
   // Whether the held key is "data", whose list is held in a form of its own.
   bool mHoldingData = false;
+  // Whether "data" was held.
+  bool mHeldData = false;
   KeySet mKeys;
   bool mSelected = true;
   std::unique_ptr<PartBody> mBody;

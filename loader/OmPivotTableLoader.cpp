@@ -1224,7 +1224,10 @@ Frame* PivotTableBody::OnArray(Position at) {
         mDenseIndex = mTable->SizeVector();
         if (!mDataList)
           mDataList = std::make_unique<DataListFrame>(*this, 0);
-        if (mMode.inPlace && positions >= mMode.asidePositions)
+        // Data held before the dimensions is stored on this thread: it was
+        // read without a second one anyway, and only cells made here reuse
+        // the held records' memory as the replay frees it.
+        if (mMode.inPlace && !mReplaying && positions >= mMode.asidePositions)
           mAside = std::make_unique<CellsStoredAside>(*mTable);
         mDataList->Reopen(at);
         return mDataList.get();
