@@ -99,6 +99,19 @@ void AddExtras(OmCellText& cell, ParsedCell& parsed) {
     cell.AddMarker(std::move(marker));
 }
 
+// Stores parsed as the table's cell at index, taking its text.
+void StoreParsed(OmPivotTable& table, const std::vector<std::int32_t>& index, ParsedCell& parsed) {
+  OmCellText* stored = nullptr;
+  if (parsed.isText) {
+    stored = &table.SetText(index, std::move(parsed.text));
+  } else if (parsed.decimals >= 0) {
+    stored = &table.SetNumber(index, parsed.value, parsed.decimals);
+  } else {
+    stored = &table.SetNumber(index, parsed.value);
+  }
+  AddExtras(*stored, parsed);
+}
+
 std::unique_ptr<OmCellText> MakeCell(ParsedCell& parsed) {
   std::unique_ptr<OmCellText> cell;
   if (parsed.isText) {
@@ -1122,16 +1135,8 @@ class CellsStoredAside final : private ChunkWriter {
           break;
         }
         case kWhole: {
-          ParsedCell& cell = chunk.whole[static_cast<std::size_t>(ByteBlocks::GetVarint(in))];
-          OmCellText* stored = nullptr;
-          if (cell.isText) {
-            stored = &mTable.SetText(index, std::move(cell.text));
-          } else if (cell.decimals >= 0) {
-            stored = &mTable.SetNumber(index, cell.value, cell.decimals);
-          } else {
-            stored = &mTable.SetNumber(index, cell.value);
-          }
-          AddExtras(*stored, cell);
+          StoreParsed(mTable, index,
+                      chunk.whole[static_cast<std::size_t>(ByteBlocks::GetVarint(in))]);
           break;
         }
       }
@@ -1337,15 +1342,7 @@ void PivotTableBody::NoteFootnotes(const ParsedCell& cell) {
 
 void PivotTableBody::StoreWhole(ParsedCell& cell) {
   NoteFootnotes(cell);
-  OmCellText* stored = nullptr;
-  if (cell.isText) {
-    stored = &mTable->SetText(mDenseIndex, std::move(cell.text));
-  } else if (cell.decimals >= 0) {
-    stored = &mTable->SetNumber(mDenseIndex, cell.value, cell.decimals);
-  } else {
-    stored = &mTable->SetNumber(mDenseIndex, cell.value);
-  }
-  AddExtras(*stored, cell);
+  StoreParsed(*mTable, mDenseIndex, cell);
 }
 
 void PivotTableBody::StoreDense(ParsedCell& cell) {
